@@ -1,0 +1,50 @@
+#pragma once
+// The per-user certificate store ("Halvoren Certificate Store") and the certificate primitives.
+// Functions return a pointer or a truth value and leave the cause of a failure in the last error.
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "crypto/Certificate.h"
+#include "engine/EngineStatus.h"
+
+// Opens the store if needed and keeps `ownName` for ownCertificate().
+bool openCertificateStore(const std::u16string& ownName);
+// Opens the store if needed; true when it can be used.
+bool certificateStore();
+// Forgets the open store and the own name, so that the next call opens the store of the profile
+// in force then (the command line's --profile, tests).
+void closeCertificateStore();
+
+// Adds the certificate with its properties, replacing one with the same issuer and serial in place.
+bool addCertificate(const CertificatePtr& certificate);
+// The first certificate in store order whose subject text contains `name`, ignoring case.
+CertificatePtr findCertificate(const std::u16string& name);
+CertificatePtr ownCertificate();
+// Appends every certificate of the store, in store order.
+EngineStatus listCertificates(std::vector<CertificatePtr>& list);
+bool deleteCertificate(const CertificatePtr& certificate);
+bool deleteAllCertificates();
+// Same issuer and serial number.
+bool sameCertificate(const CertificatePtr& a, const CertificatePtr& b);
+// The subject's CN, or nothing.
+std::optional<std::u16string> certificateDisplayName(const CertificatePtr& certificate);
+// Exact DER encoding.
+bool saveCertificateFile(const CertificatePtr& certificate, const std::u16string& path);
+// DER or PEM, exactly one certificate.
+CertificatePtr loadCertificateFile(const std::u16string& path);
+// Self-signed RSA certificate with subject and issuer "CN=<name>, T=<title>", its private key in
+// the key container named after `name`. Not added to the store.
+CertificatePtr createSelfSignedCertificate(const std::u16string& name, const std::u16string& title,
+                                           const std::u16string& description, const std::u16string& friendlyName);
+
+// Properties that live with the stored certificate only (lost in a saved file).
+std::u16string certificateDescription(const CertificatePtr& certificate);
+std::u16string certificateFriendlyName(const CertificatePtr& certificate);
+// The full subject as text, for display.
+std::u16string certificateSubject(const CertificatePtr& certificate);
+// SHA-256 of the DER encoding as upper-case hex pairs separated by colons.
+std::string certificateFingerprint(const CertificatePtr& certificate);
+// True if the key container linked to this certificate holds its private key.
+bool hasPrivateKey(const CertificatePtr& certificate);

@@ -1,0 +1,63 @@
+#pragma once
+// Session keys, the key envelope for recipients, and file-to-file AES-256-CBC. Functions return a
+// handle, a pointer or a truth value and leave the cause of a failure in the last error.
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "crypto/Certificate.h"
+#include "engine/ByteBlob.h"
+#include "engine/EngineCallback.h"
+#include "platform/NativeFile.h"
+
+// A session key: 32 raw AES-256 key bytes and the current 16-byte vector.
+class SessionKey;
+struct SessionKeyDeleter {
+    void operator()(SessionKey* key) const;
+};
+using SessionKeyPtr = std::unique_ptr<SessionKey, SessionKeyDeleter>;
+
+inline constexpr std::uint32_t CALG_AES_256 = 0x6610;
+
+// The process-wide crypto context: the profile's key folder, made on first use.
+bool cryptoContext();
+
+class CryptoSession {
+public:
+    CryptoSession() = default;
+
+    std::uint32_t blockSize() const { return blockSize_; }
+    std::uint32_t algorithm() const { return algorithm_; }
+    void setCallback(EngineCallback callback) { callback_ = callback; }
+    void setUserParameter(KvxUtils::UserParameter* userParameter) { userParameter_ = userParameter; }
+
+    SessionKeyPtr createSessionKey(bool withIv);
+    // A null `iv` sets a fresh random vector.
+    bool setIv(SessionKey* key, const std::uint8_t* iv);
+    ByteBlobPtr exportPlainKey(const SessionKey* key);
+    SessionKeyPtr importPlainKey(const ByteBlob* blob);
+
+    ByteBlobPtr sealEnvelope(const std::vector<CertificatePtr>& certificates, const ByteBlob* blob);
+    ByteBlobPtr openEnvelope(const ByteBlob* blob);
+    bool writeKeyFile(const std::u16string& path, const SessionKey* key, const std::vector<CertificatePtr>& certificates);
+    SessionKeyPtr readKeyFile(const std::u16string& path);
+
+    bool encryptFile(const std::u16string& source, const std::u16string& target, const std::u16string& keyFile,
+                     const std::vector<CertificatePtr>& certificates);
+    bool decryptFile(const std::u16string& source, const std::u16string& target, const std::u16string& keyFile);
+    bool encryptStream(const std::u16string& source, const std::u16string& target, SessionKey* key);
+    bool decryptStream(const std::u16string& source, const std::u16string& target, SessionKey* key);
+
+private:
+    const std::uint32_t blockSize_ = 16;
+    const std::uint32_t algorithm_ = CALG_AES_256;
+    EngineCallback callback_ = nullptr;
+    KvxUtils::UserParameter* userParameter_ = nullptr;
+};
+
+ByteBlobPtr readIv(const SessionKey* key);
+ByteBlobPtr packKeyBlob(const ByteBlob* key, const ByteBlob* iv);
+ByteBlobPtr unpackKeyBlob(const ByteBlob* blob, ByteBlobPtr& iv);

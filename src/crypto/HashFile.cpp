@@ -1,0 +1,67 @@
+#include "crypto/HashFile.h"
+
+#include <openssl/evp.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "platform/LastError.h"
+#include "platform/StatusCodes.h"
+
+namespace {
+// Progress is reported per 1024 bytes; the disk is read in far larger pieces, so that hashing a
+// large package is bounded by MD5 and not by system calls.
+constexpr std::size_t ProgressBlock = 1024;
+constexpr std::size_t ReadBlock = 256 * ProgressBlock;
+
+struct DigestContextFree {
+    void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
+};
+}  // namespace
+
+std::unique_ptr<Md5Digest> hashFile(platform::FileHandle handle, EngineCallback callback,
+                                    KvxUtils::UserParameter* userParameter)
+{
+    if (handle == platform::InvalidHandle) {
+        platform::setLastError(win::ERROR_INVALID_HANDLE);
+        return nullptr;
+    }
+    std::unique_ptr<EVP_MD_CTX, DigestContextFree> context(EVP_MD_CTX_new());
+    if (!context || EVP_DigestInit_ex(context.get(), EVP_md5(), nullptr) != 1) {
+        platform::setLastError(win::NTE_BAD_HASH);
+        return nullptr;
+    }
+    std::int64_t total = 0;
+    if (!platform::fileSize(handle, total))
+        return nullptr;
+
+    std::vector<unsigned char> buffer(ReadBlock);
+    std::int64_t processed = 0;
+    for (;;) {
+        std::size_t got = 0;
+        if (!platform::readFile(handle, buffer.data(), buffer.size(), got))
+            return nullptr;
+        if (got > 0 && EVP_DigestUpdate(context.get(), buffer.data(), got) != 1) {
+            platform::setLastError(win::NTE_BAD_HASH);
+            return nullptr;
+        }
+        if (callback) {
+            for (std::size_t done = 0; done < got; done += ProgressBlock) {
+                processed += static_cast<std::int64_t>(std::min(ProgressBlock, got - done));
+                if (callback(OpHash, total, processed, userParameter) == 0) {
+                    platform::setLastError(win::ERROR_CANCELLED);
+                    return nullptr;
+                }
+            }
+        }
+        if (got < buffer.size())
+            break;
+    }
+    auto digest = std::make_unique<Md5Digest>();
+    unsigned int length = 0;
+    if (EVP_DigestFinal_ex(context.get(), digest->data(), &length) != 1 || length != digest->size()) {
+        platform::setLastError(win::NTE_BAD_HASH);
+        return nullptr;
+    }
+    return digest;
+}

@@ -1,0 +1,22 @@
+#pragma once
+// English texts for every code the program can produce. The program keeps its own table
+// because Linux has no system text for Windows-style codes; strerror is the last resort.
+
+#include <cstdint>
+#include <string>
+
+namespace platform {
+
+// The text for a code, empty for code 0.
+std::u16string errorText(std::uint32_t code);
+
+// What the user is told about a failed run: the package texts for the codes that have them,
+// the code's text otherwise.
+std::u16string userText(std::uint32_t code);
+
+inline constexpr char16_t InvalidPackageText[] = u"This file is not a valid Halvoren package file.";
+inline constexpr char16_t NotARecipientText[] =
+    u"The package cannot be decrypted. You are not in the list of recipients who can view the files, "
+    u"you will not be able to access it.";
+
+}  // namespace platform

@@ -1,0 +1,173 @@
+#include "platform/NativeFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "platform/FaultInjection.h"
+#include "platform/LastError.h"
+#include "platform/StatusCodes.h"
+#include "platform/Utf.h"
+
+namespace platform {
+
+FileHandle openFile(const std::u16string& path, std::uint32_t disposition, std::uint32_t access, mode_t mode)
+{
+    if (path.empty() || path.find(u'\0') != std::u16string::npos) {
+        setLastError(path.empty() ? win::ERROR_PATH_NOT_FOUND : win::ERROR_INVALID_NAME);
+        return InvalidHandle;
+    }
+    if (faults::shouldFail(faults::Kind::Open))
+        return InvalidHandle;
+
+    int flags = O_CLOEXEC;
+    const bool reads = (access & win::GENERIC_READ) != 0;
+    const bool writes = (access & win::GENERIC_WRITE) != 0;
+    flags |= reads && writes ? O_RDWR : writes ? O_WRONLY : O_RDONLY;
+    if (disposition == win::CREATE_ALWAYS)
+        flags |= O_CREAT | O_TRUNC;
+
+    const std::string native = toUtf8(path);
+    int fd;
+    do {
+        fd = ::open(native.c_str(), flags, mode);
+    } while (fd < 0 && errno == EINTR);
+    if (fd < 0) {
+        setLastErrorFromErrno();
+        return InvalidHandle;
+    }
+    struct stat info {};
+    if (::fstat(fd, &info) == 0 && S_ISDIR(info.st_mode)) {
+        ::close(fd);
+        setLastError(win::ERROR_ACCESS_DENIED);
+        return InvalidHandle;
+    }
+    return fd;
+}
+
+bool closeFile(FileHandle handle)
+{
+    if (handle < 0) {
+        setLastError(win::ERROR_INVALID_HANDLE);
+        return false;
+    }
+    // The descriptor is gone even when close reports EINTR, so it is never retried.
+    if (::close(handle) != 0 && errno != EINTR) {
+        setLastErrorFromErrno();
+        return false;
+    }
+    return true;
+}
+
+bool deleteFile(const std::u16string& path)
+{
+    if (path.empty()) {
+        setLastError(win::ERROR_PATH_NOT_FOUND);
+        return false;
+    }
+    if (::unlink(toUtf8(path).c_str()) != 0) {
+        setLastErrorFromErrno();
+        return false;
+    }
+    return true;
+}
+
+bool readFile(FileHandle handle, void* buffer, std::size_t size, std::size_t& got)
+{
+    got = 0;
+    if (handle < 0) {
+        setLastError(win::ERROR_INVALID_HANDLE);
+        return false;
+    }
+    if (faults::shouldFail(faults::Kind::Read))
+        return false;
+    auto* bytes = static_cast<unsigned char*>(buffer);
+    while (got < size) {
+        const ssize_t n = ::read(handle, bytes + got, size - got);
+        if (n < 0) {
+            if (errno == EINTR)
+                continue;
+            setLastErrorFromErrno();
+            return false;
+        }
+        if (n == 0)
+            break;
+        got += static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
+bool writeFile(FileHandle handle, const void* buffer, std::size_t size)
+{
+    if (handle < 0) {
+        setLastError(win::ERROR_INVALID_HANDLE);
+        return false;
+    }
+    if (faults::shouldFail(faults::Kind::Write))
+        return false;
+    const auto* bytes = static_cast<const unsigned char*>(buffer);
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t n = ::write(handle, bytes + done, size - done);
+        if (n < 0) {
+            if (errno == EINTR)
+                continue;
+            setLastErrorFromErrno();
+            return false;
+        }
+        if (n == 0) {
+            setLastError(win::ERROR_DISK_FULL);
+            return false;
+        }
+        done += static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
+bool seekFile(FileHandle handle, std::int64_t distance, SeekFrom from, std::int64_t* newPosition)
+{
+    if (handle < 0) {
+        setLastError(win::ERROR_INVALID_HANDLE);
+        return false;
+    }
+    const int whence = from == SeekFrom::Begin ? SEEK_SET : from == SeekFrom::Current ? SEEK_CUR : SEEK_END;
+    const off_t result = ::lseek(handle, static_cast<off_t>(distance), whence);
+    if (result < 0) {
+        if (errno == EINVAL)
+            setLastError(win::ERROR_NEGATIVE_SEEK);
+        else
+            setLastErrorFromErrno();
+        return false;
+    }
+    if (newPosition)
+        *newPosition = static_cast<std::int64_t>(result);
+    return true;
+}
+
+bool fileSize(FileHandle handle, std::int64_t& size)
+{
+    struct stat info {};
+    if (handle < 0) {
+        setLastError(win::ERROR_INVALID_HANDLE);
+        return false;
+    }
+    if (::fstat(handle, &info) != 0) {
+        setLastErrorFromErrno();
+        return false;
+    }
+    size = static_cast<std::int64_t>(info.st_size);
+    return true;
+}
+
+bool truncateFile(FileHandle handle, std::int64_t size)
+{
+    if (::ftruncate(handle, static_cast<off_t>(size)) != 0) {
+        setLastErrorFromErrno();
+        return false;
+    }
+    return true;
+}
+
+}  // namespace platform

@@ -1,0 +1,47 @@
+#pragma once
+// POSIX descriptors behind the Windows-style open parameters the engine records. Every failing
+// call leaves its reason in the last error. Tests can make chosen calls fail (see FaultInjection).
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace win {
+inline constexpr std::uint32_t CREATE_ALWAYS = 2;
+inline constexpr std::uint32_t OPEN_EXISTING = 3;
+inline constexpr std::uint32_t GENERIC_READ = 0x80000000;
+inline constexpr std::uint32_t GENERIC_WRITE = 0x40000000;
+inline constexpr std::uint32_t FILE_SHARE_READ = 1;
+inline constexpr std::uint32_t FILE_SHARE_WRITE = 2;
+}  // namespace win
+
+namespace platform {
+
+using FileHandle = int;
+inline constexpr FileHandle InvalidHandle = -1;
+
+// Mode for files that hold private data (keys, stores, temporaries).
+inline constexpr mode_t PrivateFileMode = 0600;
+// Mode for files the user receives (extracted files, packages); the umask still applies.
+inline constexpr mode_t UserFileMode = 0644;
+
+// Opens a file as CreateFileW would with the given disposition and access. Directories are
+// refused with ERROR_ACCESS_DENIED, as on Windows.
+FileHandle openFile(const std::u16string& path, std::uint32_t disposition, std::uint32_t access,
+                    mode_t mode = UserFileMode);
+bool closeFile(FileHandle handle);
+bool deleteFile(const std::u16string& path);
+
+// Reads until `size` bytes came or the end of the file; `got` says how many.
+bool readFile(FileHandle handle, void* buffer, std::size_t size, std::size_t& got);
+// Writes all `size` bytes or fails; a short write on a full disk fails with ERROR_DISK_FULL.
+bool writeFile(FileHandle handle, const void* buffer, std::size_t size);
+
+enum class SeekFrom { Begin = 0, Current = 1, End = 2 };
+bool seekFile(FileHandle handle, std::int64_t distance, SeekFrom from, std::int64_t* newPosition = nullptr);
+bool fileSize(FileHandle handle, std::int64_t& size);
+bool truncateFile(FileHandle handle, std::int64_t size);
+
+}  // namespace platform
