@@ -1,0 +1,361 @@
+#include "engine/ContainerFile.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "crypto/HashFile.h"
+#include "engine/ScopedFile.h"
+#include "platform/LastError.h"
+
+namespace {
+// The callbacks keep their 4096-byte granularity; the disk is read and written in far larger
+// pieces, so that a large package costs few system calls.
+constexpr std::int64_t ProgressBlock = 4096;
+constexpr std::int64_t IoBlock = 256 * ProgressBlock;
+// No writer makes a name anywhere near this long (a path is at most a few thousand characters);
+// refusing longer ones keeps a hostile name length from becoming a huge allocation.
+constexpr std::uint32_t MaxNameBytes = 1 << 20;
+
+EngineStatus lastErrorStatus() { return EngineStatus(platform::lastError(), SeverityError); }
+
+std::vector<std::uint8_t> encodeName(const std::u16string& name)
+{
+    std::vector<std::uint8_t> bytes;
+    if (name.empty())
+        return bytes;
+    bytes.reserve(name.size() * 2 + 2);
+    for (char16_t unit : name) {
+        bytes.push_back(static_cast<std::uint8_t>(unit & 0xFF));
+        bytes.push_back(static_cast<std::uint8_t>(unit >> 8));
+    }
+    bytes.push_back(0);
+    bytes.push_back(0);
+    return bytes;
+}
+
+// The text up to the first 16-bit zero; an odd last byte has no unit and is ignored.
+std::u16string decodeName(const std::vector<std::uint8_t>& bytes)
+{
+    std::u16string name;
+    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+        const char16_t unit = static_cast<char16_t>(bytes[i] | (bytes[i + 1] << 8));
+        if (unit == 0)
+            break;
+        name += unit;
+    }
+    return name;
+}
+}  // namespace
+
+ContainerEntry::ContainerEntry(std::u16string name, platform::FileHandle sourceFile, std::uint32_t entryType)
+    : name_(std::move(name)), sourceFile_(sourceFile), entryType_(entryType)
+{
+}
+
+ContainerEntry::ContainerEntry(std::u16string name, platform::FileHandle containerHandle, std::int64_t dataOffset,
+                               std::int64_t dataSize, std::uint32_t entryType)
+    : name_(std::move(name)), containerHandle_(containerHandle), dataOffset_(dataOffset), dataSize_(dataSize),
+      entryType_(entryType)
+{
+}
+
+EngineStatus ContainerEntry::extractTo(platform::FileHandle target)
+{
+    if (target == platform::InvalidHandle || containerHandle_ == platform::InvalidHandle || dataSize_ == 0)
+        return EngineStatus(win::ERROR_INVALID_HANDLE, SeverityError);
+
+    FilePositionGuard guard(containerHandle_);
+    if (!platform::seekFile(containerHandle_, dataOffset_, platform::SeekFrom::Begin))
+        return lastErrorStatus();
+    std::int64_t targetStart = 0;
+    if (!platform::seekFile(target, 0, platform::SeekFrom::Current, &targetStart))
+        return lastErrorStatus();
+
+    std::vector<std::uint8_t> buffer(static_cast<std::size_t>(std::min(dataSize_, IoBlock)));
+    EngineStatus status;
+    std::int64_t processed = 0;
+    while (processed < dataSize_ && status.ok()) {
+        const auto want = static_cast<std::size_t>(std::min<std::int64_t>(dataSize_ - processed, IoBlock));
+        std::size_t got = 0;
+        if (!platform::readFile(containerHandle_, buffer.data(), want, got)) {
+            status = lastErrorStatus();
+            break;
+        }
+        if (got < want) {
+            // The package ends before the entry does.
+            status = EngineStatus(0, SeverityError);
+            break;
+        }
+        if (!platform::writeFile(target, buffer.data(), got)) {
+            status = lastErrorStatus();
+            break;
+        }
+        const std::int64_t chunkEnd = processed + static_cast<std::int64_t>(got);
+        while (processed < chunkEnd) {
+            processed = std::min(processed + ProgressBlock, chunkEnd);
+            if (!callback_)
+                continue;
+            if (userParameter_)
+                userParameter_->fileName = name_.c_str();
+            if (callback_(OpExtractFile, dataSize_, processed, userParameter_) == 0) {
+                status = EngineStatus(win::ERROR_CANCELLED, SeverityError);
+                // The target keeps exactly the blocks that were reported as copied.
+                platform::truncateFile(target, targetStart + processed);
+                platform::seekFile(target, targetStart + processed, platform::SeekFrom::Begin);
+                break;
+            }
+        }
+    }
+    return status;
+}
+
+void setEntriesCallback(ContainerEntryList& list, EngineCallback callback, KvxUtils::UserParameter* userParameter)
+{
+    for (ContainerEntry& entry : list) {
+        entry.setCallback(callback);
+        entry.setUserParameter(userParameter);
+    }
+}
+
+void ContainerFile::setCallback(EngineCallback callback, KvxUtils::UserParameter* userParameter)
+{
+    callback_ = callback;
+    userParameter_ = userParameter;
+}
+
+EngineStatus ContainerFile::openForWrite(platform::FileHandle handle, std::uint32_t containerType)
+{
+    if (handle == platform::InvalidHandle)
+        return EngineStatus(win::ERROR_INVALID_HANDLE, SeverityError);
+    file_ = handle;
+    containerType_ = containerType;
+    if (!platform::seekFile(file_, ContainerHeader::Size, platform::SeekFrom::Begin))
+        return lastErrorStatus();
+    writing_ = 1;
+    return EngineStatus();
+}
+
+EngineStatus ContainerFile::addEntry(ContainerEntry& entry)
+{
+    if (file_ == platform::InvalidHandle || entry.sourceFile() == platform::InvalidHandle)
+        return EngineStatus(win::ERROR_INVALID_DATA, SeverityError);
+
+    std::int64_t size = 0;
+    if (!platform::fileSize(entry.sourceFile(), size))
+        size = 0;
+
+    const std::u16string name = entry.name();
+    const std::vector<std::uint8_t> nameField = encodeName(name);
+    EntryHeader header;
+    header.entryType = entry.type();
+    header.nameBytes = static_cast<std::uint32_t>(nameField.size());
+    header.dataSize = static_cast<std::uint64_t>(size);
+
+    // Header and name go out with the first piece of data: one write for a small file.
+    std::vector<std::uint8_t> prefix(EntryHeader::Size);
+    header.toBytes(prefix.data());
+    prefix.insert(prefix.end(), nameField.begin(), nameField.end());
+
+    EngineStatus status;
+    if (size > 0) {
+        status = copyData(entry, prefix, size);
+    } else if (!platform::writeFile(file_, prefix.data(), prefix.size())) {
+        status = lastErrorStatus();
+    }
+    if (status.ok())
+        ++entryCount_;
+    return status;
+}
+
+EngineStatus ContainerFile::copyData(ContainerEntry& entry, const std::vector<std::uint8_t>& prefix, std::int64_t size)
+{
+    const platform::FileHandle source = entry.sourceFile();
+    FilePositionGuard guard(source);
+    const std::size_t room = static_cast<std::size_t>(std::min(size, IoBlock));
+    std::vector<std::uint8_t> buffer(prefix.size() + room);
+    std::memcpy(buffer.data(), prefix.data(), prefix.size());
+    std::size_t pending = prefix.size();
+
+    EngineStatus status;
+    std::int64_t processed = 0;
+    const EngineCallback callback = entry.callback();
+    while (processed < size && status.ok()) {
+        const auto want = static_cast<std::size_t>(std::min<std::int64_t>(size - processed, IoBlock));
+        std::size_t got = 0;
+        if (!platform::readFile(source, buffer.data() + pending, want, got)) {
+            status = lastErrorStatus();
+            break;
+        }
+        if (got < want) {
+            // The file shrank while it was copied; the entry's size would no longer match its data.
+            status = EngineStatus(win::ERROR_HANDLE_EOF, SeverityError);
+            break;
+        }
+        if (!platform::writeFile(file_, buffer.data(), pending + got)) {
+            status = lastErrorStatus();
+            break;
+        }
+        pending = 0;
+        const std::int64_t chunkEnd = processed + static_cast<std::int64_t>(got);
+        while (processed < chunkEnd) {
+            processed = std::min(processed + ProgressBlock, chunkEnd);
+            if (!callback)
+                continue;
+            // The name copy lives until the callback returns, which is all the record promises.
+            const std::u16string nameCopy = entry.name();
+            if (userParameter_)
+                userParameter_->fileName = nameCopy.c_str();
+            const int goOn = callback(OpWriteFile, size, processed, userParameter_);
+            if (userParameter_)
+                userParameter_->fileName = nullptr;
+            if (goOn == 0) {
+                status.setSeverity(SeverityStopped);
+                break;
+            }
+        }
+    }
+    return status;
+}
+
+EngineStatus ContainerFile::finish()
+{
+    ContainerHeader header;
+    header.magic = magic_;
+    header.containerType = containerType_;
+    header.version = version_;
+    header.entryCount = entryCount_;
+    std::uint8_t bytes[ContainerHeader::Size];
+    header.toBytes(bytes);
+    if (!platform::seekFile(file_, 0, platform::SeekFrom::Begin) || !platform::writeFile(file_, bytes, sizeof bytes))
+        return lastErrorStatus();
+    if (!platform::seekFile(file_, HashedRangeStart, platform::SeekFrom::Begin))
+        return lastErrorStatus();
+    const auto digest = hashFile(file_, callback_, userParameter_);
+    if (!digest)
+        return EngineStatus(win::NTE_BAD_HASH, SeverityError);
+    hash_ = *digest;
+    if (!platform::seekFile(file_, 4, platform::SeekFrom::Begin) || !platform::writeFile(file_, hash_.data(), hash_.size()))
+        return lastErrorStatus();
+    return EngineStatus();
+}
+
+EngineStatus ContainerFile::close()
+{
+    EngineStatus status;
+    if (writing_ == 1 && entryCount_ > 0)
+        status = finish();
+    if (file_ != platform::InvalidHandle)
+        platform::closeFile(file_);
+    writing_ = 0;
+    file_ = platform::InvalidHandle;
+    callback_ = nullptr;
+    userParameter_ = nullptr;
+    entryCount_ = 0;
+    containerType_ = ContainerTypePlain;
+    hash_.fill(0);
+    return status;
+}
+
+EngineStatus ContainerFile::verify(platform::FileHandle handle, ContainerHeader& header)
+{
+    FilePositionGuard guard(handle);
+    std::uint8_t bytes[ContainerHeader::Size];
+    std::size_t got = 0;
+    if (!platform::readFile(handle, bytes, sizeof bytes, got))
+        return lastErrorStatus();
+    if (got < sizeof bytes)
+        return EngineStatus(platform::lastError() ? platform::lastError() : win::ERROR_HANDLE_EOF, SeverityError);
+    header = ContainerHeader::fromBytes(bytes);
+    if (header.magic != ContainerMagic || header.entryCount == 0)
+        return EngineStatus(win::ERROR_BAD_FORMAT, SeverityError);
+    if (!platform::seekFile(handle, HashedRangeStart, platform::SeekFrom::Begin))
+        return lastErrorStatus();
+    const auto digest = hashFile(handle, callback_, userParameter_);
+    if (!digest)
+        return EngineStatus(win::NTE_BAD_HASH, SeverityError);
+    if (*digest != header.hash)
+        return EngineStatus(win::ERROR_BAD_FORMAT, SeverityError);
+    return EngineStatus();
+}
+
+EngineStatus ContainerFile::openForRead(platform::FileHandle handle)
+{
+    if (handle == platform::InvalidHandle)
+        return EngineStatus(win::ERROR_INVALID_HANDLE, SeverityError);
+    ContainerHeader header;
+    EngineStatus status = verify(handle, header);
+    if (!status.ok()) {
+        if (userParameter_) {
+            userParameter_->status = status;
+            userParameter_->fileName = nullptr;
+        }
+        if (callback_)
+            callback_(OpError, 0, 0, userParameter_);
+        platform::closeFile(handle);
+        return status;
+    }
+    file_ = handle;
+    hash_ = header.hash;
+    containerType_ = header.containerType;
+    version_ = header.version;
+    entryCount_ = header.entryCount;
+    return status;
+}
+
+EngineStatus ContainerFile::readEntries(ContainerEntryList& list)
+{
+    if (file_ == platform::InvalidHandle || entryCount_ == 0)
+        return EngineStatus(win::ERROR_INVALID_HANDLE, SeverityError);
+
+    const EngineStatus badFormat(win::ERROR_BAD_FORMAT, SeverityError);
+    const std::size_t firstNew = list.size();
+    auto fail = [&] {
+        list.erase(list.begin() + static_cast<std::ptrdiff_t>(firstNew), list.end());
+        return badFormat;
+    };
+
+    std::int64_t fileLength = 0;
+    if (!platform::fileSize(file_, fileLength) || !platform::seekFile(file_, ContainerHeader::Size, platform::SeekFrom::Begin))
+        return fail();
+    // Every entry takes at least its 20 header bytes, so a count the file can't hold is refused
+    // before anything is allocated for it.
+    if (static_cast<std::uint64_t>(entryCount_) * EntryHeader::Size
+        > static_cast<std::uint64_t>(fileLength - static_cast<std::int64_t>(ContainerHeader::Size)))
+        return fail();
+
+    std::int64_t position = ContainerHeader::Size;
+    for (std::uint32_t i = 0; i < entryCount_; ++i) {
+        std::uint8_t bytes[EntryHeader::Size];
+        std::size_t got = 0;
+        if (!platform::readFile(file_, bytes, sizeof bytes, got) || got < sizeof bytes)
+            return fail();
+        position += EntryHeader::Size;
+        const EntryHeader header = EntryHeader::fromBytes(bytes);
+        if (header.magic != ContainerMagic)
+            return fail();
+
+        std::u16string name;
+        if (header.nameBytes > 0) {
+            // A name can't be longer than what is left of the file; checking first keeps a hostile
+            // length from turning into a huge allocation.
+            if (header.nameBytes > MaxNameBytes || header.nameBytes > static_cast<std::uint64_t>(fileLength - position))
+                return fail();
+            std::vector<std::uint8_t> field(header.nameBytes);
+            if (!platform::readFile(file_, field.data(), field.size(), got) || got < field.size())
+                return fail();
+            position += header.nameBytes;
+            name = decodeName(field);
+        }
+        if (header.dataSize > static_cast<std::uint64_t>(fileLength - position))
+            return fail();
+        const auto dataSize = static_cast<std::int64_t>(header.dataSize);
+        try {
+            list.emplace_back(std::move(name), file_, position, dataSize, header.entryType);
+        } catch (const std::bad_alloc&) {
+            return fail();
+        }
+        if (!platform::seekFile(file_, dataSize, platform::SeekFrom::Current, &position))
+            return fail();
+    }
+    return EngineStatus();
+}

@@ -1,0 +1,88 @@
+#pragma once
+// Reader and writer of the package format on an open file handle. Knows nothing of encryption:
+// both layers of an encrypted package are plain ContainerFile objects.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "engine/ContainerFormat.h"
+#include "engine/EngineCallback.h"
+#include "engine/EngineStatus.h"
+#include "platform/NativeFile.h"
+
+// One stored item: on the writing side a source file, on the reading side a stretch of a package.
+// Neither handle is owned.
+class ContainerEntry {
+public:
+    ContainerEntry(std::u16string name, platform::FileHandle sourceFile, std::uint32_t entryType);
+    ContainerEntry(std::u16string name, platform::FileHandle containerHandle, std::int64_t dataOffset,
+                   std::int64_t dataSize, std::uint32_t entryType);
+
+    // Copies the entry's data to the current position of `target`; the package's position is kept.
+    EngineStatus extractTo(platform::FileHandle target);
+
+    std::u16string name() const { return name_; }
+    std::uint32_t type() const { return entryType_; }
+    std::int64_t size() const { return dataSize_; }
+    std::int64_t dataOffset() const { return dataOffset_; }
+    platform::FileHandle sourceFile() const { return sourceFile_; }
+    EngineCallback callback() const { return callback_; }
+    KvxUtils::UserParameter* userParameter() const { return userParameter_; }
+    void setCallback(EngineCallback callback) { callback_ = callback; }
+    void setUserParameter(KvxUtils::UserParameter* userParameter) { userParameter_ = userParameter; }
+
+private:
+    std::u16string name_;
+    platform::FileHandle sourceFile_ = platform::InvalidHandle;
+    platform::FileHandle containerHandle_ = platform::InvalidHandle;
+    std::int64_t dataOffset_ = 0;
+    std::int64_t dataSize_ = 0;
+    std::uint32_t entryType_ = EntryTypeData;
+    EngineCallback callback_ = nullptr;
+    KvxUtils::UserParameter* userParameter_ = nullptr;
+};
+
+using ContainerEntryList = std::vector<ContainerEntry>;
+
+// Gives both to every entry of the list.
+void setEntriesCallback(ContainerEntryList& list, EngineCallback callback, KvxUtils::UserParameter* userParameter);
+
+class ContainerFile {
+public:
+    ContainerFile() = default;
+    ContainerFile(const ContainerFile&) = delete;
+    ContainerFile& operator=(const ContainerFile&) = delete;
+
+    void setCallback(EngineCallback callback, KvxUtils::UserParameter* userParameter);
+    // Takes the handle of an empty file; the 32 header bytes are written at close.
+    EngineStatus openForWrite(platform::FileHandle handle, std::uint32_t containerType);
+    // Takes the handle of a file positioned at 0 and verifies magic, entry count and digest. On
+    // failure the handle is closed and the failure is reported through OpError first.
+    EngineStatus openForRead(platform::FileHandle handle);
+    EngineStatus addEntry(ContainerEntry& entry);
+    // Appends one entry for each entry of the package; on any failure the list is emptied.
+    EngineStatus readEntries(ContainerEntryList& list);
+    // Writes header and digest if anything was written, then closes the handle.
+    EngineStatus close();
+
+    std::uint32_t containerType() const { return containerType_; }
+    std::uint32_t entryCount() const { return entryCount_; }
+    platform::FileHandle handle() const { return file_; }
+    const std::array<std::uint8_t, 16>& hash() const { return hash_; }
+
+private:
+    EngineStatus finish();
+    EngineStatus verify(platform::FileHandle handle, ContainerHeader& header);
+    EngineStatus copyData(ContainerEntry& entry, const std::vector<std::uint8_t>& prefix, std::int64_t size);
+
+    std::uint32_t magic_ = ContainerMagic;
+    std::array<std::uint8_t, 16> hash_ {};
+    std::uint32_t containerType_ = 0;
+    std::uint32_t version_ = ContainerVersion;
+    std::uint32_t entryCount_ = 0;
+    platform::FileHandle file_ = platform::InvalidHandle;
+    std::uint32_t writing_ = 0;
+    EngineCallback callback_ = nullptr;
+    KvxUtils::UserParameter* userParameter_ = nullptr;
+};

@@ -1,0 +1,30 @@
+#pragma once
+// The files of the package being made: one flat, ordered set of absolute paths. The tree the user
+// sees is derived from it a folder level at a time, by the plain functions below.
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+// Ordered by UTF-16 code unit, case-sensitively; a prefix sorts before its extensions.
+using FileSet = std::set<std::u16string>;
+// Child name to true for a file, false for a folder; ordered like FileSet.
+using ChildMap = std::map<std::u16string, bool>;
+
+inline constexpr char16_t NativeSeparator = u'/';
+
+// The distinct roots of the entries: everything up to and including the first separator.
+std::set<std::u16string> deriveRoots(const FileSet& files);
+// The names directly below a folder path or root (which ends in a separator). The prefix matches
+// without regard to case, the names keep the case of their entries.
+ChildMap listChildren(const std::u16string& folder, const FileSet& files);
+// Removes the one entry equal to the path, case-sensitively.
+void removeFile(const std::u16string& path, FileSet& files);
+// Removes every entry below a folder path or root, matching the prefix without regard to case.
+void removeTree(const std::u16string& folder, FileSet& files);
+// The components of a path for walking the tree; the first keeps its separator.
+std::vector<std::u16string> splitTreePath(const std::u16string& path);
+
+// Whether the first prefix.size() units of text equal prefix, ignoring case unit by unit.
+bool startsWithIgnoringCase(const std::u16string& text, const std::u16string& prefix);

@@ -1,0 +1,229 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <filesystem>
+
+#include "TestSupport.h"
+#include "crypto/HashFile.h"
+#include "engine/EngineStatus.h"
+#include "engine/ScopedFile.h"
+#include "platform/ErrorText.h"
+#include "platform/FaultInjection.h"
+#include "platform/LastError.h"
+#include "platform/TempFile.h"
+
+using namespace testing_support;
+namespace fs = std::filesystem;
+
+TEST(EngineStatus, OkDependsOnSeverityAloneAndTextsComeFromTheTable)
+{
+    EngineStatus failedWithoutCode(0, SeverityError);
+    EXPECT_FALSE(failedWithoutCode.ok());
+    EXPECT_TRUE(failedWithoutCode.message().empty());
+    EXPECT_EQ(failedWithoutCode.lookUps(), 0u);
+
+    EngineStatus parseCode(7, SeveritySuccess);
+    EXPECT_TRUE(parseCode.ok());
+    EXPECT_FALSE(parseCode.message().empty());
+
+    EXPECT_EQ(EngineStatus(win::ERROR_CANCELLED, SeverityError).message(), u"The operation was canceled by the user.");
+    EXPECT_EQ(platform::userText(win::ERROR_BAD_FORMAT), u"This file is not a valid Halvoren package file.");
+    EXPECT_EQ(platform::userText(win::NTE_BAD_HASH), u"This file is not a valid Halvoren package file.");
+    EXPECT_EQ(platform::userText(win::CRYPT_E_RECIPIENT_NOT_FOUND),
+              u"The package cannot be decrypted. You are not in the list of recipients who can view the files, "
+              u"you will not be able to access it.");
+    // Every code the errno map can produce has words; unknown errno values fall back to strerror.
+    for (int error = 1; error < 134; ++error) {
+        const std::uint32_t code = platform::codeFromErrno(error);
+        EXPECT_FALSE(platform::errorText(code).empty()) << "errno " << error;
+    }
+    EXPECT_EQ(platform::codeFromErrno(ENOSPC), win::ERROR_DISK_FULL);
+    EXPECT_EQ(platform::codeFromErrno(ENOENT), win::ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(platform::codeFromErrno(EISDIR), win::ERROR_ACCESS_DENIED);
+}
+
+TEST(EngineStatus, MessageIsCachedUntilTheCodeChangesAndCopiesLookUpAgain)
+{
+    EngineStatus status(win::ERROR_FILE_NOT_FOUND, SeverityError);
+    const auto first = status.message();
+    status.message();
+    EXPECT_EQ(status.lookUps(), 1u);
+
+    status.setCode(win::ERROR_ACCESS_DENIED);
+    EXPECT_NE(status.message(), first);
+    EXPECT_EQ(status.lookUps(), 2u);
+
+    EngineStatus copy(status);
+    EXPECT_EQ(copy.code(), status.code());
+    EXPECT_EQ(copy.severity(), status.severity());
+    EXPECT_EQ(copy.cachedCode(), 0u - status.code());
+    EXPECT_EQ(copy.message(), status.message());
+    EXPECT_EQ(copy.lookUps(), 1u);
+
+    // Assignment takes code and severity only; the target's own cache decides the next look-up.
+    EngineStatus target(win::ERROR_ACCESS_DENIED, SeverityStopped);
+    target.message();
+    target = EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError);
+    target.message();
+    EXPECT_EQ(target.lookUps(), 1u);
+    EXPECT_EQ(target.severity(), SeverityError);
+    target = target;
+    EXPECT_EQ(target.code(), win::ERROR_ACCESS_DENIED);
+}
+
+TEST(ScopedFile, OwnsReleasesAndDeletesItsHandle)
+{
+    const fs::path folder = freshFolder("scoped");
+    const std::u16string path = u16(folder / "a.bin");
+
+    ScopedFile closed;
+    EXPECT_EQ(closed.release(), platform::InvalidHandle);
+    EXPECT_FALSE(closed.closeAndDelete());
+
+    ScopedFile missing;
+    EXPECT_FALSE(missing.open(u16(folder / "none"), win::OPEN_EXISTING, win::GENERIC_READ, 3));
+    EXPECT_FALSE(missing.isOpen());
+    EXPECT_EQ(platform::lastError(), win::ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(missing.disposition(), win::OPEN_EXISTING);
+
+    {
+        ScopedFile file;
+        ASSERT_TRUE(file.open(path, win::CREATE_ALWAYS, win::GENERIC_READ | win::GENERIC_WRITE, 3));
+        EXPECT_TRUE(platform::writeFile(file.handle(), "abc", 3));
+        const platform::FileHandle handle = file.release();
+        EXPECT_FALSE(file.isOpen());
+        EXPECT_TRUE(file.path().empty());
+        EXPECT_EQ(file.accessMode(), 0u);
+        EXPECT_TRUE(platform::closeFile(handle));
+    }
+    EXPECT_EQ(readBytes(folder / "a.bin").size(), 3u);
+
+    ScopedFile directory;
+    EXPECT_FALSE(directory.open(u16(folder), win::OPEN_EXISTING, win::GENERIC_READ, 3));
+    EXPECT_EQ(platform::lastError(), win::ERROR_ACCESS_DENIED);
+
+    ScopedFile doomed;
+    ASSERT_TRUE(doomed.open(path, win::OPEN_EXISTING, win::GENERIC_READ, 3));
+    EXPECT_TRUE(doomed.closeAndDelete());
+    EXPECT_FALSE(fs::exists(folder / "a.bin"));
+    EXPECT_FALSE(doomed.isOpen());
+}
+
+TEST(FilePositionGuard, RestoresPositionsAndNests)
+{
+    const fs::path folder = freshFolder("guard");
+    writeBytes(folder / "f", randomBytes(5000));
+    ScopedFile file;
+    ASSERT_TRUE(file.open(u16(folder / "f"), win::OPEN_EXISTING, win::GENERIC_READ, 3));
+    ASSERT_TRUE(platform::seekFile(file.handle(), 100, platform::SeekFrom::Begin));
+    {
+        FilePositionGuard outer(file.handle());
+        platform::seekFile(file.handle(), 300, platform::SeekFrom::Begin);
+        {
+            FilePositionGuard inner(file.handle());
+            platform::seekFile(file.handle(), 0, platform::SeekFrom::End);
+        }
+        std::int64_t position = 0;
+        platform::seekFile(file.handle(), 0, platform::SeekFrom::Current, &position);
+        EXPECT_EQ(position, 300);
+    }
+    std::int64_t position = 0;
+    platform::seekFile(file.handle(), 0, platform::SeekFrom::Current, &position);
+    EXPECT_EQ(position, 100);
+    FilePositionGuard nothing(platform::InvalidHandle);
+}
+
+TEST(TempFile, IsPrivateAndNamedKvx)
+{
+    std::u16string path;
+    ASSERT_TRUE(platform::createTempFile(path));
+    const fs::path native(u8(path));
+    EXPECT_EQ(native.filename().string().rfind("KVX", 0), 0u);
+    EXPECT_EQ(native.parent_path().string(), std::string(getenv("TMPDIR")));
+    struct stat info {};
+    ASSERT_EQ(stat(native.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0600u);
+    EXPECT_EQ(info.st_size, 0);
+    fs::remove(native);
+}
+
+namespace {
+struct HashLog {
+    std::vector<std::int64_t> processed;
+    std::int64_t total = -1;
+    int stopAt = -1;
+};
+HashLog* hashLog = nullptr;
+int recordHash(std::uint32_t operation, std::int64_t total, std::int64_t processed, KvxUtils::UserParameter*)
+{
+    EXPECT_EQ(operation, OpHash);
+    hashLog->total = total;
+    hashLog->processed.push_back(processed);
+    return static_cast<int>(hashLog->processed.size()) == hashLog->stopAt ? 0 : 1;
+}
+
+std::string hex(const Md5Digest& digest)
+{
+    static const char digits[] = "0123456789abcdef";
+    std::string text;
+    for (auto byte : digest) {
+        text += digits[byte >> 4];
+        text += digits[byte & 15];
+    }
+    return text;
+}
+}  // namespace
+
+TEST(HashFile, HashesFromThePositionWithOneReportPerKilobyte)
+{
+    const fs::path folder = freshFolder("hash");
+    writeText(folder / "empty", "");
+    writeText(folder / "twenty", std::string(20, 'x'));
+    writeText(folder / "abc", "abc");
+    writeBytes(folder / "big", randomBytes(1024 * 300 + 5));
+
+    HashLog log;
+    hashLog = &log;
+    ScopedFile empty;
+    ASSERT_TRUE(empty.open(u16(folder / "empty"), win::OPEN_EXISTING, win::GENERIC_READ, 3));
+    auto digest = hashFile(empty.handle(), recordHash, nullptr);
+    ASSERT_TRUE(digest);
+    EXPECT_EQ(hex(*digest), "d41d8cd98f00b204e9800998ecf8427e");
+    EXPECT_TRUE(log.processed.empty());
+
+    ScopedFile twenty;
+    ASSERT_TRUE(twenty.open(u16(folder / "twenty"), win::OPEN_EXISTING, win::GENERIC_READ, 3));
+    platform::seekFile(twenty.handle(), 20, platform::SeekFrom::Begin);
+    digest = hashFile(twenty.handle(), recordHash, nullptr);
+    ASSERT_TRUE(digest);
+    EXPECT_EQ(hex(*digest), "d41d8cd98f00b204e9800998ecf8427e");
+
+    ScopedFile abc;
+    ASSERT_TRUE(abc.open(u16(folder / "abc"), win::OPEN_EXISTING, win::GENERIC_READ, 3));
+    EXPECT_EQ(hex(*hashFile(abc.handle(), nullptr, nullptr)), "900150983cd24fb0d6963f7d28e17f72");
+
+    ScopedFile big;
+    ASSERT_TRUE(big.open(u16(folder / "big"), win::OPEN_EXISTING, win::GENERIC_READ, 3));
+    platform::seekFile(big.handle(), 20, platform::SeekFrom::Begin);
+    ASSERT_TRUE(hashFile(big.handle(), recordHash, nullptr));
+    ASSERT_EQ(log.processed.size(), 300u);
+    EXPECT_EQ(log.total, 1024 * 300 + 5);
+    EXPECT_EQ(log.processed.front(), 1024);
+    EXPECT_EQ(log.processed.back(), 1024 * 300 + 5 - 20);
+
+    // A stop on the very last block still yields nothing.
+    log = HashLog{};
+    log.stopAt = 300;
+    platform::seekFile(big.handle(), 20, platform::SeekFrom::Begin);
+    EXPECT_FALSE(hashFile(big.handle(), recordHash, nullptr));
+    EXPECT_EQ(log.processed.size(), 300u);
+
+    platform::faults::failAfter(platform::faults::Kind::Read, 0, win::ERROR_IO_DEVICE);
+    platform::seekFile(big.handle(), 0, platform::SeekFrom::Begin);
+    EXPECT_FALSE(hashFile(big.handle(), nullptr, nullptr));
+    EXPECT_EQ(platform::lastError(), win::ERROR_IO_DEVICE);
+    platform::faults::reset();
+    EXPECT_FALSE(hashFile(platform::InvalidHandle, nullptr, nullptr));
+    hashLog = nullptr;
+}
