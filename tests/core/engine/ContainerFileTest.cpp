@@ -1,0 +1,497 @@
+#include <gtest/gtest.h>
+#include <openssl/evp.h>
+
+#include <filesystem>
+#include <functional>
+
+#include "TestSupport.h"
+#include "crypto/HashFile.h"
+#include "engine/ContainerFile.h"
+#include "engine/ScopedFile.h"
+#include "platform/FaultInjection.h"
+#include "platform/LastError.h"
+
+using namespace testing_support;
+namespace fs = std::filesystem;
+using Bytes = std::vector<std::uint8_t>;
+
+namespace {
+
+struct Report {
+    std::uint32_t operation;
+    std::int64_t total;
+    std::int64_t processed;
+    std::u16string fileName;
+    std::uint32_t statusCode;
+};
+
+// Records every callback; answers 0 at the report chosen by `stopWhen`.
+struct Recorder {
+    std::vector<Report> reports;
+    std::function<bool(const Report&)> stopWhen;
+    KvxUtils::UserParameter record;
+
+    int count(std::uint32_t operation) const
+    {
+        return static_cast<int>(std::count_if(reports.begin(), reports.end(),
+                                              [&](const Report& r) { return r.operation == operation; }));
+    }
+};
+Recorder* active = nullptr;
+
+int recordingCallback(std::uint32_t operation, std::int64_t total, std::int64_t processed,
+                      KvxUtils::UserParameter* parameter)
+{
+    Report report {operation, total, processed, {}, 0};
+    if (parameter && parameter->fileName)
+        report.fileName = parameter->fileName;
+    if (parameter && operation == OpError)
+        report.statusCode = parameter->status.code();
+    active->reports.push_back(report);
+    return active->stopWhen && active->stopWhen(report) ? 0 : 1;
+}
+
+platform::FileHandle openReadWrite(const fs::path& path)
+{
+    return platform::openFile(u16(path), win::OPEN_EXISTING, win::GENERIC_READ | win::GENERIC_WRITE);
+}
+
+EngineStatus writePackage(const fs::path& package, const std::vector<std::pair<std::u16string, Bytes>>& items,
+                          Recorder* recorder = nullptr, std::uint32_t type = ContainerTypePlain)
+{
+    const fs::path sources = package.parent_path() / (package.filename().string() + ".src");
+    fs::create_directories(sources);
+    ScopedFile out;
+    EXPECT_TRUE(out.open(u16(package), win::CREATE_ALWAYS, win::GENERIC_READ | win::GENERIC_WRITE, 3));
+    ContainerFile container;
+    if (recorder)
+        container.setCallback(recordingCallback, &recorder->record);
+    EngineStatus status = container.openForWrite(out.release(), type);
+    int index = 0;
+    for (const auto& [name, data] : items) {
+        const fs::path source = sources / std::to_string(index++);
+        writeBytes(source, data);
+        ScopedFile in;
+        EXPECT_TRUE(in.open(u16(source), win::OPEN_EXISTING, win::GENERIC_READ, 3));
+        ContainerEntry entry(name, in.handle(), EntryTypeData);
+        if (recorder) {
+            entry.setCallback(recordingCallback);
+            entry.setUserParameter(&recorder->record);
+        }
+        if (status.ok())
+            status = container.addEntry(entry);
+    }
+    const EngineStatus closed = container.close();
+    return status.ok() ? closed : status;
+}
+
+struct Opened {
+    EngineStatus status;
+    std::vector<std::pair<std::u16string, Bytes>> items;
+};
+
+Opened readPackage(const fs::path& package, Recorder* recorder = nullptr)
+{
+    Opened result;
+    Recorder local;
+    Recorder* used = recorder ? recorder : &local;
+    active = used;
+    ContainerFile container;
+    container.setCallback(recordingCallback, &used->record);
+    result.status = container.openForRead(openReadWrite(package));
+    if (!result.status.ok())
+        return result;
+    ContainerEntryList entries;
+    result.status = container.readEntries(entries);
+    setEntriesCallback(entries, recordingCallback, &used->record);
+    const fs::path scratch = package.parent_path() / "scratch";
+    for (ContainerEntry& entry : entries) {
+        Bytes data;
+        if (entry.size() > 0) {
+            ScopedFile target;
+            EXPECT_TRUE(target.open(u16(scratch), win::CREATE_ALWAYS, win::GENERIC_READ | win::GENERIC_WRITE, 3));
+            const EngineStatus extracted = entry.extractTo(target.handle());
+            target.close();
+            if (!extracted.ok()) {
+                result.status = extracted;
+                break;
+            }
+            data = readBytes(scratch);
+        }
+        result.items.emplace_back(entry.name(), data);
+    }
+    container.close();
+    return result;
+}
+
+// Rewrites the digest so that a crafted change reaches the entry checks.
+void rehash(Bytes& bytes)
+{
+    unsigned int length = 0;
+    EVP_Digest(bytes.data() + 20, bytes.size() - 20, bytes.data() + 4, &length, EVP_md5(), nullptr);
+}
+
+Bytes entryHeader(std::uint32_t type, std::uint32_t nameBytes, std::uint64_t dataSize)
+{
+    Bytes bytes(EntryHeader::Size);
+    EntryHeader header;
+    header.entryType = type;
+    header.nameBytes = nameBytes;
+    header.dataSize = dataSize;
+    header.toBytes(bytes.data());
+    return bytes;
+}
+
+Bytes craftedPackage(std::uint32_t entryCount, const Bytes& body)
+{
+    Bytes bytes(ContainerHeader::Size);
+    ContainerHeader header;
+    header.containerType = ContainerTypePlain;
+    header.entryCount = entryCount;
+    header.toBytes(bytes.data());
+    bytes.insert(bytes.end(), body.begin(), body.end());
+    rehash(bytes);
+    return bytes;
+}
+
+Bytes utf16z(const std::u16string& text)
+{
+    Bytes bytes;
+    for (char16_t unit : text) {
+        bytes.push_back(static_cast<std::uint8_t>(unit));
+        bytes.push_back(static_cast<std::uint8_t>(unit >> 8));
+    }
+    bytes.push_back(0);
+    bytes.push_back(0);
+    return bytes;
+}
+
+}  // namespace
+
+TEST(ContainerFile, WritesTheOneFileExampleByteForByte)
+{
+    const fs::path folder = freshFolder("example");
+    ASSERT_TRUE(writePackage(folder / "p.kvx", {{u"a.txt", {'a', 'b', 'c'}}}).ok());
+    const Bytes expected {0x6B, 0x76, 0x78, 0x00, 0xdd, 0x50, 0x57, 0x41, 0x4c, 0x4d, 0x86, 0x53, 0x8b, 0x6f,
+                          0x4a, 0xaf, 0x7f, 0x26, 0xe6, 0xc7, 0x01, 0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x00,
+                          0x01, 0x00, 0x00, 0x00, 0x6B, 0x76, 0x78, 0x00, 0x01, 0x00, 0x00, 0x00, 0x0C, 0x00,
+                          0x00, 0x00, 0x03, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x61, 0x00, 0x2E, 0x00,
+                          0x74, 0x00, 0x78, 0x00, 0x74, 0x00, 0x00, 0x00, 0x61, 0x62, 0x63};
+    EXPECT_EQ(readBytes(folder / "p.kvx"), expected);
+}
+
+TEST(ContainerFile, RoundTripsEntriesOfEveryShapeWithProgress)
+{
+    const fs::path folder = freshFolder("roundtrip");
+    const std::vector<std::pair<std::u16string, Bytes>> items {
+        {u"empty.txt", {}},
+        {u"x", randomBytes(1, 2)},
+        {u"dir\\exact4096.bin", randomBytes(4096 * 3, 3)},
+        {u"", randomBytes(10000, 4)},
+        {u"\u00e9t\u00e9\\\U0001F600.txt", randomBytes(300000, 5)},
+    };
+    Recorder writer;
+    active = &writer;
+    ASSERT_TRUE(writePackage(folder / "p.kvx", items, &writer).ok());
+    // One report per 4096-byte block; an exact multiple makes no report for the final empty read.
+    std::vector<std::int64_t> exact;
+    for (const Report& r : writer.reports)
+        if (r.operation == OpWriteFile && r.fileName == u"dir\\exact4096.bin")
+            exact.push_back(r.processed);
+    EXPECT_EQ(exact, (std::vector<std::int64_t> {4096, 8192, 12288}));
+    EXPECT_EQ(writer.count(OpWriteFile), 1 + 3 + 3 + 74);
+    EXPECT_GT(writer.count(OpHash), 0);
+
+    Recorder reader;
+    const Opened opened = readPackage(folder / "p.kvx", &reader);
+    ASSERT_TRUE(opened.status.ok());
+    EXPECT_EQ(opened.items, items);
+    EXPECT_EQ(reader.count(OpError), 0);
+    // Extraction reports the entry's size and name with each block.
+    const auto last = std::find_if(reader.reports.rbegin(), reader.reports.rend(),
+                                   [](const Report& r) { return r.operation == OpExtractFile; });
+    ASSERT_NE(last, reader.reports.rend());
+    EXPECT_EQ(last->total, 300000);
+    EXPECT_EQ(last->processed, 300000);
+    EXPECT_EQ(last->fileName, u"\u00e9t\u00e9\\\U0001F600.txt");
+}
+
+TEST(ContainerFile, EmptyEntriesAndReadingLeaveNoTrace)
+{
+    const fs::path folder = freshFolder("edges");
+    // Closing a writer with no entries writes nothing.
+    ScopedFile out;
+    ASSERT_TRUE(out.open(u16(folder / "none.kvx"), win::CREATE_ALWAYS, win::GENERIC_READ | win::GENERIC_WRITE, 3));
+    ContainerFile empty;
+    ASSERT_TRUE(empty.openForWrite(out.release(), ContainerTypePlain).ok());
+    EXPECT_TRUE(empty.close().ok());
+    EXPECT_EQ(fs::file_size(folder / "none.kvx"), 0u);
+
+    ASSERT_TRUE(writePackage(folder / "p.kvx", {{u"zero", {}}, {u"one", {'1'}}}).ok());
+    const Bytes before = readBytes(folder / "p.kvx");
+    // The empty entry's header is followed directly by the next header.
+    EXPECT_EQ(before[32 + 20 + 10 + 0], 0x6B);
+    EXPECT_EQ(readPackage(folder / "p.kvx").items.size(), 2u);
+    EXPECT_EQ(readBytes(folder / "p.kvx"), before);
+
+    ContainerFile reader;
+    Recorder recorder;
+    active = &recorder;
+    reader.setCallback(recordingCallback, &recorder.record);
+    const platform::FileHandle handle = openReadWrite(folder / "p.kvx");
+    ASSERT_TRUE(reader.openForRead(handle).ok());
+    ContainerEntryList entries;
+    ASSERT_TRUE(reader.readEntries(entries).ok());
+    std::int64_t positionBefore = 0;
+    platform::seekFile(handle, 7, platform::SeekFrom::Begin, &positionBefore);
+    ScopedFile target;
+    ASSERT_TRUE(target.open(u16(folder / "t"), win::CREATE_ALWAYS, win::GENERIC_READ | win::GENERIC_WRITE, 3));
+    EXPECT_EQ(entries[0].extractTo(target.handle()).code(), win::ERROR_INVALID_HANDLE);
+    EXPECT_TRUE(entries[1].extractTo(target.handle()).ok());
+    std::int64_t positionAfter = 0;
+    platform::seekFile(handle, 0, platform::SeekFrom::Current, &positionAfter);
+    EXPECT_EQ(positionAfter, 7);
+    EXPECT_TRUE(reader.close().ok());
+
+    ContainerFile closed;
+    ContainerEntry stray(u"x", platform::InvalidHandle, EntryTypeData);
+    EXPECT_EQ(closed.addEntry(stray).code(), win::ERROR_INVALID_DATA);
+    EXPECT_EQ(closed.openForWrite(platform::InvalidHandle, 1).code(), win::ERROR_INVALID_HANDLE);
+    EXPECT_EQ(closed.openForRead(platform::InvalidHandle).code(), win::ERROR_INVALID_HANDLE);
+    EXPECT_EQ(closed.readEntries(entries).code(), win::ERROR_INVALID_HANDLE);
+}
+
+TEST(ContainerFile, RefusesEveryDamagedPackage)
+{
+    const fs::path folder = freshFolder("damaged");
+    ASSERT_TRUE(writePackage(folder / "good.kvx", {{u"a", randomBytes(5000, 7)}, {u"b", randomBytes(100, 8)}}).ok());
+    const Bytes good = readBytes(folder / "good.kvx");
+
+    auto verdict = [&](const Bytes& bytes) {
+        writeBytes(folder / "bad.kvx", bytes);
+        Recorder recorder;
+        const Opened opened = readPackage(folder / "bad.kvx", &recorder);
+        // A refused package is always reported through OpError with the same code first.
+        if (!opened.status.ok() && recorder.count(OpError) == 1)
+            EXPECT_EQ(recorder.reports.back().statusCode, opened.status.code());
+        return std::make_pair(opened.status.code(), recorder.count(OpHash));
+    };
+
+    for (std::size_t offset : {std::size_t(20), std::size_t(24), std::size_t(28), std::size_t(40), std::size_t(60),
+                               good.size() / 2, good.size() - 1}) {
+        Bytes changed = good;
+        changed[offset] ^= 0x01;
+        EXPECT_EQ(verdict(changed).first, win::ERROR_BAD_FORMAT) << "offset " << offset;
+    }
+    Bytes hashChanged = good;
+    hashChanged[9] ^= 0x80;
+    EXPECT_EQ(verdict(hashChanged).first, win::ERROR_BAD_FORMAT);
+
+    Bytes magic = good;
+    magic[1] = 'X';
+    EXPECT_EQ(verdict(magic), std::make_pair(win::ERROR_BAD_FORMAT, 0));
+    Bytes zeroCount = good;
+    putU32(zeroCount.data() + 28, 0);
+    EXPECT_EQ(verdict(zeroCount), std::make_pair(win::ERROR_BAD_FORMAT, 0));
+
+    Bytes appended = good;
+    appended.push_back(0);
+    EXPECT_EQ(verdict(appended).first, win::ERROR_BAD_FORMAT);
+    Bytes truncated(good.begin(), good.end() - 10);
+    EXPECT_EQ(verdict(truncated).first, win::ERROR_BAD_FORMAT);
+    Bytes tiny(good.begin(), good.begin() + 31);
+    EXPECT_NE(verdict(tiny).first, 0u);
+
+    // Any version is accepted when the digest matches.
+    Bytes version = good;
+    putU32(version.data() + 24, 7);
+    rehash(version);
+    EXPECT_EQ(verdict(version).first, 0u);
+
+    // A broken second entry empties the whole list, though the first was read.
+    Bytes secondBroken = good;
+    const std::size_t second = 32 + 20 + 4 + 5000;
+    ASSERT_EQ(secondBroken[second], 0x6B);
+    secondBroken[second] = 0;
+    rehash(secondBroken);
+    writeBytes(folder / "bad.kvx", secondBroken);
+    ContainerFile container;
+    Recorder recorder;
+    active = &recorder;
+    container.setCallback(recordingCallback, &recorder.record);
+    ASSERT_TRUE(container.openForRead(openReadWrite(folder / "bad.kvx")).ok());
+    ContainerEntryList list;
+    EXPECT_EQ(container.readEntries(list).code(), win::ERROR_BAD_FORMAT);
+    EXPECT_TRUE(list.empty());
+    container.close();
+}
+
+TEST(ContainerFile, HostileLengthsFailWithoutReadingPastOrAllocatingHugely)
+{
+    const fs::path folder = freshFolder("hostile");
+    auto status = [&](const Bytes& bytes) {
+        writeBytes(folder / "h.kvx", bytes);
+        return readPackage(folder / "h.kvx");
+    };
+    const Bytes name = utf16z(u"a");
+
+    Bytes body = entryHeader(EntryTypeData, 0xFFFFFFFF, 0);
+    EXPECT_EQ(status(craftedPackage(1, body)).status.code(), win::ERROR_BAD_FORMAT);
+
+    body = entryHeader(EntryTypeData, 4, 1);
+    body.insert(body.end(), name.begin(), name.end());
+    body.push_back('z');
+    EXPECT_EQ(status(craftedPackage(0xFFFFFFFF, body)).status.code(), win::ERROR_BAD_FORMAT);
+    EXPECT_EQ(status(craftedPackage(2, body)).status.code(), win::ERROR_BAD_FORMAT);
+
+    for (std::uint64_t size : {std::uint64_t(2), std::uint64_t(1) << 40, std::uint64_t(1) << 63, ~std::uint64_t(0)}) {
+        body = entryHeader(EntryTypeData, 4, size);
+        body.insert(body.end(), name.begin(), name.end());
+        body.push_back('z');
+        EXPECT_EQ(status(craftedPackage(1, body)).status.code(), win::ERROR_BAD_FORMAT) << size;
+    }
+
+    // A name field without a terminator keeps what it holds; an odd length drops the odd byte.
+    body = entryHeader(EntryTypeData, 4, 1);
+    body.insert(body.end(), {'o', 0, 'k', 0, 'z'});
+    Opened opened = status(craftedPackage(1, body));
+    ASSERT_TRUE(opened.status.ok());
+    EXPECT_EQ(opened.items[0].first, u"ok");
+    body = entryHeader(EntryTypeData, 3, 1);
+    body.insert(body.end(), {'o', 0, 'k', 'z'});
+    opened = status(craftedPackage(1, body));
+    ASSERT_TRUE(opened.status.ok());
+    EXPECT_EQ(opened.items[0].first, u"o");
+    // A zero in the middle ends the name.
+    body = entryHeader(EntryTypeData, 8, 0);
+    body.insert(body.end(), {'a', 0, 0, 0, 'b', 0, 0, 0});
+    opened = status(craftedPackage(1, body));
+    ASSERT_TRUE(opened.status.ok());
+    EXPECT_EQ(opened.items[0].first, u"a");
+}
+
+TEST(ContainerFile, StopsDifferBetweenWritingHashingAndExtracting)
+{
+    const fs::path folder = freshFolder("stops");
+    const Bytes data = randomBytes(4096 * 5 + 1, 9);
+
+    Recorder stopCopy;
+    stopCopy.stopWhen = [](const Report& r) { return r.operation == OpWriteFile && r.processed == 8192; };
+    active = &stopCopy;
+    const EngineStatus copied = writePackage(folder / "copy.kvx", {{u"f", data}}, &stopCopy);
+    EXPECT_EQ(copied.severity(), SeverityStopped);
+    EXPECT_EQ(copied.code(), 0u);
+    EXPECT_EQ(stopCopy.count(OpHash), 0);
+
+    Recorder stopHash;
+    stopHash.stopWhen = [](const Report& r) { return r.operation == OpHash; };
+    active = &stopHash;
+    const EngineStatus hashed = writePackage(folder / "hash.kvx", {{u"f", data}}, &stopHash);
+    EXPECT_EQ(hashed.code(), win::NTE_BAD_HASH);
+    EXPECT_EQ(hashed.severity(), SeverityError);
+    // The header is there but its digest is zero, so the file won't open.
+    const Bytes unfinished = readBytes(folder / "hash.kvx");
+    EXPECT_EQ(Bytes(unfinished.begin() + 4, unfinished.begin() + 20), Bytes(16, 0));
+    EXPECT_EQ(readPackage(folder / "hash.kvx").status.code(), win::ERROR_BAD_FORMAT);
+
+    ASSERT_TRUE(writePackage(folder / "good.kvx", {{u"f", data}}).ok());
+    Recorder stopVerify;
+    stopVerify.stopWhen = [](const Report& r) { return r.operation == OpHash; };
+    const Opened verifying = readPackage(folder / "good.kvx", &stopVerify);
+    EXPECT_EQ(verifying.status.code(), win::NTE_BAD_HASH);
+    EXPECT_EQ(stopVerify.count(OpError), 1);
+
+    Recorder stopExtract;
+    stopExtract.stopWhen = [](const Report& r) { return r.operation == OpExtractFile && r.processed == 12288; };
+    const Opened extracting = readPackage(folder / "good.kvx", &stopExtract);
+    EXPECT_EQ(extracting.status.code(), win::ERROR_CANCELLED);
+    EXPECT_EQ(extracting.status.severity(), SeverityError);
+    // The target keeps the blocks copied up to the stop.
+    EXPECT_EQ(readBytes(folder / "scratch"), Bytes(data.begin(), data.begin() + 12288));
+}
+
+TEST(ContainerFile, FailedWritesAndReadsCarryTheSystemsReason)
+{
+    const fs::path folder = freshFolder("faults");
+    platform::faults::failAfter(platform::faults::Kind::Write, 0, win::ERROR_DISK_FULL);
+    EngineStatus status = writePackage(folder / "full.kvx", {{u"f", randomBytes(10000)}});
+    platform::faults::reset();
+    EXPECT_EQ(status.code(), win::ERROR_DISK_FULL);
+
+    ASSERT_TRUE(writePackage(folder / "good.kvx", {{u"f", randomBytes(10000)}}).ok());
+    // The second read of extraction is the entry's data (the header reads went first).
+    ContainerFile container;
+    Recorder recorder;
+    active = &recorder;
+    container.setCallback(recordingCallback, &recorder.record);
+    ASSERT_TRUE(container.openForRead(openReadWrite(folder / "good.kvx")).ok());
+    ContainerEntryList entries;
+    ASSERT_TRUE(container.readEntries(entries).ok());
+    ScopedFile target;
+    ASSERT_TRUE(target.open(u16(folder / "t"), win::CREATE_ALWAYS, win::GENERIC_READ | win::GENERIC_WRITE, 3));
+    platform::faults::failAfter(platform::faults::Kind::Write, 0, win::ERROR_DISK_FULL);
+    status = entries[0].extractTo(target.handle());
+    platform::faults::reset();
+    EXPECT_EQ(status.code(), win::ERROR_DISK_FULL);
+    container.close();
+}
+
+TEST(ContainerFile, SizesAndOffsetsAreSixtyFourBit)
+{
+    // A sparse package whose first entry is just over 4 GiB: the second entry's data lies beyond
+    // every 32-bit offset, and the walk and the copy must still find it.
+    const fs::path folder = freshFolder("large");
+    const std::uint64_t bigSize = (std::uint64_t(1) << 32) + 7;
+    const fs::path package = folder / "large.kvx";
+    {
+        Bytes head(ContainerHeader::Size);
+        ContainerHeader header;
+        header.containerType = ContainerTypePlain;
+        header.entryCount = 2;
+        header.toBytes(head.data());
+        Bytes first = entryHeader(EntryTypeData, 4, bigSize);
+        const Bytes name = utf16z(u"a");
+        head.insert(head.end(), first.begin(), first.end());
+        head.insert(head.end(), name.begin(), name.end());
+        Bytes tail = entryHeader(EntryTypeData, 4, 5);
+        const Bytes secondName = utf16z(u"b");
+        tail.insert(tail.end(), secondName.begin(), secondName.end());
+        tail.insert(tail.end(), {'h', 'e', 'l', 'l', 'o'});
+        ScopedFile file;
+        ASSERT_TRUE(file.open(u16(package), win::CREATE_ALWAYS, win::GENERIC_READ | win::GENERIC_WRITE, 3));
+        ASSERT_TRUE(platform::writeFile(file.handle(), head.data(), head.size()));
+        ASSERT_TRUE(platform::seekFile(file.handle(), static_cast<std::int64_t>(head.size() + bigSize),
+                                       platform::SeekFrom::Begin));
+        ASSERT_TRUE(platform::writeFile(file.handle(), tail.data(), tail.size()));
+        ASSERT_TRUE(platform::seekFile(file.handle(), HashedRangeStart, platform::SeekFrom::Begin));
+        const auto digest = hashFile(file.handle(), nullptr, nullptr);
+        ASSERT_TRUE(digest);
+        ASSERT_TRUE(platform::seekFile(file.handle(), 4, platform::SeekFrom::Begin));
+        ASSERT_TRUE(platform::writeFile(file.handle(), digest->data(), digest->size()));
+    }
+    // Millions of hash reports: keep only the last.
+    static std::int64_t lastHashed;
+    lastHashed = 0;
+    KvxUtils::UserParameter record;
+    ContainerFile container;
+    container.setCallback(
+        [](std::uint32_t, std::int64_t, std::int64_t processed, KvxUtils::UserParameter*) {
+            lastHashed = processed;
+            return 1;
+        },
+        &record);
+    ASSERT_TRUE(container.openForRead(openReadWrite(package)).ok());
+    ContainerEntryList entries;
+    ASSERT_TRUE(container.readEntries(entries).ok());
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(static_cast<std::uint64_t>(entries[0].size()), bigSize);
+    EXPECT_GT(entries[1].dataOffset(), std::int64_t(1) << 32);
+    ScopedFile target;
+    ASSERT_TRUE(target.open(u16(folder / "b"), win::CREATE_ALWAYS, win::GENERIC_READ | win::GENERIC_WRITE, 3));
+    ASSERT_TRUE(entries[1].extractTo(target.handle()).ok());
+    target.close();
+    EXPECT_EQ(readBytes(folder / "b"), (Bytes {'h', 'e', 'l', 'l', 'o'}));
+    // The last hash report covers the whole file less the first 20 bytes, far above 4 GiB.
+    EXPECT_EQ(lastHashed, static_cast<std::int64_t>(fs::file_size(package)) - 20);
+    container.close();
+}
