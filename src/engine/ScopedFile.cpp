@@ -44,6 +44,12 @@ platform::FileHandle ScopedFile::release()
     return handle;
 }
 
+void ScopedFile::adopt(platform::FileHandle handle)
+{
+    close(true);
+    handle_ = handle;
+}
+
 void ScopedFile::reset()
 {
     handle_ = platform::InvalidHandle;

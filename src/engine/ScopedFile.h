@@ -32,6 +32,9 @@ public:
     // Deletes the file by name, but only if its handle closed cleanly.
     bool closeAndDelete();
     platform::FileHandle release();
+    // Takes ownership of a handle opened elsewhere (a folder walked without following links);
+    // closes what the object held before.
+    void adopt(platform::FileHandle handle);
 
 private:
     void reset();

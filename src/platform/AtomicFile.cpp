@@ -35,51 +35,71 @@ void syncFolder(const std::string& folder)
 }
 }  // namespace
 
-bool writeFileAtomically(const std::u16string& path, std::string_view content, mode_t mode)
+bool createSiblingTempFile(const std::u16string& target, std::u16string& path, mode_t mode)
 {
-    if (path.empty()) {
+    if (target.empty()) {
         setLastError(win::ERROR_PATH_NOT_FOUND);
         return false;
     }
-    const std::string target = toUtf8(path);
-    const std::string folder = folderOf(target);
-    const auto slash = target.find_last_of('/');
-    std::string pattern = folder + "/." + (slash == std::string::npos ? target : target.substr(slash + 1)) + ".XXXXXX";
+    if (faults::shouldFail(faults::Kind::Open))
+        return false;
+    const std::string native = toUtf8(target);
+    const auto slash = native.find_last_of('/');
+    const std::string pattern = folderOf(native) + "/." + (slash == std::string::npos ? native : native.substr(slash + 1))
+        + ".XXXXXX";
     std::vector<char> name(pattern.begin(), pattern.end());
     name.push_back('\0');
-
     const int fd = ::mkostemp(name.data(), O_CLOEXEC);
     if (fd < 0) {
         setLastErrorFromErrno();
         return false;
     }
-    bool ok = mode == 0600 || ::fchmod(fd, mode) == 0;
-    if (!ok)
+    if (mode != 0600 && ::fchmod(fd, mode) != 0) {
         setLastErrorFromErrno();
-    ok = ok && writeFile(fd, content.data(), content.size());
+        ::close(fd);
+        ::unlink(name.data());
+        return false;
+    }
+    ::close(fd);
+    path = fromUtf8(name.data());
+    return true;
+}
+
+bool replaceFile(const std::u16string& from, const std::u16string& to)
+{
+    if (faults::shouldFail(faults::Kind::Rename))
+        return false;
+    const std::string target = toUtf8(to);
+    if (::rename(toUtf8(from).c_str(), target.c_str()) != 0) {
+        setLastErrorFromErrno();
+        return false;
+    }
+    syncFolder(folderOf(target));
+    return true;
+}
+
+bool writeFileAtomically(const std::u16string& path, std::string_view content, mode_t mode)
+{
+    std::u16string temporary;
+    if (!createSiblingTempFile(path, temporary, mode))
+        return false;
+    const FileHandle fd = openFile(temporary, win::OPEN_EXISTING, win::GENERIC_WRITE, mode);
+    bool ok = fd != InvalidHandle && writeFile(fd, content.data(), content.size());
     if (ok && faults::shouldFail(faults::Kind::Sync)) {
         ok = false;
     } else if (ok && ::fsync(fd) != 0) {
         setLastErrorFromErrno();
         ok = false;
     }
-    if (::close(fd) != 0 && ok) {
-        setLastErrorFromErrno();
+    if (fd != InvalidHandle && !closeFile(fd))
         ok = false;
-    }
-    if (ok && faults::shouldFail(faults::Kind::Rename))
-        ok = false;
-    else if (ok && ::rename(name.data(), target.c_str()) != 0) {
-        setLastErrorFromErrno();
-        ok = false;
-    }
+    ok = ok && replaceFile(temporary, path);
     if (!ok) {
         const std::uint32_t reason = lastError();
-        ::unlink(name.data());
+        ::unlink(toUtf8(temporary).c_str());
         setLastError(reason);
         return false;
     }
-    syncFolder(folder);
     return true;
 }
 

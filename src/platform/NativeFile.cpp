@@ -13,6 +13,18 @@
 
 namespace platform {
 
+namespace {
+int accessFlags(std::uint32_t disposition, std::uint32_t access)
+{
+    const bool reads = (access & win::GENERIC_READ) != 0;
+    const bool writes = (access & win::GENERIC_WRITE) != 0;
+    int flags = O_CLOEXEC | (reads && writes ? O_RDWR : writes ? O_WRONLY : O_RDONLY);
+    if (disposition == win::CREATE_ALWAYS)
+        flags |= O_CREAT | O_TRUNC;
+    return flags;
+}
+}  // namespace
+
 FileHandle openFile(const std::u16string& path, std::uint32_t disposition, std::uint32_t access, mode_t mode)
 {
     if (path.empty() || path.find(u'\0') != std::u16string::npos) {
@@ -22,12 +34,7 @@ FileHandle openFile(const std::u16string& path, std::uint32_t disposition, std::
     if (faults::shouldFail(faults::Kind::Open))
         return InvalidHandle;
 
-    int flags = O_CLOEXEC;
-    const bool reads = (access & win::GENERIC_READ) != 0;
-    const bool writes = (access & win::GENERIC_WRITE) != 0;
-    flags |= reads && writes ? O_RDWR : writes ? O_WRONLY : O_RDONLY;
-    if (disposition == win::CREATE_ALWAYS)
-        flags |= O_CREAT | O_TRUNC;
+    const int flags = accessFlags(disposition, access);
 
     const std::string native = toUtf8(path);
     int fd;
@@ -168,6 +175,55 @@ bool truncateFile(FileHandle handle, std::int64_t size)
         return false;
     }
     return true;
+}
+
+
+FileHandle openDirectory(const std::u16string& path)
+{
+    const int fd = ::open(toUtf8(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0)
+        setLastError(errno == ENOTDIR ? win::ERROR_DIRECTORY : codeFromErrno(errno));
+    return fd;
+}
+
+FileHandle openDirectoryAt(FileHandle directory, const std::u16string& name)
+{
+    const int fd = ::openat(directory, toUtf8(name).c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0)
+        setLastError(errno == ENOTDIR || errno == ELOOP ? win::ERROR_DIRECTORY : codeFromErrno(errno));
+    return fd;
+}
+
+bool makeDirectoryAt(FileHandle directory, const std::u16string& name, mode_t mode)
+{
+    if (::mkdirat(directory, toUtf8(name).c_str(), mode) != 0) {
+        setLastErrorFromErrno();
+        return false;
+    }
+    return true;
+}
+
+FileHandle openFileAt(FileHandle directory, const std::u16string& name, std::uint32_t disposition,
+                      std::uint32_t access, mode_t mode)
+{
+    if (faults::shouldFail(faults::Kind::Open))
+        return InvalidHandle;
+    int fd;
+    do {
+        fd = ::openat(directory, toUtf8(name).c_str(), accessFlags(disposition, access) | O_NOFOLLOW, mode);
+    } while (fd < 0 && errno == EINTR);
+    if (fd < 0) {
+        // A symbolic link in the entry's place is refused, never followed.
+        setLastError(errno == ELOOP ? win::ERROR_ACCESS_DENIED : codeFromErrno(errno));
+        return InvalidHandle;
+    }
+    struct stat info {};
+    if (::fstat(fd, &info) == 0 && !S_ISREG(info.st_mode)) {
+        ::close(fd);
+        setLastError(win::ERROR_ACCESS_DENIED);
+        return InvalidHandle;
+    }
+    return fd;
 }
 
 }  // namespace platform

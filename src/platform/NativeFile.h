@@ -44,4 +44,15 @@ bool seekFile(FileHandle handle, std::int64_t distance, SeekFrom from, std::int6
 bool fileSize(FileHandle handle, std::int64_t& size);
 bool truncateFile(FileHandle handle, std::int64_t size);
 
+// Walking below a folder without ever following a symbolic link: extraction uses these so that a
+// link planted inside the chosen folder cannot lead a write outside it.
+FileHandle openDirectory(const std::u16string& path);
+// Opens the child folder `name` of `directory`; a link in its place fails with ERROR_DIRECTORY.
+FileHandle openDirectoryAt(FileHandle directory, const std::u16string& name);
+// Creates the child folder; an existing one leaves ERROR_ALREADY_EXISTS and answers false.
+bool makeDirectoryAt(FileHandle directory, const std::u16string& name, mode_t mode = 0755);
+// Opens the child file `name` of `directory`; a link in its place is refused.
+FileHandle openFileAt(FileHandle directory, const std::u16string& name, std::uint32_t disposition,
+                      std::uint32_t access, mode_t mode = UserFileMode);
+
 }  // namespace platform

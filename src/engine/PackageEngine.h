@@ -1,0 +1,68 @@
+#pragma once
+// Turns a set of files and a list of recipients into a finished package, and a package back into
+// files. Runs on the worker thread; reports through the callback and returns one status.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "contacts/ContactRecord.h"
+#include "engine/ContainerFile.h"
+#include "engine/EngineCallback.h"
+#include "engine/EngineStatus.h"
+#include "engine/ScopedFile.h"
+#include "files/FileSet.h"
+
+inline constexpr std::uint32_t NameModeBareName = 1;
+inline constexpr std::uint32_t NameModeFullPath = 2;
+
+class PackageEngine {
+public:
+    // Opens the certificate store and remembers the owner's name for finding the own certificate.
+    explicit PackageEngine(const ContactRecord& ownContact);
+
+    void setFiles(const FileSet& files) { files_ = files; }
+    void setRecipients(const std::vector<const ContactRecord*>& recipients) { recipients_ = recipients; }
+    void setPackagePath(const std::u16string& path) { packagePath_ = path; }
+    void setExtractFolder(const std::u16string& path) { extractFolder_ = path; }
+    void setNameMode(std::uint32_t mode) { nameMode_ = mode; }
+    void setCallback(EngineCallback callback) { callback_ = callback; }
+    void setUserParameter(KvxUtils::UserParameter* userParameter) { userParameter_ = userParameter; }
+
+    const FileSet& files() const { return files_; }
+    const std::u16string& packagePath() const { return packagePath_; }
+    std::uint32_t nameMode() const { return nameMode_; }
+
+    EngineStatus create();
+    EngineStatus extract();
+
+    // A new empty private file in the temporary folder, open for reading and writing.
+    EngineStatus createTempFile(std::u16string& path, ScopedFile& file);
+    // Bit 2 keeps all after the first separator, else bit 1 all after the last; the stored name
+    // always uses backslashes.
+    static std::u16string entryNameFor(const std::u16string& path, std::uint32_t mode);
+    // The folders and file name an entry name stands for below the extraction folder. Empty and
+    // "." parts and a leading separator are dropped; "..", a drive or an empty result is refused
+    // with ERROR_INVALID_NAME, so nothing is ever written outside the folder.
+    static EngineStatus splitEntryName(const std::u16string& name, std::vector<std::u16string>& parts);
+    // Appends the folder part of `name` (before its last backslash) to `path`; 13 without one.
+    static EngineStatus appendEntryDirectory(std::u16string& path, const std::u16string& name);
+    // Creates each folder of `relative` (backslash-separated) below `base`, never following a
+    // symbolic link. With `deepest` set, it receives the open handle of the last folder.
+    static EngineStatus makeDirectories(const std::u16string& base, const std::u16string& relative,
+                                        ScopedFile* deepest = nullptr);
+
+private:
+    EngineStatus addFiles(ContainerFile& container);
+    EngineStatus encryptPackage(const std::u16string& innerPath);
+    EngineStatus decryptToTemp(ContainerFile& container, std::u16string& plainPath);
+    EngineStatus extractEntries(ContainerFile& container, const std::u16string& folder);
+
+    FileSet files_;
+    std::vector<const ContactRecord*> recipients_;
+    std::u16string packagePath_;
+    std::uint32_t nameMode_ = NameModeBareName;
+    std::u16string extractFolder_;
+    EngineCallback callback_ = nullptr;
+    KvxUtils::UserParameter* userParameter_ = nullptr;
+};
