@@ -1,0 +1,193 @@
+// File-to-file AES-256-CBC with PKCS#7 padding under a session key.
+//
+// Progress goes by chunks of 992 bytes (the largest multiple of the block size up to 1000): one
+// callback per chunk, and a read of less than a chunk is the final one. The disk and the cipher,
+// though, work on large buffers of many chunks, and the per-chunk callbacks are issued after each
+// buffer has been written. The output is the same single CBC stream as one call over the whole
+// file would give.
+
+#include <openssl/err.h>
+#include <openssl/evp.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "crypto/CryptoSession.h"
+#include "crypto/SessionKeyData.h"
+#include "engine/ScopedFile.h"
+#include "platform/LastError.h"
+#include "platform/StatusCodes.h"
+
+namespace {
+
+constexpr std::size_t ChunksPerBuffer = 1057;  // 1057 × 992 bytes: just under 1 MiB
+
+struct CipherContextFree {
+    void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
+};
+using CipherContextPtr = std::unique_ptr<EVP_CIPHER_CTX, CipherContextFree>;
+
+std::size_t chunkLength(std::uint32_t blockSize) { return 1000 - (1000 % blockSize); }
+
+enum class Direction { Encrypt, Decrypt };
+
+// The shared loop of both directions. Returns true only when the final chunk went through and
+// every callback said go on.
+// `loopRan` tells a failure inside the loop from one before it.
+bool runStream(Direction direction, const std::u16string& source, const std::u16string& target, const SessionKey* key,
+               std::uint32_t blockSize, EngineCallback callback, KvxUtils::UserParameter* userParameter, bool& loopRan)
+{
+    loopRan = false;
+    if (source.empty() || target.empty() || !key) {
+        platform::setLastError(win::ERROR_INVALID_PARAMETER);
+        return false;
+    }
+    ScopedFile in;
+    if (!in.open(source, win::OPEN_EXISTING, win::GENERIC_READ, win::FILE_SHARE_READ))
+        return false;
+    ScopedFile out;
+    if (!out.open(target, win::CREATE_ALWAYS, win::GENERIC_WRITE, win::FILE_SHARE_READ, platform::PrivateFileMode))
+        return false;
+
+    const std::size_t chunk = chunkLength(blockSize);
+    std::int64_t sourceSize = 0;
+    if (!platform::fileSize(in.handle(), sourceSize))
+        return false;
+    if (sourceSize == 0) {
+        // Not a failure of the loop: the empty target stays for the caller.
+        platform::setLastError(win::ERROR_INVALID_DATA);
+        return false;
+    }
+
+    const bool encrypting = direction == Direction::Encrypt;
+    CipherContextPtr context(EVP_CIPHER_CTX_new());
+    const int initialised = context ? (encrypting ? EVP_EncryptInit_ex(context.get(), EVP_aes_256_cbc(), nullptr,
+                                                                       key->key.data(), key->iv.data())
+                                                  : EVP_DecryptInit_ex(context.get(), EVP_aes_256_cbc(), nullptr,
+                                                                       key->key.data(), key->iv.data()))
+                                    : 0;
+    if (initialised != 1) {
+        ERR_clear_error();
+        platform::setLastError(win::NTE_BAD_KEY);
+        return false;
+    }
+
+    std::vector<unsigned char> input(chunk * ChunksPerBuffer);
+    // Room for what the cipher holds back or adds: at most one block beyond the input, each way.
+    std::vector<unsigned char> output(input.size() + 2 * blockSize);
+    std::int64_t written = 0;
+    std::int64_t reported = 0;
+    std::int64_t chunksDone = 0;
+    bool finished = false;
+    loopRan = true;
+
+    while (!finished) {
+        std::size_t got = 0;
+        if (!platform::readFile(in.handle(), input.data(), input.size(), got))
+            return false;
+        const std::size_t fullChunks = got / chunk;
+        const std::size_t tail = got % chunk;
+        // A read short of the buffer ends in a short chunk (of 0 bytes if the data ended exactly
+        // on a chunk), and that chunk is the final one.
+        finished = got < input.size();
+
+        int produced = 0;
+        int lastProduced = 0;
+        const int fullLength = static_cast<int>(fullChunks * chunk);
+        bool ok = encrypting ? EVP_EncryptUpdate(context.get(), output.data(), &produced, input.data(), fullLength) == 1
+                             : EVP_DecryptUpdate(context.get(), output.data(), &produced, input.data(), fullLength) == 1;
+        if (ok && finished) {
+            int tailProduced = 0;
+            int finalProduced = 0;
+            unsigned char* at = output.data() + produced;
+            ok = encrypting ? EVP_EncryptUpdate(context.get(), at, &tailProduced, input.data() + fullLength,
+                                                static_cast<int>(tail)) == 1 &&
+                                  EVP_EncryptFinal_ex(context.get(), at + tailProduced, &finalProduced) == 1
+                            : EVP_DecryptUpdate(context.get(), at, &tailProduced, input.data() + fullLength,
+                                                static_cast<int>(tail)) == 1 &&
+                                  EVP_DecryptFinal_ex(context.get(), at + tailProduced, &finalProduced) == 1;
+            lastProduced = tailProduced + finalProduced;
+        }
+        if (!ok) {
+            ERR_clear_error();
+            platform::setLastError(encrypting ? win::NTE_FAIL : win::NTE_BAD_DATA);
+            return false;
+        }
+        const std::size_t total = static_cast<std::size_t>(produced + lastProduced);
+        if (total > 0 && !platform::writeFile(out.handle(), output.data(), total))
+            return false;
+        written += static_cast<std::int64_t>(total);
+
+        if (!callback)
+            continue;
+        // The running totals that a chunk-by-chunk run would report. Encryption gives out every
+        // whole chunk at once; decryption holds back the last block until the final step, where
+        // the padding is removed.
+        const std::uint32_t operation = encrypting ? OpEncrypt : OpDecrypt;
+        for (std::size_t i = 0; i < fullChunks; ++i) {
+            ++chunksDone;
+            reported = encrypting ? reported + static_cast<std::int64_t>(chunk)
+                                  : chunksDone * static_cast<std::int64_t>(chunk) - blockSize;
+            if (callback(operation, sourceSize, reported, userParameter) == 0) {
+                platform::setLastError(win::ERROR_CANCELLED);
+                return false;
+            }
+        }
+        if (finished && callback(operation, sourceSize, written, userParameter) == 0) {
+            platform::setLastError(win::ERROR_CANCELLED);
+            return false;
+        }
+    }
+    if (!out.close())
+        return false;
+    return true;
+}
+
+}  // namespace
+
+bool CryptoSession::encryptStream(const std::u16string& source, const std::u16string& target, SessionKey* key)
+{
+    bool loopRan = false;
+    const bool ok = runStream(Direction::Encrypt, source, target, key, blockSize(), callback_, userParameter_, loopRan);
+    if (!ok && loopRan) {
+        // Encryption leaves no partial output. A failure before the loop (an empty source) leaves
+        // the empty target for the caller, who made the name.
+        const std::uint32_t reason = platform::lastError();
+        platform::deleteFile(target);
+        platform::setLastError(reason);
+    }
+    return ok;
+}
+
+bool CryptoSession::decryptStream(const std::u16string& source, const std::u16string& target, SessionKey* key)
+{
+    // A failed or stopped run leaves the target: it is the caller's temporary file.
+    bool loopRan = false;
+    return runStream(Direction::Decrypt, source, target, key, blockSize(), callback_, userParameter_, loopRan);
+}
+
+bool CryptoSession::encryptFile(const std::u16string& source, const std::u16string& target,
+                                const std::u16string& keyFile, const std::vector<CertificatePtr>& certificates)
+{
+    if (source.empty() || target.empty() || keyFile.empty() || certificates.empty()) {
+        platform::setLastError(win::ERROR_INVALID_PARAMETER);
+        return false;
+    }
+    SessionKeyPtr key = createSessionKey(true);
+    if (!key || !writeKeyFile(keyFile, key.get(), certificates))
+        return false;
+    return encryptStream(source, target, key.get());
+}
+
+bool CryptoSession::decryptFile(const std::u16string& source, const std::u16string& target,
+                                const std::u16string& keyFile)
+{
+    if (source.empty() || target.empty() || keyFile.empty()) {
+        platform::setLastError(win::ERROR_INVALID_PARAMETER);
+        return false;
+    }
+    SessionKeyPtr key = readKeyFile(keyFile);
+    if (!key)
+        return false;
+    return decryptStream(source, target, key.get());
+}
