@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
-#include <openssl/evp.h>
 
 #include <filesystem>
 #include <functional>
 
+#include "PackageBytes.h"
 #include "TestSupport.h"
 #include "crypto/HashFile.h"
 #include "engine/ContainerFile.h"
@@ -13,7 +13,6 @@
 
 using namespace testing_support;
 namespace fs = std::filesystem;
-using Bytes = std::vector<std::uint8_t>;
 
 namespace {
 
@@ -122,48 +121,6 @@ Opened readPackage(const fs::path& package, Recorder* recorder = nullptr)
     }
     container.close();
     return result;
-}
-
-// Rewrites the digest so that a crafted change reaches the entry checks.
-void rehash(Bytes& bytes)
-{
-    unsigned int length = 0;
-    EVP_Digest(bytes.data() + 20, bytes.size() - 20, bytes.data() + 4, &length, EVP_md5(), nullptr);
-}
-
-Bytes entryHeader(std::uint32_t type, std::uint32_t nameBytes, std::uint64_t dataSize)
-{
-    Bytes bytes(EntryHeader::Size);
-    EntryHeader header;
-    header.entryType = type;
-    header.nameBytes = nameBytes;
-    header.dataSize = dataSize;
-    header.toBytes(bytes.data());
-    return bytes;
-}
-
-Bytes craftedPackage(std::uint32_t entryCount, const Bytes& body)
-{
-    Bytes bytes(ContainerHeader::Size);
-    ContainerHeader header;
-    header.containerType = ContainerTypePlain;
-    header.entryCount = entryCount;
-    header.toBytes(bytes.data());
-    bytes.insert(bytes.end(), body.begin(), body.end());
-    rehash(bytes);
-    return bytes;
-}
-
-Bytes utf16z(const std::u16string& text)
-{
-    Bytes bytes;
-    for (char16_t unit : text) {
-        bytes.push_back(static_cast<std::uint8_t>(unit));
-        bytes.push_back(static_cast<std::uint8_t>(unit >> 8));
-    }
-    bytes.push_back(0);
-    bytes.push_back(0);
-    return bytes;
 }
 
 }  // namespace
