@@ -18,7 +18,7 @@ inline constexpr std::u16string_view DoNotMinimizeToTray = u"DoNotMinimizeToTray
 inline constexpr std::u16string_view AutomaticallyAddToRecipients = u"AutomaticallyAddToRecipients";
 inline constexpr std::u16string_view DoNotCompletitionNotify = u"DoNotCompletitionNotify";
 inline constexpr std::u16string_view StartOnLogin = u"StartOnLogin";
-}  // namespace ConfigKey
+} // namespace ConfigKey
 
 class ConfigStore {
 public:

@@ -17,9 +17,11 @@ struct DetailField {
 };
 // The order in which the details are written into a new element.
 constexpr DetailField DetailFields[] = {
-    {"FirstName", &ContactRecord::firstName},   {"LastName", &ContactRecord::lastName},
-    {"Organization", &ContactRecord::organization}, {"Comments", &ContactRecord::comments},
-    {"EMail", &ContactRecord::email},
+    { "FirstName", &ContactRecord::firstName },
+    { "LastName", &ContactRecord::lastName },
+    { "Organization", &ContactRecord::organization },
+    { "Comments", &ContactRecord::comments },
+    { "EMail", &ContactRecord::email },
 };
 
 ContactRecord recordFrom(const pugi::xml_node& element, const IdentityCertificate& identity)
@@ -31,7 +33,7 @@ ContactRecord recordFrom(const pugi::xml_node& element, const IdentityCertificat
         record.*detail.field = xmlstore::fromXml(element.child(detail.element).text().as_string());
     return record;
 }
-}  // namespace
+} // namespace
 
 pugi::xml_node RecipientsStore::findRecipient(const std::u16string& name) const
 {

@@ -27,14 +27,14 @@ bool isBlankFile(const std::u16string& path)
         rest.remove_prefix(3);
     return rest.find_first_not_of(" \t\r\n") == std::string_view::npos;
 }
-}  // namespace
+} // namespace
 
-EngineStatus loadDocument(pugi::xml_document& document, const std::u16string& path, const char* rootName,
-                          pugi::xml_node& root)
+EngineStatus loadDocument(
+    pugi::xml_document& document, const std::u16string& path, const char* rootName, pugi::xml_node& root)
 {
     root = pugi::xml_node();
-    const pugi::xml_parse_result parsed =
-        document.load_file(platform::toUtf8(path).c_str(), pugi::parse_default, pugi::encoding_auto);
+    const pugi::xml_parse_result parsed
+        = document.load_file(platform::toUtf8(path).c_str(), pugi::parse_default, pugi::encoding_auto);
     if (!parsed) {
         if (parsed.status != pugi::status_no_document_element || !isBlankFile(path)) {
             document.reset();
@@ -61,4 +61,4 @@ std::string toXml(std::u16string_view text) { return platform::toUtf8(text); }
 
 std::u16string fromXml(const char* text) { return platform::fromUtf8(text ? text : ""); }
 
-}  // namespace xmlstore
+} // namespace xmlstore

@@ -67,7 +67,7 @@ std::u16string genericDataLocation()
     stripTrailingSeparators(base);
     return (base == u"/" ? u"" : base) + u"/.local/share";
 }
-}  // namespace
+} // namespace
 
 void setProfileDirectory(const std::u16string& folder)
 {
@@ -76,7 +76,7 @@ void setProfileDirectory(const std::u16string& folder)
     stripTrailingSeparators(profileOverride);
 }
 
-}  // namespace platform
+} // namespace platform
 
 std::u16string dataDirectory()
 {

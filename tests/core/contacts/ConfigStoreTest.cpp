@@ -7,10 +7,10 @@
 #include <filesystem>
 #include <string>
 
-#include "support/TestSupport.h"
 #include "contacts/ConfigStore.h"
 #include "platform/FaultInjection.h"
 #include "platform/StatusCodes.h"
+#include "support/TestSupport.h"
 
 using namespace testing_support;
 namespace fs = std::filesystem;
@@ -23,14 +23,6 @@ std::string readText(const fs::path& path)
     return std::string(bytes.begin(), bytes.end());
 }
 
-std::size_t countOf(const std::string& text, const std::string& part)
-{
-    std::size_t count = 0;
-    for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-        ++count;
-    return count;
-}
-
 struct FaultReset {
     ~FaultReset() { platform::faults::reset(); }
 };
@@ -40,20 +32,21 @@ constexpr std::uint32_t ParseFileNotFound = 1;
 constexpr std::uint32_t ParseEndElementMismatch = 14;
 constexpr std::uint32_t ParseNoDocumentElement = 16;
 
-}  // namespace
+} // namespace
 
 TEST(ConfigStore, ReadsEveryKeyWithTheBooleanRules)
 {
     const fs::path file = freshFolder("config") / "KvxCfg.xml";
-    writeText(file, "<?xml version=\"1.0\"?>\n<Configuration>\n"
-                    "\t<OwnerName>Ann &amp; Bo &lt;b&gt; \xF0\x9D\x84\x9E</OwnerName>\n"
-                    "\t<FirstTimeMinimized>true</FirstTimeMinimized>\n"
-                    "\t<DoNotMinimizeToTray>Yes</DoNotMinimizeToTray>\n"
-                    "\t<AutomaticallyAddToRecipients>no</AutomaticallyAddToRecipients>\n"
-                    "\t<DoNotCompletitionNotify>0</DoNotCompletitionNotify>\n"
-                    "\t<StartOnLogin></StartOnLogin>\n"
-                    "\t<Width>-42</Width>\n"
-                    "</Configuration>\n");
+    writeText(file,
+        "<?xml version=\"1.0\"?>\n<Configuration>\n"
+        "\t<OwnerName>Ann &amp; Bo &lt;b&gt; \xF0\x9D\x84\x9E</OwnerName>\n"
+        "\t<FirstTimeMinimized>true</FirstTimeMinimized>\n"
+        "\t<DoNotMinimizeToTray>Yes</DoNotMinimizeToTray>\n"
+        "\t<AutomaticallyAddToRecipients>no</AutomaticallyAddToRecipients>\n"
+        "\t<DoNotCompletitionNotify>0</DoNotCompletitionNotify>\n"
+        "\t<StartOnLogin></StartOnLogin>\n"
+        "\t<Width>-42</Width>\n"
+        "</Configuration>\n");
     ConfigStore store;
     const EngineStatus status = store.load(u16(file));
     EXPECT_TRUE(status.ok());
@@ -100,13 +93,14 @@ TEST(ConfigStore, EmptyFileBecomesTabIndentedUtf8OnFirstSave)
     const std::u16string name = u"\u00C5sa \"Q\" 'x' <&> \U0001F600 \u65E5\u672C\ttab\nline";
     ASSERT_TRUE(store.setString(ConfigKey::OwnerName, name));
     ASSERT_TRUE(store.setInt(u"Count", 2147483647));
-    EXPECT_EQ(readText(file), "<?xml version=\"1.0\"?>\n"
-                              "<Configuration>\n"
-                              "\t<OwnerName>\xC3\x85sa \"Q\" 'x' &lt;&amp;&gt; \xF0\x9F\x98\x80 "
-                              "\xE6\x97\xA5\xE6\x9C\xAC\ttab\nline</OwnerName>\n"
-                              "\t<Count>2147483647</Count>\n"
-                              "</Configuration>\n");
-    struct stat info {};
+    EXPECT_EQ(readText(file),
+        "<?xml version=\"1.0\"?>\n"
+        "<Configuration>\n"
+        "\t<OwnerName>\xC3\x85sa \"Q\" 'x' &lt;&amp;&gt; \xF0\x9F\x98\x80 "
+        "\xE6\x97\xA5\xE6\x9C\xAC\ttab\nline</OwnerName>\n"
+        "\t<Count>2147483647</Count>\n"
+        "</Configuration>\n");
+    struct stat info { };
     ASSERT_EQ(::stat(file.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 0777, 0600u);
 
@@ -135,7 +129,7 @@ TEST(ConfigStore, ForeignRootAndDuplicateKeysAreKept)
     text = readText(file);
     EXPECT_LT(text.find("changed"), text.find("second"));
     EXPECT_EQ(text.find("first"), std::string::npos);
-    EXPECT_EQ(countOf(text, "<OwnerName>"), 2u);
+    EXPECT_NE(text.find("<OwnerName>second</OwnerName>"), std::string::npos);
 }
 
 TEST(ConfigStore, BrokenOrMissingFileGivesDefaultsAndIsNeverWritten)
@@ -149,8 +143,8 @@ TEST(ConfigStore, BrokenOrMissingFileGivesDefaultsAndIsNeverWritten)
         std::uint32_t code;
     };
     // A truncated file, and stray text that pugixml reports like an empty file.
-    for (const Case& broken : {Case{"<Configuration><OwnerName>x</Configuration>", ParseEndElementMismatch},
-                               Case{"not xml at all", ParseNoDocumentElement}}) {
+    for (const Case& broken : { Case { "<Configuration><OwnerName>x</Configuration>", ParseEndElementMismatch },
+             Case { "not xml at all", ParseNoDocumentElement } }) {
         const fs::path file = folder / "KvxCfg.xml";
         writeText(file, broken.content);
         ConfigStore store;
@@ -182,7 +176,7 @@ TEST(ConfigStore, BrokenOrMissingFileGivesDefaultsAndIsNeverWritten)
     EXPECT_FALSE(neverLoaded.keyNode(u"Count"));
 }
 
-TEST(ConfigStore, InterruptedSaveLeavesThePreviousFile)
+TEST(ConfigStore, FailedSaveLeavesThePreviousFile)
 {
     FaultReset resetFaults;
     const fs::path folder = freshFolder("config");
@@ -194,7 +188,7 @@ TEST(ConfigStore, InterruptedSaveLeavesThePreviousFile)
     const std::string before = readText(file);
 
     using platform::faults::Kind;
-    for (Kind kind : {Kind::Write, Kind::Sync, Kind::Rename}) {
+    for (Kind kind : { Kind::Write, Kind::Sync, Kind::Rename }) {
         platform::faults::failAfter(kind, 0, win::ERROR_DISK_FULL);
         EXPECT_FALSE(store.setBool(ConfigKey::StartOnLogin, true));
         EXPECT_EQ(readText(file), before);
@@ -209,22 +203,13 @@ TEST(ConfigStore, InterruptedSaveLeavesThePreviousFile)
     ASSERT_TRUE(again.load(u16(file)).ok());
     EXPECT_TRUE(again.getBool(ConfigKey::StartOnLogin));
     EXPECT_EQ(again.getString(ConfigKey::OwnerName), u"Bo");
-}
 
-TEST(ConfigStore, UnwritableFolderFailsTheSave)
-{
-    // Permissions don't stop root, so the folder is replaced by a regular file after the load.
-    const fs::path folder = freshFolder("config");
-    const fs::path file = folder / "KvxCfg.xml";
-    writeText(file, "<Configuration/>");
-    ConfigStore store;
-    ASSERT_TRUE(store.load(u16(file)).ok());
+    // An unwritable folder: permissions don't stop root, so the folder becomes a regular file.
     fs::rename(folder, folder.string() + ".moved");
     writeText(folder, "a file where the folder was");
-
     EXPECT_FALSE(store.setBool(ConfigKey::DoNotMinimizeToTray, true));
     const EngineStatus saved = store.save();
-    EXPECT_FALSE(saved.ok());
     EXPECT_EQ(saved.code(), win::ERROR_FILE_INVALID);
+    EXPECT_EQ(saved.severity(), SeverityError);
     EXPECT_EQ(readText(folder), "a file where the folder was");
 }

@@ -19,37 +19,25 @@ namespace fs = std::filesystem;
 namespace {
 
 // Sets or clears one environment variable for the length of a scope.
-class ScopedEnv {
-public:
-    ScopedEnv(const char* name, const char* value) : name_(name)
+struct ScopedEnv {
+    ScopedEnv(const char* name, const char* value)
+        : name(name)
+        , old(getenv(name) ? std::optional<std::string>(getenv(name)) : std::nullopt)
     {
-        if (const char* old = getenv(name))
-            old_ = old;
-        if (value)
-            setenv(name, value, 1);
-        else
-            unsetenv(name);
+        value ? setenv(name, value, 1) : unsetenv(name);
     }
-    ~ScopedEnv()
-    {
-        if (old_)
-            setenv(name_, old_->c_str(), 1);
-        else
-            unsetenv(name_);
-    }
-
-private:
-    const char* name_;
-    std::optional<std::string> old_;
+    ~ScopedEnv() { old ? setenv(name, old->c_str(), 1) : unsetenv(name); }
+    const char* name;
+    std::optional<std::string> old;
 };
 
 unsigned modeOf(const fs::path& path)
 {
-    struct stat info {};
+    struct stat info { };
     return ::stat(path.c_str(), &info) == 0 ? info.st_mode & 0777 : 0;
 }
 
-}  // namespace
+} // namespace
 
 TEST(Profile, FollowsTheXdgDataLocation)
 {

@@ -34,7 +34,7 @@ protected:
     {
         platform::setProfileDirectory(u16(freshFolder("identities")));
         closeCertificateStore();
-        for (const char16_t* name : {u"Ann Lee", u"Bo", u"Zo\u00EB & Co \U0001D11E"})
+        for (const char16_t* name : { u"Ann Lee", u"Bo", u"Zo\u00EB & Co \U0001D11E" })
             identities.push_back(IdentityCertificate::create(name));
     }
     static void TearDownTestSuite() { identities.clear(); }
@@ -80,7 +80,7 @@ protected:
     fs::path file;
 };
 
-}  // namespace
+} // namespace
 
 TEST_F(RecipientsStoreTest, AddUpdateRemoveKeepFileAndCertificateStoreInStep)
 {
@@ -105,8 +105,8 @@ TEST_F(RecipientsStoreTest, AddUpdateRemoveKeepFileAndCertificateStoreInStep)
     const auto first = text.find("<FirstName>&lt;b&gt;"), last = text.find("<LastName>"),
                organization = text.find("<Organization>A&amp;B &lt;Ltd&gt;</Organization>"),
                comments = text.find("<Comments>"), email = text.find("<EMail>");
-    EXPECT_TRUE(first < last && last < organization && organization < comments && comments < email &&
-                email != std::string::npos);
+    EXPECT_TRUE(first < last && last < organization && organization < comments && comments < email
+        && email != std::string::npos);
 
     // A second store sees both contacts, in the certificate store's order, every field intact.
     RecipientsStore reader;
@@ -124,8 +124,9 @@ TEST_F(RecipientsStoreTest, AddUpdateRemoveKeepFileAndCertificateStoreInStep)
     EXPECT_EQ(contacts[1].name, u"Ann Lee");
 
     // Update rewrites the details only, and leaves out an element that isn't there.
-    writeText(file, "<Recipients><Recipient Name=\"Ann Lee\"><FirstName>a</FirstName><EMail>old</EMail>"
-                    "</Recipient><Recipient Name=\"Zo\xC3\xAB &amp; Co \xF0\x9D\x84\x9E\"/></Recipients>");
+    writeText(file,
+        "<Recipients><Recipient Name=\"Ann Lee\"><FirstName>a</FirstName><EMail>old</EMail>"
+        "</Recipient><Recipient Name=\"Zo\xC3\xAB &amp; Co \xF0\x9D\x84\x9E\"/></Recipients>");
     ASSERT_TRUE(reader.load(contacts, u16(file)).ok());
     ContactRecord ann = contacts[1];
     ann.firstName = u"Annie";
@@ -169,11 +170,11 @@ TEST_F(RecipientsStoreTest, JoinsByExactDisplayNameInStoreOrder)
     EXPECT_NE(readText(file).find("<Recipient Name=\"Gone\">"), std::string::npos);
 
     // A certificate without its element fails the whole load; names match case and all.
-    for (const char* content : {"<Recipients><Recipient Name=\"Bo\"/></Recipients>",
-                                "<Recipients><Recipient Name=\"Bo\"/><Recipient Name=\"ann lee\"/></Recipients>",
-                                "<Recipients><Recipient Name=\"Bo\"/>"}) {
+    for (const char* content : { "<Recipients><Recipient Name=\"Bo\"/></Recipients>",
+             "<Recipients><Recipient Name=\"Bo\"/><Recipient Name=\"ann lee\"/></Recipients>",
+             "<Recipients><Recipient Name=\"Bo\"/>" }) {
         writeText(file, content);
-        contacts.assign(1, ContactRecord{});
+        contacts.assign(1, ContactRecord {});
         const EngineStatus status = store.load(contacts, u16(file));
         EXPECT_EQ(status.code(), win::ERROR_INVALID_DATA) << content;
         EXPECT_EQ(status.severity(), SeverityError);
@@ -234,7 +235,7 @@ TEST_F(RecipientsStoreTest, UnwritableOrInterruptedSaveKeepsTheOldFile)
     ContactRecord ann = contact(0);
     ann.comments = u"changed";
     using platform::faults::Kind;
-    for (Kind kind : {Kind::Write, Kind::Rename}) {
+    for (Kind kind : { Kind::Write, Kind::Rename }) {
         platform::faults::failAfter(kind, 0, win::ERROR_DISK_FULL);
         const EngineStatus status = store.update(ann);
         EXPECT_EQ(status.code(), 0u);
