@@ -1,0 +1,260 @@
+// The contacts store joined with a real certificate store in a fresh profile per test: the join
+// rules, the order of work between the two halves, and what each failure leaves behind.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "contacts/RecipientsStore.h"
+#include "crypto/CertificateStore.h"
+#include "platform/FaultInjection.h"
+#include "platform/Profile.h"
+#include "platform/StatusCodes.h"
+#include "support/TestSupport.h"
+
+using namespace testing_support;
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string readText(const fs::path& path)
+{
+    const auto bytes = readBytes(path);
+    return std::string(bytes.begin(), bytes.end());
+}
+
+class RecipientsStoreTest : public ::testing::Test {
+protected:
+    // Real RSA identities are slow to make, so the suite makes three and every test files them
+    // into its own empty certificate store.
+    static void SetUpTestSuite()
+    {
+        platform::setProfileDirectory(u16(freshFolder("identities")));
+        closeCertificateStore();
+        for (const char16_t* name : { u"Ann Lee", u"Bo", u"Zo\u00EB & Co \U0001D11E" })
+            identities.push_back(IdentityCertificate::create(name));
+    }
+    static void TearDownTestSuite() { identities.clear(); }
+
+    void SetUp() override
+    {
+        for (const auto& identity : identities)
+            ASSERT_TRUE(identity && identity->certificate());
+        profile = freshFolder("profile");
+        platform::setProfileDirectory(u16(profile));
+        closeCertificateStore();
+        file = profile / "RecipientsList.xml";
+    }
+    void TearDown() override
+    {
+        platform::faults::reset();
+        closeCertificateStore();
+        platform::setProfileDirectory(u"");
+    }
+
+    static ContactRecord contact(std::size_t which)
+    {
+        ContactRecord record;
+        record.identity = *identities.at(which);
+        record.name = record.identity.displayName();
+        record.firstName = u"First " + record.name;
+        record.lastName = u"Last";
+        record.organization = u"Org";
+        record.comments = u"Note";
+        record.email = u"x@example.org";
+        return record;
+    }
+
+    static std::size_t storedCertificates()
+    {
+        std::vector<CertificatePtr> list;
+        EXPECT_TRUE(listCertificates(list).ok());
+        return list.size();
+    }
+
+    static inline std::vector<std::unique_ptr<IdentityCertificate>> identities;
+    fs::path profile;
+    fs::path file;
+};
+
+} // namespace
+
+TEST_F(RecipientsStoreTest, AddUpdateRemoveKeepFileAndCertificateStoreInStep)
+{
+    writeText(file, "");
+    RecipientsStore store;
+    std::vector<ContactRecord> contacts;
+    ASSERT_TRUE(store.load(contacts, u16(file)).ok());
+    EXPECT_TRUE(contacts.empty());
+
+    ContactRecord zoe = contact(2);
+    zoe.firstName = u"<b>Zo\u00EB</b>";
+    zoe.lastName = u"O'Neil \"the\" \U0001F600";
+    zoe.organization = u"A&B <Ltd>";
+    zoe.comments = u"two\nlines\tand &amp; as typed";
+    zoe.email = u"zoe+tag@example.org";
+    ASSERT_TRUE(store.add(zoe).ok());
+    ASSERT_TRUE(store.add(contact(0)).ok());
+    EXPECT_EQ(storedCertificates(), 2u);
+
+    const std::string text = readText(file);
+    EXPECT_EQ(text.rfind("<?xml version=\"1.0\"?>\n<Recipients>\n\t<Recipient Name=\"Zo\xC3\xAB &amp; Co ", 0), 0u);
+    const auto first = text.find("<FirstName>&lt;b&gt;"), last = text.find("<LastName>"),
+               organization = text.find("<Organization>A&amp;B &lt;Ltd&gt;</Organization>"),
+               comments = text.find("<Comments>"), email = text.find("<EMail>");
+    EXPECT_TRUE(first < last && last < organization && organization < comments && comments < email
+        && email != std::string::npos);
+
+    // A second store sees both contacts, in the certificate store's order, every field intact.
+    RecipientsStore reader;
+    ASSERT_TRUE(reader.load(contacts, u16(file)).ok());
+    ASSERT_EQ(contacts.size(), 2u);
+    const ContactRecord& loaded = contacts[0];
+    EXPECT_EQ(loaded.name, zoe.name);
+    EXPECT_EQ(loaded.identity.displayName(), zoe.name);
+    EXPECT_TRUE(sameCertificate(loaded.identity.certificate(), zoe.identity.certificate()));
+    EXPECT_EQ(loaded.firstName, zoe.firstName);
+    EXPECT_EQ(loaded.lastName, zoe.lastName);
+    EXPECT_EQ(loaded.organization, zoe.organization);
+    EXPECT_EQ(loaded.comments, zoe.comments);
+    EXPECT_EQ(loaded.email, zoe.email);
+    EXPECT_EQ(contacts[1].name, u"Ann Lee");
+
+    // Update rewrites the details only, and leaves out an element that isn't there.
+    writeText(file,
+        "<Recipients><Recipient Name=\"Ann Lee\"><FirstName>a</FirstName><EMail>old</EMail>"
+        "</Recipient><Recipient Name=\"Zo\xC3\xAB &amp; Co \xF0\x9D\x84\x9E\"/></Recipients>");
+    ASSERT_TRUE(reader.load(contacts, u16(file)).ok());
+    ContactRecord ann = contacts[1];
+    ann.firstName = u"Annie";
+    ann.lastName = u"Ignored";
+    ann.email = u"new@example.org";
+    ASSERT_TRUE(reader.update(ann).ok());
+    ASSERT_TRUE(store.load(contacts, u16(file)).ok());
+    EXPECT_EQ(contacts[1].firstName, u"Annie");
+    EXPECT_EQ(contacts[1].email, u"new@example.org");
+    EXPECT_EQ(readText(file).find("Ignored"), std::string::npos);
+
+    ASSERT_TRUE(store.remove(contacts[1]).ok());
+    EXPECT_EQ(storedCertificates(), 1u);
+    EXPECT_EQ(readText(file).find("Ann Lee"), std::string::npos);
+    ASSERT_TRUE(reader.load(contacts, u16(file)).ok());
+    ASSERT_EQ(contacts.size(), 1u);
+    EXPECT_EQ(contacts[0].name, zoe.name);
+}
+
+TEST_F(RecipientsStoreTest, JoinsByExactDisplayNameInStoreOrder)
+{
+    ASSERT_TRUE(identities[1]->addToStore().ok());
+    ASSERT_TRUE(identities[0]->addToStore().ok());
+    const std::string withStranger = "<Recipients>"
+                                     "<Recipient Name=\"Gone\"><FirstName>g</FirstName></Recipient>"
+                                     "<Recipient Name=\"Ann Lee\"><Comments>c</Comments></Recipient>"
+                                     "<Recipient Name=\"Bo\"/>"
+                                     "</Recipients>";
+    writeText(file, withStranger);
+    RecipientsStore store;
+    std::vector<ContactRecord> contacts;
+    ASSERT_TRUE(store.load(contacts, u16(file)).ok());
+    ASSERT_EQ(contacts.size(), 2u);
+    EXPECT_EQ(contacts[0].name, u"Bo");
+    EXPECT_EQ(contacts[1].name, u"Ann Lee");
+    EXPECT_EQ(contacts[1].comments, u"c");
+    EXPECT_TRUE(contacts[1].firstName.empty());
+    // The element without a certificate stays in the file, and survives the next save.
+    EXPECT_EQ(readText(file), withStranger);
+    ASSERT_TRUE(store.update(contacts[1]).ok());
+    EXPECT_NE(readText(file).find("<Recipient Name=\"Gone\">"), std::string::npos);
+
+    // A certificate without its element fails the whole load; names match case and all.
+    for (const char* content : { "<Recipients><Recipient Name=\"Bo\"/></Recipients>",
+             "<Recipients><Recipient Name=\"Bo\"/><Recipient Name=\"ann lee\"/></Recipients>",
+             "<Recipients><Recipient Name=\"Bo\"/>" }) {
+        writeText(file, content);
+        contacts.assign(1, ContactRecord {});
+        const EngineStatus status = store.load(contacts, u16(file));
+        EXPECT_EQ(status.code(), win::ERROR_INVALID_DATA) << content;
+        EXPECT_EQ(status.severity(), SeverityError);
+        EXPECT_TRUE(contacts.empty());
+        EXPECT_EQ(readText(file), content);
+    }
+    EXPECT_EQ(store.load(contacts, u"").code(), win::ERROR_INVALID_NAME);
+}
+
+TEST_F(RecipientsStoreTest, FailuresLeaveTheDocumentedHalfBehind)
+{
+    // A broken file with an empty certificate store loads, but no change can reach it.
+    const std::string broken = "<Recipients><Recipient Name=\"Bo\">";
+    writeText(file, broken);
+    RecipientsStore store;
+    std::vector<ContactRecord> contacts;
+    EngineStatus status = store.load(contacts, u16(file));
+    EXPECT_TRUE(status.ok());
+    EXPECT_NE(status.code(), 0u);
+    status = store.add(contact(1));
+    EXPECT_EQ(status.code(), win::ERROR_INVALID_FIELD);
+    EXPECT_EQ(storedCertificates(), 1u);
+    EXPECT_EQ(store.update(contact(1)).code(), win::ERROR_NOT_FOUND);
+    EXPECT_EQ(readText(file), broken);
+
+    writeText(file, "");
+    ASSERT_TRUE(store.load(contacts, u16(file)).code() == win::ERROR_INVALID_DATA);
+    ContactRecord noCertificate = contact(0);
+    noCertificate.identity = IdentityCertificate();
+    EXPECT_EQ(store.add(noCertificate).code(), win::ERROR_INVALID_PARAMETER);
+    EXPECT_TRUE(readText(file).empty());
+
+    // Removing: a certificate that isn't stored keeps the element; an element that is missing
+    // still costs the certificate.
+    writeText(file, "<Recipients><Recipient Name=\"Ann Lee\"/></Recipients>");
+    store.load(contacts, u16(file));
+    EXPECT_EQ(store.remove(contact(0)).code(), win::ERROR_CANNOT_MAKE);
+    EXPECT_NE(readText(file).find("Ann Lee"), std::string::npos);
+    status = store.remove(contact(1));
+    EXPECT_EQ(status.code(), win::ERROR_NOT_FOUND);
+    EXPECT_EQ(status.severity(), SeverityError);
+    EXPECT_EQ(storedCertificates(), 0u);
+}
+
+TEST_F(RecipientsStoreTest, UnwritableOrInterruptedSaveKeepsTheOldFile)
+{
+    // The file lives apart from the certificate store here, so that the folder can be taken away
+    // from the file alone.
+    const fs::path folder = freshFolder("lists");
+    file = folder / "RecipientsList.xml";
+    writeText(file, "");
+    RecipientsStore store;
+    std::vector<ContactRecord> contacts;
+    ASSERT_TRUE(store.load(contacts, u16(file)).ok());
+    ASSERT_TRUE(store.add(contact(0)).ok());
+    const std::string before = readText(file);
+
+    ContactRecord ann = contact(0);
+    ann.comments = u"changed";
+    using platform::faults::Kind;
+    for (Kind kind : { Kind::Write, Kind::Rename }) {
+        platform::faults::failAfter(kind, 0, win::ERROR_DISK_FULL);
+        const EngineStatus status = store.update(ann);
+        EXPECT_EQ(status.code(), 0u);
+        EXPECT_EQ(status.severity(), SeverityError);
+        platform::faults::reset();
+        RecipientsStore reader;
+        ASSERT_TRUE(reader.load(contacts, u16(file)).ok());
+        ASSERT_EQ(contacts.size(), 1u);
+        EXPECT_EQ(contacts[0].comments, u"Note");
+        EXPECT_EQ(readText(file), before);
+    }
+
+    // The folder turns into a regular file: root can't write below it either. The certificate
+    // went in first and stays.
+    fs::rename(folder, folder.string() + ".moved");
+    writeText(folder, "not a folder");
+    const EngineStatus status = store.add(contact(1));
+    EXPECT_EQ(status.code(), 0u);
+    EXPECT_EQ(status.severity(), SeverityError);
+    EXPECT_EQ(readText(folder), "not a folder");
+    EXPECT_EQ(storedCertificates(), 2u);
+}
