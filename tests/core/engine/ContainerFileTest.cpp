@@ -229,8 +229,9 @@ TEST(ContainerFile, RefusesEveryDamagedPackage)
         Recorder recorder;
         const Opened opened = readPackage(folder / "bad.kvx", &recorder);
         // A refused package is always reported through OpError with the same code first.
-        if (!opened.status.ok() && recorder.count(OpError) == 1)
+        if (!opened.status.ok() && recorder.count(OpError) == 1) {
             EXPECT_EQ(recorder.reports.back().statusCode, opened.status.code());
+        }
         return std::make_pair(opened.status.code(), recorder.count(OpHash));
     };
 

@@ -399,8 +399,9 @@ TEST_F(PackageEngineTest, NothingIsEverWrittenOutsideTheChosenFolder)
         session = Session {};
         const EngineStatus status = extract(*bob, folder / "h.kvx", out);
         EXPECT_EQ(status.code(), c.code) << u8(c.name).substr(0, 40);
-        if (!c.landsAt.empty())
+        if (!c.landsAt.empty()) {
             EXPECT_EQ(readBytes(c.landsAt), Bytes {'x'});
+        }
     }
     EXPECT_TRUE(fs::is_empty(outside));
 
