@@ -123,7 +123,7 @@ TEST_F(KeyEnvelope, UnpackRefusesLengthsOutsideTheBlob)
 {
     auto blobWith = [](std::uint32_t keyLength, std::uint32_t ivLength, std::size_t size) {
         std::vector<std::uint8_t> bytes(size, 0xAB);
-        std::memcpy(bytes.data(), &keyLength, 4);
+        std::memcpy(bytes.data(), &keyLength, std::min<std::size_t>(4, size));
         if (8 + static_cast<std::size_t>(keyLength) <= size)
             std::memcpy(bytes.data() + 4 + keyLength, &ivLength, 4);
         return std::make_unique<ByteBlob>(bytes.data(), static_cast<std::uint32_t>(size));
