@@ -4,6 +4,8 @@
 
 #include "CryptoTestHelpers.h"
 #include "crypto/CryptoSession.h"
+#include "platform/FaultInjection.h"
+#include "platform/StatusCodes.h"
 
 using namespace crypto_tests;
 using testing_support::randomBytes;
@@ -114,7 +116,7 @@ TEST_F(BulkEncryption, EmptySourceFailsAndLeavesAnEmptyTarget)
     EXPECT_TRUE(log.operations.empty());
 }
 
-TEST_F(BulkEncryption, StopOnFirstChunkDeletesCipherTextButLeavesPlainTarget)
+TEST_F(BulkEncryption, StopOrFailureDeletesCipherTextButLeavesPlainTarget)
 {
     const fs::path plain = folder / "plain", cipher = folder / "cipher", back = folder / "back";
     writeBytes(plain, randomBytes(5000));
@@ -132,6 +134,15 @@ TEST_F(BulkEncryption, StopOnFirstChunkDeletesCipherTextButLeavesPlainTarget)
     EXPECT_FALSE(session.decryptStream(u16(cipher), u16(back), key.get()));
     EXPECT_TRUE(fs::exists(back));
     EXPECT_EQ(log.operations.size(), 1u);
+
+    // A full disk in the middle of a large file: no partial cipher text stays behind.
+    const fs::path large = folder / "large";
+    writeBytes(large, randomBytes(3 << 20));
+    log = ProgressLog();
+    platform::faults::failAfter(platform::faults::Kind::Write, 1, win::ERROR_DISK_FULL);
+    EXPECT_FALSE(session.encryptStream(u16(large), u16(stopped), key.get()));
+    platform::faults::reset();
+    EXPECT_FALSE(fs::exists(stopped));
 }
 
 TEST_F(BulkEncryption, DamagedCipherTextFailsAtTheFinalStep)

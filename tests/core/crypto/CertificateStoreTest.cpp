@@ -5,7 +5,9 @@
 
 #include "CryptoTestHelpers.h"
 #include "crypto/IdentityCertificate.h"
+#include "platform/FaultInjection.h"
 #include "platform/KeyContainer.h"
+#include "platform/StatusCodes.h"
 
 using namespace crypto_tests;
 using testing_support::readBytes;
@@ -118,6 +120,15 @@ TEST(CertificateStore, IndexIsTheTruthAfterAnInterruptedChange)
     closeCertificateStore();
     EXPECT_EQ(storedNames(), std::vector<std::u16string>{u"Eve"});
     EXPECT_FALSE(fs::exists(orphan));
+
+    // The index can't be replaced: the add fails and leaves the store as it was, on disk too.
+    platform::faults::failAfter(platform::faults::Kind::Rename, 1, win::ERROR_DISK_FULL);
+    EXPECT_FALSE(addCertificate(loadCertificateFile(u16(other))));
+    platform::faults::reset();
+    EXPECT_EQ(storedNames(), std::vector<std::u16string>{u"Eve"});
+    EXPECT_EQ(derFilesIn(store), 1u);
+    closeCertificateStore();
+    EXPECT_EQ(storedNames(), std::vector<std::u16string>{u"Eve"});
 
     // An index that isn't ours is left alone rather than overwritten.
     closeCertificateStore();
