@@ -211,6 +211,17 @@ char16_t foldCase(char16_t c)
 {
     if (c < 0x80)
         return (c >= u'A' && c <= u'Z') ? static_cast<char16_t>(c + 0x20) : c;
+    switch (c) {
+    case 0x178: return 0xFF;
+    case 0x386: return 0x3AC;
+    case 0x38C: return 0x3CC;
+    case 0x38E: return 0x3CD;
+    case 0x38F: return 0x3CE;
+    case 0x3C2: return 0x3C3;  // final sigma
+    default: break;
+    }
+    if (c >= 0x388 && c <= 0x38A)
+        return static_cast<char16_t>(c + 0x25);
     if ((c >= 0xC0 && c <= 0xDE && c != 0xD7) || (c >= 0x391 && c <= 0x3AB && c != 0x3A2) || (c >= 0x410 && c <= 0x42F))
         return static_cast<char16_t>(c + 0x20);
     if (c >= 0x400 && c <= 0x40F)

@@ -51,7 +51,10 @@ ByteBlobPtr CryptoSession::sealEnvelope(const std::vector<CertificatePtr>& certi
         return nullptr;
     }
     for (const auto& certificate : certificates) {
-        if (!certificate || !sk_X509_push(recipients.get(), certificate->x509())) {
+        // Only RSA keys have the key transport that every reader of these envelopes knows.
+        EVP_PKEY* publicKey = certificate ? X509_get0_pubkey(certificate->x509()) : nullptr;
+        if (!publicKey || !EVP_PKEY_is_a(publicKey, "RSA") ||
+            !sk_X509_push(recipients.get(), certificate->x509())) {
             crypto_detail::failWith(win::ERROR_INVALID_PARAMETER);
             return nullptr;
         }
@@ -162,9 +165,11 @@ bool CryptoSession::writeKeyFile(const std::u16string& path, const SessionKey* k
             envelope = sealEnvelope(certificates, blob.get());
     }
     bool ok = envelope && platform::writeFile(file.handle(), envelope->data(), envelope->size());
-    const std::uint32_t reason = platform::lastError();
-    if (!file.close() && ok)
+    std::uint32_t reason = platform::lastError();
+    if (!file.close() && ok) {
         ok = false;
+        reason = platform::lastError();
+    }
     if (!ok) {
         platform::deleteFile(path);
         platform::setLastError(reason);

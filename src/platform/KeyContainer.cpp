@@ -11,6 +11,7 @@
 
 #include "platform/AtomicFile.h"
 #include "platform/LastError.h"
+#include "platform/NativeFile.h"
 #include "platform/Profile.h"
 #include "platform/StatusCodes.h"
 
@@ -21,6 +22,8 @@ namespace {
 // The atomic write puts ".<name>.XXXXXX" beside the target, so a file name must leave room for
 // that within the 255 bytes of one path component.
 constexpr std::size_t LongestReadableName = 200;
+// A PEM private key is a few kilobytes.
+constexpr std::int64_t LargestKeyFile = 1 << 20;
 
 struct BioFree {
     void operator()(BIO* bio) const { BIO_free(bio); }
@@ -125,9 +128,25 @@ EVP_PKEY* loadPrivateKey(const std::u16string& containerName)
     const std::u16string path = keyContainerPath(containerName);
     if (path.empty())
         return nullptr;
-    std::string pem;
-    if (!readWholeFile(path, pem))
+    // Read in one piece into a buffer of the file's size, so that no copy of the key is left
+    // behind in memory that a growing buffer gave back.
+    const FileHandle file = openFile(path, win::OPEN_EXISTING, win::GENERIC_READ);
+    if (file == InvalidHandle)
         return nullptr;
+    std::int64_t size = 0;
+    std::string pem;
+    std::size_t got = 0;
+    bool read = fileSize(file, size) && size > 0 && size <= LargestKeyFile;
+    if (read) {
+        pem.resize(static_cast<std::size_t>(size));
+        read = readFile(file, pem.data(), pem.size(), got) && got == pem.size();
+    }
+    closeFile(file);
+    if (!read) {
+        OPENSSL_cleanse(pem.data(), pem.size());
+        setLastError(win::NTE_BAD_KEYSET);
+        return nullptr;
+    }
     BioPtr memory(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
     EVP_PKEY* key = memory ? PEM_read_bio_PrivateKey(memory.get(), nullptr, nullptr, nullptr) : nullptr;
     OPENSSL_cleanse(pem.data(), pem.size());
