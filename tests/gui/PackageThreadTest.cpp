@@ -1,0 +1,246 @@
+// PackageThread with a real engine, a real event loop and a receiver on the main thread connected
+// as the window connects it.
+
+#include <QCoreApplication>
+#include <QSignalSpy>
+#include <QTest>
+#include <filesystem>
+#include <functional>
+
+#include "Sandbox.h"
+#include "TestSupport.h"
+#include "crypto/CertificateStore.h"
+#include "crypto/IdentityCertificate.h"
+#include "engine/PackageEngine.h"
+#include "platform/Profile.h"
+#include "ui/PackageThread.h"
+
+using namespace testing_support;
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Seen {
+    unsigned operation;
+    qint64 total;
+    qint64 processed;
+    QString fileName;
+    bool onMainThread;
+};
+
+// Stands in for the main window's two slots.
+class Receiver : public QObject {
+    Q_OBJECT
+public:
+    std::vector<Seen> updates;
+    std::vector<std::uint32_t> errors;
+    bool errorAnswer = true;
+    std::function<void(const Seen&)> onUpdate;
+
+public slots:
+    void on_StatusUpdate(unsigned operation, qint64 total, qint64 processed, KvxUtils::UserParameter* parameter)
+    {
+        Seen seen {operation, total, processed,
+                   parameter->fileName ? QString::fromUtf16(parameter->fileName) : QString(),
+                   QThread::currentThread() == qApp->thread()};
+        updates.push_back(seen);
+        if (onUpdate)
+            onUpdate(seen);
+    }
+    void on_EngineError(KvxUtils::UserParameter* parameter, bool& status)
+    {
+        errors.push_back(parameter->status.code());
+        status = errorAnswer;
+    }
+};
+
+}  // namespace
+
+class PackageThreadTest : public QObject {
+    Q_OBJECT
+
+private:
+    fs::path folder;
+    std::unique_ptr<ContactRecord> me;
+    std::unique_ptr<PackageEngine> engine;
+    std::atomic_bool cancel {false};
+    std::unique_ptr<PackageThread> thread;
+    Receiver receiver;
+
+    void runAndWait(unsigned operation)
+    {
+        QSignalSpy finished(thread.get(), &QThread::finished);
+        thread->setOperation(operation);
+        thread->start(QThread::InheritPriority);
+        QVERIFY(finished.wait(60000));
+    }
+
+    void prepareCreate(const fs::path& package, bool encrypted)
+    {
+        FileSet files;
+        for (const auto& entry : fs::recursive_directory_iterator(folder / "source"))
+            if (entry.is_regular_file())
+                files.insert(u16(entry.path()));
+        engine->setFiles(files);
+        engine->setPackagePath(u16(package));
+        engine->setRecipients(encrypted ? std::vector<const ContactRecord*> {me.get()}
+                                        : std::vector<const ContactRecord*> {});
+    }
+
+private slots:
+    void initTestCase()
+    {
+        folder = freshFolder("thread");
+        platform::setProfileDirectory(u16(folder / "profile"));
+        closeCertificateStore();
+        me = std::make_unique<ContactRecord>();
+        me->name = u"Thread Tester";
+        auto identity = IdentityCertificate::create(me->name);
+        QVERIFY(identity);
+        QVERIFY(identity->addToStore().ok());
+        me->identity = *identity;
+        engine = std::make_unique<PackageEngine>(*me);
+        engine->setNameMode(NameModeFullPath);
+        thread = std::make_unique<PackageThread>(&cancel, nullptr, nullptr);
+        thread->setEngine(engine.get());
+        connect(thread.get(), &PackageThread::statusUpdate, &receiver, &Receiver::on_StatusUpdate,
+                Qt::BlockingQueuedConnection);
+        connect(thread.get(), &PackageThread::engineError, &receiver, &Receiver::on_EngineError,
+                Qt::BlockingQueuedConnection);
+
+        fs::create_directories(folder / "source" / "sub");
+        writeBytes(folder / "source" / "big.bin", randomBytes(3 * 1024 * 1024 + 5, 1));
+        writeBytes(folder / "source" / "sub" / "small.bin", randomBytes(9000, 2));
+        writeText(folder / "source" / "sub" / "tiny.txt", "x");
+    }
+
+    void init()
+    {
+        receiver.updates.clear();
+        receiver.errors.clear();
+        receiver.errorAnswer = true;
+        receiver.onUpdate = nullptr;
+        cancel = false;
+    }
+
+    void operationZeroJustFinishes()
+    {
+        const EngineStatus before = thread->result();
+        runAndWait(PackageOperationNone);
+        QVERIFY(receiver.updates.empty());
+        QCOMPARE(thread->result().code(), before.code());
+    }
+
+    void progressFollowsEveryFileAndPhaseOnTheMainThread()
+    {
+        prepareCreate(folder / "p.kvx", true);
+        runAndWait(PackageOperationCreate);
+        QVERIFY(thread->result().ok());
+        QVERIFY(!receiver.updates.empty());
+        std::set<QString> files;
+        std::set<unsigned> operations;
+        for (const Seen& seen : receiver.updates) {
+            QVERIFY(seen.onMainThread);
+            operations.insert(seen.operation);
+            if (seen.operation == OpWriteFile)
+                files.insert(seen.fileName);
+        }
+        QVERIFY(operations.count(OpWriteFile) && operations.count(OpHash) && operations.count(OpEncrypt));
+        QCOMPARE(files.size(), std::size_t(4));  // three sources and the cipher text entry
+        // Only reports that change what the window shows are sent: never the same operation, file
+        // and whole percentage twice in a row, and each phase still reaches its last report.
+        for (std::size_t i = 1; i < receiver.updates.size(); ++i) {
+            const Seen& a = receiver.updates[i - 1];
+            const Seen& b = receiver.updates[i];
+            const bool same = a.operation == b.operation && a.fileName == b.fileName
+                && a.processed * 100 / std::max<qint64>(a.total, 1) == b.processed * 100 / std::max<qint64>(b.total, 1);
+            QVERIFY(!same);
+        }
+        const auto lastCopyOfBig = std::find_if(receiver.updates.rbegin(), receiver.updates.rend(), [](const Seen& s) {
+            return s.operation == OpWriteFile && s.fileName.endsWith("big.bin");
+        });
+        QVERIFY(lastCopyOfBig != receiver.updates.rend());
+        QCOMPARE(lastCopyOfBig->processed, lastCopyOfBig->total);
+        QVERIFY(receiver.updates.size() < 2000);
+
+        // A second run on the same object works and replaces the result.
+        init();
+        engine->setPackagePath(u16(folder / "p.kvx"));
+        engine->setExtractFolder(u16(folder / "out"));
+        fs::create_directories(folder / "out");
+        runAndWait(PackageOperationExtract);
+        QVERIFY(thread->result().ok());
+        QVERIFY(fs::exists(folder / "out" / fs::relative(folder / "source" / "big.bin", "/")));
+    }
+
+    void errorReceiverDecidesAndCancelStopsAtTheNextCallback()
+    {
+        // A source that vanished: the receiver skips it, then stops at it.
+        prepareCreate(folder / "e.kvx", false);
+        FileSet files = engine->files();
+        files.insert(u16(folder / "source" / "gone.txt"));
+        engine->setFiles(files);
+        runAndWait(PackageOperationCreate);
+        QVERIFY(thread->result().ok());
+        QCOMPARE(receiver.errors.size(), std::size_t(1));
+        QCOMPARE(receiver.errors[0], win::ERROR_FILE_NOT_FOUND);
+
+        init();
+        receiver.errorAnswer = false;
+        fs::remove(folder / "e.kvx");
+        runAndWait(PackageOperationCreate);
+        QCOMPARE(thread->result().severity(), SeverityStopped);
+        QVERIFY(!fs::exists(folder / "e.kvx"));
+
+        // Cancel during hashing of a package being opened: the run stops at that callback.
+        init();
+        prepareCreate(folder / "c.kvx", false);
+        runAndWait(PackageOperationCreate);
+        QVERIFY(thread->result().ok());
+        init();
+        receiver.onUpdate = [this](const Seen& seen) {
+            if (seen.operation == OpHash)
+                cancel = true;
+        };
+        engine->setPackagePath(u16(folder / "c.kvx"));
+        engine->setExtractFolder(u16(folder / "out2"));
+        fs::create_directories(folder / "out2");
+        runAndWait(PackageOperationExtract);
+        QCOMPARE(thread->result().code(), win::NTE_BAD_HASH);
+        QCOMPARE(std::count_if(receiver.updates.begin(), receiver.updates.end(),
+                               [](const Seen& s) { return s.operation == OpHash; }),
+                 std::ptrdiff_t(1));
+        QVERIFY(fs::is_empty(folder / "out2"));
+
+        // Set before the start, the flag stops the run at its very first callback.
+        init();
+        cancel = true;
+        prepareCreate(folder / "d.kvx", true);
+        runAndWait(PackageOperationCreate);
+        QCOMPARE(thread->result().severity(), SeverityStopped);
+        QCOMPARE(receiver.updates.size(), std::size_t(1));
+        QVERIFY(!fs::exists(folder / "d.kvx"));
+    }
+
+    void callbackWithoutRecordGoesOn()
+    {
+        QCOMPARE(packageThreadCallback(OpHash, 1, 1, nullptr), 1);
+        KvxUtils::UserParameter orphan;
+        QCOMPARE(packageThreadCallback(OpHash, 1, 1, &orphan), 1);
+    }
+
+    void cleanupTestCase() { closeCertificateStore(); }
+};
+
+int main(int argc, char** argv)
+{
+    if (!enterSandbox())
+        return 2;
+    QCoreApplication app(argc, argv);
+    PackageThreadTest test;
+    const int result = QTest::qExec(&test, argc, argv);
+    leaveSandbox();
+    return result;
+}
+
+#include "PackageThreadTest.moc"
