@@ -97,7 +97,11 @@ EngineStatus ContainerEntry::extractTo(platform::FileHandle target)
                 continue;
             if (userParameter_)
                 userParameter_->fileName = name_.c_str();
-            if (callback_(OpExtractFile, dataSize_, processed, userParameter_) == 0) {
+            const int goOn = callback_(OpExtractFile, dataSize_, processed, userParameter_);
+            // The name dies with the entry; a later report must not find it in the record.
+            if (userParameter_)
+                userParameter_->fileName = nullptr;
+            if (goOn == 0) {
                 status = EngineStatus(win::ERROR_CANCELLED, SeverityError);
                 // The target keeps exactly the blocks that were reported as copied.
                 platform::truncateFile(target, targetStart + processed);

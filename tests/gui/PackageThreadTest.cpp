@@ -42,7 +42,7 @@ public slots:
     {
         Seen seen {operation, total, processed,
                    parameter->fileName ? QString::fromUtf16(parameter->fileName) : QString(),
-                   QThread::currentThread() == qApp->thread()};
+                   QThread::currentThread() == QCoreApplication::instance()->thread()};
         updates.push_back(seen);
         if (onUpdate)
             onUpdate(seen);

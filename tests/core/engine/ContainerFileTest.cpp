@@ -164,6 +164,9 @@ TEST(ContainerFile, RoundTripsEntriesOfEveryShapeWithProgress)
     ASSERT_TRUE(opened.status.ok());
     EXPECT_EQ(opened.items, items);
     EXPECT_EQ(reader.count(OpError), 0);
+    // Names live only while their report runs; none may stay behind in the shared record.
+    EXPECT_EQ(reader.record.fileName, nullptr);
+    EXPECT_EQ(writer.record.fileName, nullptr);
     // Extraction reports the entry's size and name with each block.
     const auto last = std::find_if(reader.reports.rbegin(), reader.reports.rend(),
                                    [](const Report& r) { return r.operation == OpExtractFile; });
