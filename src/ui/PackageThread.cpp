@@ -10,7 +10,9 @@ PackageThread::PackageThread(std::atomic_bool* cancelFlag, QObject* parent, Pack
     userParameter_->thread = this;
 }
 
-PackageThread::~PackageThread() = default;
+// `finished` can reach the window before the thread has quite left; the object may only go once it
+// has. The worker can't be waiting for the main thread here, since its reports ended with the run.
+PackageThread::~PackageThread() { wait(); }
 
 void PackageThread::emitStatusUpdate(unsigned operation, qint64 dataLength, qint64 processedLength,
                                      KvxUtils::UserParameter* userParameter)

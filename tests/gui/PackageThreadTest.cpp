@@ -2,7 +2,8 @@
 // as the window connects it.
 
 #include <QCoreApplication>
-#include <QSignalSpy>
+#include <QEventLoop>
+#include <QTimer>
 #include <QTest>
 #include <filesystem>
 #include <functional>
@@ -69,10 +70,16 @@ private:
 
     void runAndWait(unsigned operation)
     {
-        QSignalSpy finished(thread.get(), &QThread::finished);
+        // As the window does: `finished` queued to the main thread, which never waits on the worker.
+        QEventLoop loop;
+        bool done = false;
+        connect(
+            thread.get(), &QThread::finished, &loop, [&] { done = true, loop.quit(); }, Qt::QueuedConnection);
+        QTimer::singleShot(60000, &loop, &QEventLoop::quit);
         thread->setOperation(operation);
         thread->start(QThread::InheritPriority);
-        QVERIFY(finished.wait(60000));
+        loop.exec();
+        QVERIFY(done);
     }
 
     void prepareCreate(const fs::path& package, bool encrypted)
