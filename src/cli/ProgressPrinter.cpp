@@ -1,0 +1,105 @@
+#include "cli/ProgressPrinter.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+
+#include "platform/ErrorText.h"
+#include "platform/Utf.h"
+
+namespace {
+ProgressPrinter* active = nullptr;
+std::atomic<bool> interruptRequested {false};
+
+extern "C" void onInterrupt(int) { interruptRequested.store(true); }
+
+const char* operationName(std::uint32_t operation)
+{
+    switch (operation) {
+    case OpEncrypt: return "Encrypting";
+    case OpDecrypt: return "Decrypting";
+    case OpHash: return "Checking";
+    case OpWriteFile: return "Adding";
+    case OpExtractFile: return "Extracting";
+    default: return "Working";
+    }
+}
+}  // namespace
+
+ProgressPrinter::ProgressPrinter(Mode mode) : mode_(mode), interactive_(::isatty(STDERR_FILENO) == 1)
+{
+    active = this;
+}
+
+ProgressPrinter::~ProgressPrinter()
+{
+    clearLine();
+    if (active == this)
+        active = nullptr;
+}
+
+void ProgressPrinter::installInterruptHandlers()
+{
+    struct sigaction action {};
+    action.sa_handler = onInterrupt;
+    sigemptyset(&action.sa_mask);
+    ::sigaction(SIGINT, &action, nullptr);
+    ::sigaction(SIGTERM, &action, nullptr);
+}
+
+bool ProgressPrinter::interrupted() { return interruptRequested.load(); }
+
+int ProgressPrinter::callback(std::uint32_t operation, std::int64_t total, std::int64_t processed,
+                              KvxUtils::UserParameter* parameter)
+{
+    const int goOn = active ? active->report(operation, total, processed, parameter) : 1;
+    return goOn && !interrupted() ? 1 : 0;
+}
+
+void ProgressPrinter::clearLine()
+{
+    if (drawn_) {
+        std::fputs("\r\x1b[K", stderr);
+        std::fflush(stderr);
+        drawn_ = false;
+    }
+}
+
+int ProgressPrinter::report(std::uint32_t operation, std::int64_t total, std::int64_t processed,
+                            KvxUtils::UserParameter* parameter)
+{
+    if (operation == OpError) {
+        clearLine();
+        const std::uint32_t code = parameter ? parameter->status.code() : 0;
+        const std::string text = platform::toUtf8(platform::userText(code));
+        if (mode_ == Mode::Create && parameter && parameter->fileName) {
+            // A source that can't be read is left out; the rest of the package still gets made.
+            std::fprintf(stderr, "halvoren-cli: skipping %s: %s\n", platform::toUtf8(parameter->fileName).c_str(),
+                         text.c_str());
+            ++skipped_;
+            return 1;
+        }
+        std::fprintf(stderr, "halvoren-cli: %s\n", text.c_str());
+        reportedFailure_ = true;
+        return 0;
+    }
+    if (!interactive_)
+        return 1;
+    // Redraw only when the line would change: the operation, the file or the whole percentage.
+    const std::int64_t percent = total > 0 ? std::min<std::int64_t>(processed * 100 / total, 100) : 0;
+    const std::u16string_view name = parameter && parameter->fileName ? parameter->fileName : u"";
+    if (operation == lastOperation_ && percent == lastPercent_ && name == lastName_)
+        return 1;
+    lastOperation_ = operation;
+    lastPercent_ = percent;
+    lastName_.assign(name);
+    std::string file = platform::toUtf8(name);
+    if (file.size() > 50)
+        file = "..." + file.substr(file.size() - 47);
+    std::fprintf(stderr, "\r\x1b[K%s %s %3lld%%", operationName(operation), file.c_str(), static_cast<long long>(percent));
+    std::fflush(stderr);
+    drawn_ = true;
+    return 1;
+}
