@@ -1,0 +1,263 @@
+// halvoren-cli end to end: the built program, driven as a script would drive it.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <map>
+#include <thread>
+
+#include "PackageBytes.h"
+#include "TestSupport.h"
+
+using namespace testing_support;
+namespace fs = std::filesystem;
+
+namespace {
+
+struct ToolRun {
+    int exitCode = -1;
+    std::string out;
+    std::string err;
+};
+
+// Starts the tool with no standard input; `whileRunning` may act on the child (send a signal).
+ToolRun runTool(const std::vector<std::string>& args, const std::function<void(pid_t)>& whileRunning = nullptr)
+{
+    int outPipe[2];
+    int errPipe[2];
+    EXPECT_EQ(pipe(outPipe), 0);
+    EXPECT_EQ(pipe(errPipe), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        const int devNull = open("/dev/null", O_RDONLY);
+        dup2(devNull, 0);
+        dup2(outPipe[1], 1);
+        dup2(errPipe[1], 2);
+        std::vector<char*> argv {const_cast<char*>(HALVOREN_CLI_PATH)};
+        for (const std::string& arg : args)
+            argv.push_back(const_cast<char*>(arg.c_str()));
+        argv.push_back(nullptr);
+        execv(HALVOREN_CLI_PATH, argv.data());
+        _exit(127);
+    }
+    close(outPipe[1]);
+    close(errPipe[1]);
+    if (whileRunning)
+        whileRunning(child);
+    ToolRun run;
+    pollfd fds[2] = {{outPipe[0], POLLIN, 0}, {errPipe[0], POLLIN, 0}};
+    int open = 2;
+    while (open > 0 && poll(fds, 2, -1) > 0) {
+        for (pollfd& fd : fds) {
+            if (fd.fd < 0 || !(fd.revents & (POLLIN | POLLHUP)))
+                continue;
+            char buffer[4096];
+            const ssize_t n = read(fd.fd, buffer, sizeof buffer);
+            if (n <= 0) {
+                close(fd.fd);
+                fd.fd = -1;
+                --open;
+            } else {
+                (&fd == &fds[0] ? run.out : run.err).append(buffer, static_cast<std::size_t>(n));
+            }
+        }
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return run;
+}
+
+std::map<std::string, Bytes> treeContents(const fs::path& root)
+{
+    std::map<std::string, Bytes> contents;
+    for (const auto& entry : fs::recursive_directory_iterator(root))
+        if (entry.is_regular_file())
+            contents[fs::relative(entry.path(), root).string()] = readBytes(entry.path());
+    return contents;
+}
+
+const std::string NotARecipient = "The package cannot be decrypted. You are not in the list of recipients who can view "
+                                  "the files, you will not be able to access it.";
+const std::string InvalidPackage = "This file is not a valid Halvoren package file.";
+
+}  // namespace
+
+class CliTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite()
+    {
+        root = new fs::path(freshFolder("cli"));
+        // Three people, each with a profile of their own.
+        for (const char* name : {"ann", "bob", "cid"}) {
+            const std::string display = std::string(1, char(std::toupper(name[0]))) + (name + 1);
+            const ToolRun made = runTool({"--profile", (*root / name).string(), "identity", "create", display, "--email",
+                                      std::string(name) + "@example.org"});
+            ASSERT_EQ(made.exitCode, 0) << made.err;
+            EXPECT_TRUE(made.out.empty());
+            ASSERT_EQ(runTool({"--profile", (*root / name).string(), "identity", "export", "-o",
+                               (*root / (std::string(name) + ".kvxk")).string()})
+                          .exitCode,
+                      0);
+        }
+    }
+    static void TearDownTestSuite() { delete root; }
+
+    static ToolRun as(const std::string& who, std::vector<std::string> args)
+    {
+        args.insert(args.begin(), {"--profile", (*root / who).string()});
+        return runTool(args);
+    }
+
+    static fs::path* root;
+};
+
+fs::path* CliTest::root = nullptr;
+
+TEST_F(CliTest, PeopleExchangeKeysAndOnlyRecipientsOpenThePackage)
+{
+    for (const char* other : {"bob.kvxk", "cid.kvxk"})
+        ASSERT_EQ(as("ann", {"contacts", "import", (*root / other).string()}).exitCode, 0);
+    ASSERT_EQ(as("bob", {"contacts", "import", (*root / "ann.kvxk").string()}).exitCode, 0);
+    const ToolRun again = as("ann", {"contacts", "import", (*root / "bob.kvxk").string()});
+    EXPECT_EQ(again.exitCode, 1);
+    EXPECT_NE(again.err.find("Contact already exists. Please select another contact key file."), std::string::npos);
+
+    const ToolRun list = as("ann", {"contacts", "list"});
+    EXPECT_EQ(list.out, "Ann\tann@example.org\t(me)\nBob\t\nCid\t\n");
+    const ToolRun show = as("ann", {"identity", "show"});
+    EXPECT_NE(show.out.find("name: Ann\n"), std::string::npos);
+    EXPECT_NE(show.out.find("fingerprint (SHA-256): "), std::string::npos);
+
+    const fs::path source = *root / "tree";
+    fs::create_directories(source / "docs" / "deep");
+    writeBytes(source / "docs" / "deep" / "data.bin", randomBytes(2 * 1024 * 1024 + 3, 5));
+    writeText(source / "docs" / "note \xc3\xa9t\xc3\xa9.txt", "summer");
+    writeText(source / "empty", "");
+    const fs::path package = *root / "tree.kvx";
+    const ToolRun made = as("ann", {"encrypt", "-o", package.string(), "-r", "Bob", "-r", "Cid", source.string()});
+    ASSERT_EQ(made.exitCode, 0) << made.err;
+    EXPECT_TRUE(made.out.empty());
+    EXPECT_TRUE(made.err.empty()) << made.err;
+
+    for (const char* reader : {"bob", "cid"}) {
+        const fs::path out = *root / (std::string("out-") + reader);
+        const ToolRun opened = as(reader, {"decrypt", package.string(), "-C", out.string()});
+        ASSERT_EQ(opened.exitCode, 0) << opened.err;
+        EXPECT_EQ(treeContents(out / fs::relative(source, "/")), treeContents(source));
+    }
+
+    // Ann didn't encrypt for herself: she is a third party to her own package.
+    const ToolRun outsider = as("ann", {"decrypt", package.string(), "-C", (*root / "out-ann").string()});
+    EXPECT_EQ(outsider.exitCode, 1);
+    EXPECT_NE(outsider.err.find(NotARecipient), std::string::npos) << outsider.err;
+
+    Bytes tampered = readBytes(package);
+    tampered[tampered.size() - 7] ^= 0x40;
+    writeBytes(*root / "tampered.kvx", tampered);
+    const ToolRun refused = as("bob", {"decrypt", (*root / "tampered.kvx").string(), "-C", (*root / "out-t").string()});
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_NE(refused.err.find(InvalidPackage), std::string::npos) << refused.err;
+    EXPECT_TRUE(leftoverTempFiles().empty());
+
+    ASSERT_EQ(as("ann", {"contacts", "remove", "Cid"}).exitCode, 0);
+    EXPECT_EQ(as("ann", {"contacts", "list"}).out, "Ann\tann@example.org\t(me)\nBob\t\n");
+    EXPECT_EQ(as("ann", {"contacts", "remove", "Ann"}).exitCode, 1);
+}
+
+TEST_F(CliTest, PlainFlatPackageOfOneFileIsTheWorkedExample)
+{
+    const fs::path folder = freshFolder("plain");
+    writeText(folder / "a.txt", "abc");
+    const ToolRun made = as("ann", {"encrypt", "--plain", "--flat", "-o", (folder / "one.kvx").string(),
+                                (folder / "a.txt").string()});
+    ASSERT_EQ(made.exitCode, 0) << made.err;
+    EXPECT_EQ(readBytes(folder / "one.kvx"), craftedPackage({{EntryTypeData, u"a.txt", {'a', 'b', 'c'}}}));
+    EXPECT_EQ(fs::file_size(folder / "one.kvx"), 67u);
+}
+
+TEST_F(CliTest, HostilePackagesCannotWriteOutsideTheFolder)
+{
+    const fs::path folder = freshFolder("hostile");
+    const fs::path out = folder / "a" / "b" / "out";
+    for (const std::u16string name : {u"..\\..\\x", u"C:\\x", u"a\\..\\..\\..\\x"}) {
+        writeBytes(folder / "h.kvx", craftedPackage({{EntryTypeData, name, {'x'}}}));
+        const ToolRun run = as("bob", {"decrypt", (folder / "h.kvx").string(), "-C", out.string()});
+        EXPECT_EQ(run.exitCode, 1) << u8(name);
+        EXPECT_FALSE(run.err.empty());
+    }
+    writeBytes(folder / "h.kvx", craftedPackage({{EntryTypeData, u"\\etc\\x", {'x'}}}));
+    EXPECT_EQ(as("bob", {"decrypt", (folder / "h.kvx").string(), "-C", out.string()}).exitCode, 0);
+    EXPECT_EQ(readBytes(out / "etc" / "x"), Bytes {'x'});
+    // Besides the package, only the extraction folder's own tree holds anything.
+    std::vector<std::string> found;
+    for (const auto& entry : fs::recursive_directory_iterator(folder))
+        if (entry.is_regular_file())
+            found.push_back(fs::relative(entry.path(), folder).string());
+    std::sort(found.begin(), found.end());
+    EXPECT_EQ(found, (std::vector<std::string> {"a/b/out/etc/x", "h.kvx"}));
+}
+
+TEST_F(CliTest, UsageErrorsHelpAndExitCodes)
+{
+    EXPECT_EQ(runTool({}).exitCode, 2);
+    const ToolRun help = runTool({"--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_NE(help.out.find("Usage: halvoren-cli"), std::string::npos);
+    for (const char* command : {"identity", "contacts", "encrypt", "decrypt"}) {
+        const ToolRun commandHelp = runTool({command, "--help"});
+        EXPECT_EQ(commandHelp.exitCode, 0) << command;
+        EXPECT_NE(commandHelp.out.find(std::string("halvoren-cli ") + command), std::string::npos) << command;
+    }
+    const fs::path folder = freshFolder("usage");
+    writeText(folder / "f", "1");
+    const std::string f = (folder / "f").string();
+    const std::string o = (folder / "o.kvx").string();
+    EXPECT_EQ(runTool({"frobnicate"}).exitCode, 2);
+    EXPECT_EQ(runTool({"encrypt", "--bogus"}).exitCode, 2);
+    EXPECT_EQ(as("ann", {"encrypt", "-o", o, f}).exitCode, 2);
+    EXPECT_EQ(as("ann", {"encrypt", "-o", o, "--plain", "--self", f}).exitCode, 2);
+    EXPECT_EQ(as("ann", {"encrypt", "-o", o, "-r", "Nobody", f}).exitCode, 2);
+    EXPECT_EQ(as("ann", {"encrypt", "-o", o, "--self"}).exitCode, 2);
+    EXPECT_EQ(as("ann", {"decrypt", o}).exitCode, 2);
+    EXPECT_EQ(as("ann", {"encrypt", "-o", o, "--self", (folder / "missing").string()}).exitCode, 1);
+    EXPECT_EQ(as("ann", {"identity", "create", "Another"}).exitCode, 1);
+    EXPECT_EQ(as("fresh", {"identity", "show"}).exitCode, 1);
+    EXPECT_EQ(as("fresh", {"identity", "create", "Comma, Name"}).exitCode, 1);
+    EXPECT_FALSE(fs::exists(o));
+}
+
+TEST_F(CliTest, InterruptStopsTheRunAndLeavesNothingBehind)
+{
+    const fs::path folder = freshFolder("interrupt");
+    const fs::path big = folder / "big.bin";
+    const fs::path package = folder / "big.kvx";
+    // A sparse file costs nothing to make and seconds to encrypt: time enough to be interrupted.
+    for (std::uint64_t size : {std::uint64_t(2) << 30, std::uint64_t(6) << 30}) {
+        {
+            writeText(big, "");
+            fs::resize_file(big, size);
+        }
+        const ToolRun run = runTool({"--profile", (*root / "ann").string(), "encrypt", "--self", "-o", package.string(),
+                                 big.string()},
+                                [](pid_t child) {
+                                    std::this_thread::sleep_for(std::chrono::milliseconds(400));
+                                    kill(child, SIGINT);
+                                });
+        if (run.exitCode == 0)
+            continue;  // The machine outran the signal; try a larger file.
+        EXPECT_EQ(run.exitCode, 130) << run.err;
+        EXPECT_FALSE(fs::exists(package));
+        EXPECT_TRUE(leftoverTempFiles().empty());
+        // Only the source is left in the folder: no staged package beside the target.
+        EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
+        return;
+    }
+    ADD_FAILURE() << "the run was never interrupted";
+}
