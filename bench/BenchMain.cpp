@@ -183,7 +183,10 @@ Sample median(const Options& options, const std::function<bool()>& prepare, cons
     return result;
 }
 
-bool shell(const std::string& command) { return std::system(("set -e; " + command + " >/dev/null 2>&1").c_str()) == 0; }
+bool shell(const std::string& command)
+{
+    return std::system(("{ set -e; " + command + "; } >/dev/null 2>&1").c_str()) == 0;
+}
 
 bool have(const char* tool) { return shell(std::string("command -v ") + tool); }
 

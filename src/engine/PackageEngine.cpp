@@ -414,6 +414,10 @@ EngineStatus PackageEngine::extractEntries(ContainerFile& container, const std::
         return EngineStatus(win::ERROR_FILE_NOT_FOUND, SeverityError);
     setEntriesCallback(entries, callback_, userParameter_);
 
+    // Entries of one folder stand together, so the folder walked for the last entry usually
+    // serves the next one as well; that saves a walk from the top for every small file.
+    ScopedFile directory;
+    std::u16string directoryFolders;
     for (ContainerEntry& entry : entries) {
         if (!status.ok())
             break;
@@ -424,13 +428,16 @@ EngineStatus PackageEngine::extractEntries(ContainerFile& container, const std::
         std::u16string folders;
         for (std::size_t i = 0; i + 1 < parts.size(); ++i)
             folders += parts[i] + u'\\';
-        ScopedFile directory;
-        if (folders.empty()) {
-            directory.adopt(platform::openDirectory(folder));
-            if (!directory.isOpen())
-                status = lastErrorStatus();
-        } else {
-            status = makeDirectories(folder, folders, &directory);
+        if (!directory.isOpen() || folders != directoryFolders) {
+            directory.close();
+            if (folders.empty()) {
+                directory.adopt(platform::openDirectory(folder));
+                if (!directory.isOpen())
+                    status = lastErrorStatus();
+            } else {
+                status = makeDirectories(folder, folders, &directory);
+            }
+            directoryFolders = folders;
         }
         if (!status.ok())
             break;
