@@ -42,6 +42,14 @@ BENCH_ARGS ?=
 bench: bootstrap build
 	$(BUILD)/bench/halvoren_bench $(BENCH_ARGS)
 
+# FUZZ_SECONDS per target (default 60); the fuzz build is its own, with clang.
+fuzz: bootstrap
+	./scripts/fuzz
+
+# The long forms of the kill and cancel loops.
+stress: bootstrap build
+	HALVOREN_STRESS_ROUNDS=1000 $(BUILD)/tests/test_hardening
+
 format:
 	find src tests bench fuzz -name '*.cpp' -o -name '*.h' | xargs clang-format -i
 

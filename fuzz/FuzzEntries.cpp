@@ -1,0 +1,211 @@
+#include "FuzzEntries.h"
+
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <filesystem>
+#include <fstream>
+#include <vector>
+
+#include "contacts/ConfigStore.h"
+#include "contacts/RecipientsStore.h"
+#include "crypto/CertificateStore.h"
+#include "crypto/CryptoSession.h"
+#include "crypto/IdentityCertificate.h"
+#include "engine/ContainerFile.h"
+#include "engine/PackageEngine.h"
+#include "engine/ScopedFile.h"
+#include "platform/Profile.h"
+#include "platform/Utf.h"
+
+namespace fs = std::filesystem;
+
+namespace fuzzing {
+
+namespace {
+fs::path root;
+ContactRecord owner;
+
+std::u16string u16(const fs::path& path) { return platform::fromUtf8(path.string()); }
+
+void writeInput(const fs::path& path, const std::uint8_t* data, std::size_t size)
+{
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+}
+
+// A report must never lead anywhere: any answer is fine, so go on, and read the record as a
+// window would.
+int readingCallback(std::uint32_t operation, std::int64_t total, std::int64_t processed,
+                    KvxUtils::UserParameter* parameter)
+{
+    if (parameter && parameter->fileName) {
+        std::size_t length = 0;
+        while (parameter->fileName[length])
+            ++length;
+    }
+    if (processed < 0 || (operation != OpEncrypt && operation != OpError && processed > total))
+        std::abort();
+    return 1;
+}
+
+void expectNothingOutside(const fs::path& folder)
+{
+    // The scratch area holds the input, the extraction folder and the profile; anything else is
+    // a file that extraction put where it must not.
+    for (const auto& entry : fs::directory_iterator(folder.parent_path())) {
+        const std::string name = entry.path().filename().string();
+        if (name != "input" && name != "out" && name != "profile" && name != "scratch" && name != "tmp")
+            std::abort();
+    }
+}
+}  // namespace
+
+void prepare()
+{
+    if (!root.empty())
+        return;
+    const char* base = getenv("TMPDIR");
+    std::string pattern = std::string(base && *base ? base : "/tmp") + "/halvoren-fuzz-XXXXXX";
+    if (!mkdtemp(pattern.data()))
+        std::abort();
+    root = pattern;
+    std::atexit([] {
+        std::error_code ignored;
+        fs::remove_all(root, ignored);
+    });
+    fs::create_directories(root / "tmp");
+    setenv("TMPDIR", (root / "tmp").c_str(), 1);
+    platform::setProfileDirectory(u16(root / "profile"));
+    closeCertificateStore();
+    owner.name = u"Fuzz Owner";
+    auto identity = IdentityCertificate::create(owner.name);
+    if (!identity || !identity->addToStore().ok())
+        std::abort();
+    owner.identity = *identity;
+    openCertificateStore(owner.name);
+}
+
+void container(const std::uint8_t* data, std::size_t size)
+{
+    prepare();
+    const fs::path input = root / "input";
+    const fs::path out = root / "out";
+    writeInput(input, data, size);
+
+    KvxUtils::UserParameter record;
+    ContainerFile file;
+    file.setCallback(readingCallback, &record);
+    const platform::FileHandle handle = platform::openFile(u16(input), win::OPEN_EXISTING, win::GENERIC_READ);
+    if (file.openForRead(handle).ok()) {
+        ContainerEntryList entries;
+        file.readEntries(entries);
+        setEntriesCallback(entries, readingCallback, &record);
+        for (ContainerEntry& entry : entries) {
+            ScopedFile target;
+            if (target.open(u16(root / "scratch"), win::CREATE_ALWAYS, win::GENERIC_WRITE, 3))
+                entry.extractTo(target.handle());
+        }
+        file.close();
+    }
+
+    // The whole road a received package takes, into a folder that must hold everything written.
+    fs::remove_all(out);
+    fs::create_directories(out);
+    PackageEngine engine(owner);
+    engine.setPackagePath(u16(input));
+    engine.setExtractFolder(u16(out));
+    engine.setCallback(readingCallback);
+    engine.setUserParameter(&record);
+    engine.extract();
+    expectNothingOutside(out);
+    if (!fs::is_empty(root / "tmp"))
+        std::abort();
+}
+
+void keyBlob(const std::uint8_t* data, std::size_t size)
+{
+    const ByteBlob blob(data, static_cast<std::uint32_t>(size));
+    ByteBlobPtr iv;
+    ByteBlobPtr key = unpackKeyBlob(&blob, iv);
+    if (key && (!iv || key->size() + iv->size() + 8 > size))
+        std::abort();
+}
+
+void envelope(const std::uint8_t* data, std::size_t size)
+{
+    prepare();
+    KvxUtils::UserParameter record;
+    CryptoSession session;
+    session.setCallback(readingCallback);
+    session.setUserParameter(&record);
+    const ByteBlob blob(data, static_cast<std::uint32_t>(size));
+    session.openEnvelope(&blob);
+    writeInput(root / "input", data, size);
+    session.readKeyFile(u16(root / "input"));
+}
+
+void certificate(const std::uint8_t* data, std::size_t size)
+{
+    prepare();
+    writeInput(root / "input", data, size);
+    CertificatePtr loaded = loadCertificateFile(u16(root / "input"));
+    if (loaded) {
+        certificateDisplayName(loaded);
+        certificateSubject(loaded);
+        certificateFingerprint(loaded);
+        sameCertificate(loaded, owner.identity.certificate());
+    }
+}
+
+void configStore(const std::uint8_t* data, std::size_t size)
+{
+    prepare();
+    const fs::path path = root / "profile" / "KvxCfg.xml";
+    writeInput(path, data, size);
+    ConfigStore store;
+    store.load(u16(path));
+    store.getBool(ConfigKey::DoNotMinimizeToTray);
+    store.getInt(ConfigKey::StartOnLogin);
+    store.getString(ConfigKey::OwnerName);
+    store.setBool(ConfigKey::FirstTimeMinimized, true);
+    ConfigStore again;
+    again.load(u16(path));
+}
+
+void recipientsStore(const std::uint8_t* data, std::size_t size)
+{
+    prepare();
+    const fs::path path = root / "profile" / "RecipientsList.xml";
+    writeInput(path, data, size);
+    RecipientsStore store;
+    std::vector<ContactRecord> contacts;
+    // The store holds the owner's certificate, so the file is joined with it, element by element.
+    if (store.load(contacts, u16(path)).ok() && !contacts.empty()) {
+        ContactRecord changed = contacts.front();
+        changed.comments = u"fuzzed";
+        store.update(changed);
+    }
+}
+
+Entry entryFor(const std::string& target)
+{
+    if (target == "container")
+        return container;
+    if (target == "keyblob")
+        return keyBlob;
+    if (target == "envelope")
+        return envelope;
+    if (target == "certificate")
+        return certificate;
+    if (target == "config")
+        return configStore;
+    if (target == "recipients")
+        return recipientsStore;
+    return nullptr;
+}
+
+}  // namespace fuzzing
