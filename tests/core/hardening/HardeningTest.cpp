@@ -1,0 +1,331 @@
+// What a hostile package, a full disk, a killed process or a stop at any moment can do: nothing
+// worse than a clear status, and nothing lost.
+
+#include <gtest/gtest.h>
+#include <malloc.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <new>
+#include <fstream>
+#include <random>
+
+#include "PackageBytes.h"
+#include "TestSupport.h"
+#include "contacts/ConfigStore.h"
+#include "contacts/RecipientsStore.h"
+#include "crypto/CertificateStore.h"
+#include "crypto/CryptoSession.h"
+#include "crypto/IdentityCertificate.h"
+#include "engine/PackageEngine.h"
+#include "platform/FaultInjection.h"
+#include "platform/Profile.h"
+
+using namespace testing_support;
+namespace fs = std::filesystem;
+
+// Peak bytes held through operator new, so a test can see what a hostile length made us allocate.
+namespace {
+std::atomic<long long> liveBytes {0};
+std::atomic<long long> peakBytes {0};
+}  // namespace
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+void* operator new(std::size_t size)
+{
+    void* pointer = std::malloc(size ? size : 1);
+    if (!pointer)
+        throw std::bad_alloc();
+    const long long now = liveBytes += static_cast<long long>(malloc_usable_size(pointer));
+    long long peak = peakBytes.load();
+    while (now > peak && !peakBytes.compare_exchange_weak(peak, now)) {
+    }
+    return pointer;
+}
+void operator delete(void* pointer) noexcept
+{
+    if (pointer)
+        liveBytes -= static_cast<long long>(malloc_usable_size(pointer));
+    std::free(pointer);
+}
+void operator delete(void* pointer, std::size_t) noexcept { operator delete(pointer); }
+constexpr bool CountingAllocations = true;
+#else
+constexpr bool CountingAllocations = false;
+#endif
+
+namespace {
+
+int rounds(int normal)
+{
+    const char* value = std::getenv("HALVOREN_STRESS_ROUNDS");
+    return value ? std::max(normal, std::atoi(value)) : normal;
+}
+
+int goOn(std::uint32_t, std::int64_t, std::int64_t, KvxUtils::UserParameter*) { return 1; }
+
+// Answers stop at one chosen report.
+std::atomic<int> reportsLeft {-1};
+int stopAtChosenReport(std::uint32_t operation, std::int64_t, std::int64_t, KvxUtils::UserParameter*)
+{
+    if (operation == OpError)
+        return 1;
+    return reportsLeft.fetch_sub(1) == 0 ? 0 : 1;
+}
+std::atomic<int> reportsSeen {0};
+int countReports(std::uint32_t operation, std::int64_t, std::int64_t, KvxUtils::UserParameter*)
+{
+    if (operation != OpError)
+        ++reportsSeen;
+    return 1;
+}
+
+}  // namespace
+
+class HardeningTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite()
+    {
+        profile = new fs::path(freshFolder("profile"));
+        platform::setProfileDirectory(u16(*profile));
+        closeCertificateStore();
+        std::ofstream(*profile / "KvxCfg.xml");
+        std::ofstream(*profile / "RecipientsList.xml");
+        me = new ContactRecord;
+        me->name = u"Hard Case";
+        auto identity = IdentityCertificate::create(me->name);
+        ASSERT_TRUE(identity);
+        me->identity = *identity;
+        RecipientsStore store;
+        std::vector<ContactRecord> none;
+        ASSERT_TRUE(store.load(none, recipientsPath()).ok());
+        ASSERT_TRUE(store.add(*me).ok());
+        openCertificateStore(me->name);
+    }
+    static void TearDownTestSuite()
+    {
+        delete me;
+        delete profile;
+        closeCertificateStore();
+    }
+    void TearDown() override { platform::faults::reset(); }
+
+    EngineStatus create(const FileSet& files, const fs::path& package, EngineCallback callback, bool encrypted = true)
+    {
+        PackageEngine engine(*me);
+        KvxUtils::UserParameter record;
+        engine.setNameMode(NameModeFullPath);
+        engine.setFiles(files);
+        engine.setPackagePath(u16(package));
+        engine.setRecipients(encrypted ? std::vector<const ContactRecord*> {me} : std::vector<const ContactRecord*> {});
+        engine.setCallback(callback);
+        engine.setUserParameter(&record);
+        return engine.create();
+    }
+    EngineStatus extract(const fs::path& package, const fs::path& folder, EngineCallback callback = goOn)
+    {
+        fs::create_directories(folder);
+        PackageEngine engine(*me);
+        KvxUtils::UserParameter record;
+        engine.setPackagePath(u16(package));
+        engine.setExtractFolder(u16(folder));
+        engine.setCallback(callback);
+        engine.setUserParameter(&record);
+        return engine.extract();
+    }
+    FileSet someFiles(const fs::path& folder)
+    {
+        fs::create_directories(folder / "in" / "sub");
+        writeBytes(folder / "in" / "a.bin", randomBytes(40000, 1));
+        writeBytes(folder / "in" / "sub" / "b.bin", randomBytes(9000, 2));
+        writeText(folder / "in" / "sub" / "c.txt", "c");
+        return {u16(folder / "in" / "a.bin"), u16(folder / "in" / "sub" / "b.bin"), u16(folder / "in" / "sub" / "c.txt")};
+    }
+
+    static fs::path* profile;
+    static ContactRecord* me;
+};
+
+fs::path* HardeningTest::profile = nullptr;
+ContactRecord* HardeningTest::me = nullptr;
+
+TEST_F(HardeningTest, HostilePackagesAreRefusedWithoutBigAllocations)
+{
+    const fs::path folder = freshFolder("hostile");
+    const fs::path out = folder / "out";
+    struct Case {
+        const char* what;
+        Bytes bytes;
+        std::uint32_t code;
+    };
+    // A walk of the entries that fails is "no index" to the engine: code 2.
+    Bytes longName = entryHeader(EntryTypeData, 0xFFFFFFFE, 0);
+    std::vector<Case> cases {
+        {"name length of 4 GiB", craftedPackage(1, longName), win::ERROR_FILE_NOT_FOUND},
+        {"entry count of 2^32-1", craftedPackage(0xFFFFFFFF, entryHeader(EntryTypeData, 0, 0)), win::ERROR_FILE_NOT_FOUND},
+        {"data size of 2^63", craftedPackage(1, entryHeader(EntryTypeData, 0, std::uint64_t(1) << 63)), win::ERROR_FILE_NOT_FOUND},
+        {"name with a NUL before a parent step", craftedPackage({{EntryTypeData, std::u16string(u"ok\0..\\..\\x", 10), {'x'}}}), 0},
+        {"encrypted package without an envelope that decodes",
+         craftedPackage({{EntryTypeKey, u"k", randomBytes(300, 3)}, {EntryTypeData, u"d", randomBytes(64, 4)}},
+                        ContainerTypeEncrypted),
+         win::ERROR_CANNOT_MAKE},
+    };
+    // A real envelope for us, in front of cipher text that isn't a whole number of blocks.
+    writeText(folder / "plain", "x");
+    CryptoSession session;
+    ASSERT_TRUE(session.encryptFile(u16(folder / "plain"), u16(folder / "data"), u16(folder / "key"),
+                                    {me->identity.certificate()}));
+    Bytes ragged = readBytes(folder / "data");
+    ragged.push_back(0);
+    cases.push_back({"cipher text not a multiple of 16",
+                     craftedPackage({{EntryTypeKey, u"k", readBytes(folder / "key")}, {EntryTypeData, u"d", ragged}},
+                                    ContainerTypeEncrypted),
+                     win::ERROR_CANNOT_MAKE});
+
+    for (const Case& c : cases) {
+        writeBytes(folder / "h.kvx", c.bytes);
+        peakBytes = liveBytes.load();
+        const long long before = liveBytes.load();
+        const EngineStatus status = extract(folder / "h.kvx", out);
+        EXPECT_EQ(status.code(), c.code) << c.what;
+        if (CountingAllocations) {
+            EXPECT_LT(peakBytes.load() - before, 8ll << 20) << c.what;
+        }
+        EXPECT_TRUE(leftoverTempFiles().empty()) << c.what;
+    }
+    // What the NUL case left: the name up to the NUL, inside the folder.
+    EXPECT_EQ(readBytes(out / "ok"), Bytes {'x'});
+    std::vector<std::string> files;
+    for (const auto& entry : fs::recursive_directory_iterator(folder))
+        files.push_back(fs::relative(entry.path(), folder).string());
+    std::sort(files.begin(), files.end());
+    EXPECT_EQ(files, (std::vector<std::string> {"data", "h.kvx", "key", "out", "out/ok", "plain"}));
+}
+
+TEST_F(HardeningTest, AFullDiskAtAnyWriteLeavesNoPackageAndNoTemporaries)
+{
+    const fs::path folder = freshFolder("full");
+    const FileSet files = someFiles(folder);
+    const fs::path package = folder / "p.kvx";
+    writeText(package, "earlier");
+    // A write count that a whole run needs, then a full disk at every point of it.
+    int failures = 0;
+    for (int at = 0; at < 40; ++at) {
+        platform::faults::failAfter(platform::faults::Kind::Write, at, win::ERROR_DISK_FULL, true);
+        const EngineStatus status = create(files, package, goOn);
+        platform::faults::reset();
+        if (status.ok())
+            break;
+        ++failures;
+        EXPECT_FALSE(status.ok());
+        EXPECT_NE(status.code(), 0u) << "at write " << at;
+        EXPECT_EQ(readBytes(package), (Bytes {'e', 'a', 'r', 'l', 'i', 'e', 'r'})) << "at write " << at;
+        EXPECT_TRUE(leftoverTempFiles().empty()) << "at write " << at;
+        EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 2) << "at write " << at;
+    }
+    EXPECT_GE(failures, 5);
+
+    ASSERT_TRUE(create(files, package, goOn).ok());
+    failures = 0;
+    for (int at = 0; at < 40; ++at) {
+        fs::remove_all(folder / "out");
+        platform::faults::failAfter(platform::faults::Kind::Write, at, win::ERROR_DISK_FULL, true);
+        const EngineStatus status = extract(package, folder / "out");
+        platform::faults::reset();
+        if (status.ok())
+            break;
+        ++failures;
+        EXPECT_TRUE(status.code() == win::ERROR_DISK_FULL || status.code() == win::ERROR_CANNOT_MAKE)
+            << "at write " << at << ": " << status.code();
+        EXPECT_TRUE(leftoverTempFiles().empty()) << "at write " << at;
+    }
+    EXPECT_GE(failures, 3);
+}
+
+TEST_F(HardeningTest, AStopAtAnyReportLeavesNoPackageAndNoTemporaries)
+{
+    const fs::path folder = freshFolder("cancel");
+    const FileSet files = someFiles(folder);
+    const fs::path package = folder / "p.kvx";
+    reportsSeen = 0;
+    ASSERT_TRUE(create(files, package, countReports).ok());
+    const int createReports = reportsSeen;
+    reportsSeen = 0;
+    ASSERT_TRUE(extract(package, folder / "whole", countReports).ok());
+    const int extractReports = reportsSeen;
+    ASSERT_GT(createReports, 20);
+    fs::remove(package);
+
+    std::mt19937 random(42);
+    const int n = rounds(100);
+    for (int i = 0; i < n; ++i) {
+        const int at = static_cast<int>(random() % static_cast<unsigned>(createReports));
+        reportsLeft = at;
+        const EngineStatus status = create(files, package, stopAtChosenReport);
+        EXPECT_FALSE(status.ok()) << "stop at report " << at;
+        EXPECT_FALSE(fs::exists(package)) << "stop at report " << at;
+        EXPECT_TRUE(leftoverTempFiles().empty()) << "stop at report " << at;
+    }
+    ASSERT_TRUE(create(files, package, goOn).ok());
+    for (int i = 0; i < n; ++i) {
+        const int at = static_cast<int>(random() % static_cast<unsigned>(extractReports));
+        reportsLeft = at;
+        fs::remove_all(folder / "out");
+        const EngineStatus status = extract(package, folder / "out", stopAtChosenReport);
+        EXPECT_FALSE(status.ok()) << "stop at report " << at;
+        EXPECT_TRUE(leftoverTempFiles().empty()) << "stop at report " << at;
+    }
+    reportsLeft = -1;
+}
+
+TEST_F(HardeningTest, StoresSurviveAKillAtAnyMomentOfASave)
+{
+    const fs::path folder = freshFolder("kill");
+    // A profile of its own, whose files the writer rewrites until it is killed.
+    const fs::path writerProfile = folder / "profile";
+    fs::create_directories(writerProfile);
+    fs::copy(*profile, writerProfile, fs::copy_options::recursive);
+    const std::string first = "first" + std::string(20000, '1');
+    const std::string second = "second" + std::string(30000, '2');
+
+    std::mt19937 random(7);
+    const int n = rounds(100);
+    int interrupted = 0;
+    for (int i = 0; i < n; ++i) {
+        const pid_t child = fork();
+        if (child == 0) {
+            execl(HALVOREN_STORE_WRITER, HALVOREN_STORE_WRITER, writerProfile.c_str(), nullptr);
+            _exit(127);
+        }
+        usleep(2000 + random() % 30000);
+        kill(child, SIGKILL);
+        int status = 0;
+        waitpid(child, &status, 0);
+        interrupted += WIFSIGNALED(status) ? 1 : 0;
+
+        platform::setProfileDirectory(u16(writerProfile));
+        closeCertificateStore();
+        ConfigStore config;
+        ASSERT_TRUE(config.load(configPath()).ok());
+        const std::string probe = u8(config.getString(u"Probe"));
+        EXPECT_TRUE(probe.empty() || probe == first || probe == second) << "round " << i << ": " << probe.size();
+        // A parse failure would show as a non-zero code with severity 0.
+        EXPECT_EQ(config.load(configPath()).code(), 0u) << "round " << i;
+        RecipientsStore recipients;
+        std::vector<ContactRecord> contacts;
+        const EngineStatus loaded = recipients.load(contacts, recipientsPath());
+        ASSERT_TRUE(loaded.ok()) << "round " << i;
+        EXPECT_EQ(loaded.code(), 0u) << "round " << i;
+        ASSERT_EQ(contacts.size(), 1u) << "round " << i;
+        const std::string comments = u8(contacts[0].comments);
+        EXPECT_TRUE(comments.empty() || comments == first || comments == second) << "round " << i;
+    }
+    EXPECT_GT(interrupted, n / 2);
+    platform::setProfileDirectory(u16(*profile));
+    closeCertificateStore();
+    openCertificateStore(me->name);
+}
