@@ -17,6 +17,7 @@
 #include "engine/ScopedFile.h"
 #include "platform/LastError.h"
 #include "platform/StatusCodes.h"
+#include "platform/StreamPipeline.h"
 
 namespace {
 
@@ -72,9 +73,11 @@ bool runStream(Direction direction, const std::u16string& source, const std::u16
         return false;
     }
 
-    std::vector<unsigned char> input(chunk * ChunksPerBuffer);
+    const std::size_t blockLength = chunk * ChunksPerBuffer;
+    // The disk is read ahead and written behind on a second thread while the cipher runs here.
+    platform::ReadAhead reader(in.handle(), blockLength);
     // Room for what the cipher holds back or adds: at most one block beyond the input, each way.
-    std::vector<unsigned char> output(input.size() + 2 * blockSize);
+    platform::WriteBehind writer(out.handle(), blockLength + 2 * blockSize, static_cast<std::uint64_t>(sourceSize));
     std::int64_t written = 0;
     std::int64_t reported = 0;
     std::int64_t chunksDone = 0;
@@ -82,28 +85,30 @@ bool runStream(Direction direction, const std::u16string& source, const std::u16
     loopRan = true;
 
     while (!finished) {
+        const std::uint8_t* input = nullptr;
         std::size_t got = 0;
-        if (!platform::readFile(in.handle(), input.data(), input.size(), got))
+        if (!reader.next(input, got))
             return false;
         const std::size_t fullChunks = got / chunk;
         const std::size_t tail = got % chunk;
         // A read short of the buffer ends in a short chunk (of 0 bytes if the data ended exactly
         // on a chunk), and that chunk is the final one.
-        finished = got < input.size();
+        finished = got < blockLength;
 
+        std::uint8_t* output = writer.acquire();
         int produced = 0;
         int lastProduced = 0;
         const int fullLength = static_cast<int>(fullChunks * chunk);
-        bool ok = encrypting ? EVP_EncryptUpdate(context.get(), output.data(), &produced, input.data(), fullLength) == 1
-                             : EVP_DecryptUpdate(context.get(), output.data(), &produced, input.data(), fullLength) == 1;
+        bool ok = encrypting ? EVP_EncryptUpdate(context.get(), output, &produced, input, fullLength) == 1
+                             : EVP_DecryptUpdate(context.get(), output, &produced, input, fullLength) == 1;
         if (ok && finished) {
             int tailProduced = 0;
             int finalProduced = 0;
-            unsigned char* at = output.data() + produced;
-            ok = encrypting ? EVP_EncryptUpdate(context.get(), at, &tailProduced, input.data() + fullLength,
+            unsigned char* at = output + produced;
+            ok = encrypting ? EVP_EncryptUpdate(context.get(), at, &tailProduced, input + fullLength,
                                                 static_cast<int>(tail)) == 1 &&
                                   EVP_EncryptFinal_ex(context.get(), at + tailProduced, &finalProduced) == 1
-                            : EVP_DecryptUpdate(context.get(), at, &tailProduced, input.data() + fullLength,
+                            : EVP_DecryptUpdate(context.get(), at, &tailProduced, input + fullLength,
                                                 static_cast<int>(tail)) == 1 &&
                                   EVP_DecryptFinal_ex(context.get(), at + tailProduced, &finalProduced) == 1;
             lastProduced = tailProduced + finalProduced;
@@ -114,7 +119,7 @@ bool runStream(Direction direction, const std::u16string& source, const std::u16
             return false;
         }
         const std::size_t total = static_cast<std::size_t>(produced + lastProduced);
-        if (total > 0 && !platform::writeFile(out.handle(), output.data(), total))
+        if (!writer.commit(total))
             return false;
         written += static_cast<std::int64_t>(total);
 
@@ -138,7 +143,7 @@ bool runStream(Direction direction, const std::u16string& source, const std::u16
             return false;
         }
     }
-    if (!out.close())
+    if (!writer.finish() || !out.close())
         return false;
     return true;
 }

@@ -7,12 +7,13 @@
 
 #include "platform/LastError.h"
 #include "platform/StatusCodes.h"
+#include "platform/StreamPipeline.h"
 
 namespace {
 // Progress is reported per 1024 bytes; the disk is read in far larger pieces, so that hashing a
 // large package is bounded by MD5 and not by system calls.
 constexpr std::size_t ProgressBlock = 1024;
-constexpr std::size_t ReadBlock = 256 * ProgressBlock;
+constexpr std::size_t ReadBlock = 1024 * ProgressBlock;
 
 struct DigestContextFree {
     void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
@@ -35,13 +36,14 @@ std::unique_ptr<Md5Digest> hashFile(platform::FileHandle handle, EngineCallback 
     if (!platform::fileSize(handle, total))
         return nullptr;
 
-    std::vector<unsigned char> buffer(ReadBlock);
+    platform::ReadAhead reader(handle, ReadBlock);
     std::int64_t processed = 0;
     for (;;) {
+        const std::uint8_t* block = nullptr;
         std::size_t got = 0;
-        if (!platform::readFile(handle, buffer.data(), buffer.size(), got))
+        if (!reader.next(block, got))
             return nullptr;
-        if (got > 0 && EVP_DigestUpdate(context.get(), buffer.data(), got) != 1) {
+        if (got > 0 && EVP_DigestUpdate(context.get(), block, got) != 1) {
             platform::setLastError(win::NTE_BAD_HASH);
             return nullptr;
         }
@@ -54,7 +56,7 @@ std::unique_ptr<Md5Digest> hashFile(platform::FileHandle handle, EngineCallback 
                 }
             }
         }
-        if (got < buffer.size())
+        if (got < ReadBlock)
             break;
     }
     auto digest = std::make_unique<Md5Digest>();

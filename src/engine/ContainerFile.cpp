@@ -6,6 +6,7 @@
 #include "crypto/HashFile.h"
 #include "engine/ScopedFile.h"
 #include "platform/LastError.h"
+#include "platform/StreamPipeline.h"
 
 namespace {
 // The callbacks keep their 4096-byte granularity; the disk is read and written in far larger
@@ -71,13 +72,15 @@ EngineStatus ContainerEntry::extractTo(platform::FileHandle target)
     if (!platform::seekFile(target, 0, platform::SeekFrom::Current, &targetStart))
         return lastErrorStatus();
 
-    std::vector<std::uint8_t> buffer(static_cast<std::size_t>(std::min(dataSize_, IoBlock)));
+    // The package is read ahead on a second thread while this one writes the target.
+    platform::ReadAhead reader(containerHandle_, static_cast<std::size_t>(IoBlock), static_cast<std::uint64_t>(dataSize_));
     EngineStatus status;
     std::int64_t processed = 0;
     while (processed < dataSize_ && status.ok()) {
         const auto want = static_cast<std::size_t>(std::min<std::int64_t>(dataSize_ - processed, IoBlock));
+        const std::uint8_t* block = nullptr;
         std::size_t got = 0;
-        if (!platform::readFile(containerHandle_, buffer.data(), want, got)) {
+        if (!reader.next(block, got)) {
             status = lastErrorStatus();
             break;
         }
@@ -86,7 +89,7 @@ EngineStatus ContainerEntry::extractTo(platform::FileHandle target)
             status = EngineStatus(0, SeverityError);
             break;
         }
-        if (!platform::writeFile(target, buffer.data(), got)) {
+        if (!platform::writeFile(target, block, got)) {
             status = lastErrorStatus();
             break;
         }
@@ -175,18 +178,25 @@ EngineStatus ContainerFile::copyData(ContainerEntry& entry, const std::vector<st
 {
     const platform::FileHandle source = entry.sourceFile();
     FilePositionGuard guard(source);
-    const std::size_t room = static_cast<std::size_t>(std::min(size, IoBlock));
-    std::vector<std::uint8_t> buffer(prefix.size() + room);
-    std::memcpy(buffer.data(), prefix.data(), prefix.size());
-    std::size_t pending = prefix.size();
+    // The source is read ahead on a second thread while this one writes the package. A small
+    // file goes out with its header and name in one write.
+    platform::ReadAhead reader(source, static_cast<std::size_t>(IoBlock), static_cast<std::uint64_t>(size));
+    std::vector<std::uint8_t> gathered;
+    if (size >= IoBlock && !platform::writeFile(file_, prefix.data(), prefix.size()))
+        return lastErrorStatus();
+    bool prefixPending = size < IoBlock;
 
     EngineStatus status;
     std::int64_t processed = 0;
     const EngineCallback callback = entry.callback();
+    // One copy of the name serves every report of this entry; the record points to it only while
+    // a report runs.
+    const std::u16string nameCopy = entry.name();
     while (processed < size && status.ok()) {
         const auto want = static_cast<std::size_t>(std::min<std::int64_t>(size - processed, IoBlock));
+        const std::uint8_t* block = nullptr;
         std::size_t got = 0;
-        if (!platform::readFile(source, buffer.data() + pending, want, got)) {
+        if (!reader.next(block, got)) {
             status = lastErrorStatus();
             break;
         }
@@ -195,18 +205,26 @@ EngineStatus ContainerFile::copyData(ContainerEntry& entry, const std::vector<st
             status = EngineStatus(win::ERROR_HANDLE_EOF, SeverityError);
             break;
         }
-        if (!platform::writeFile(file_, buffer.data(), pending + got)) {
+        if (prefixPending) {
+            gathered.reserve(prefix.size() + got);
+            gathered.assign(prefix.begin(), prefix.end());
+            gathered.insert(gathered.end(), block, block + got);
+            block = gathered.data();
+            got = gathered.size();
+        }
+        if (!platform::writeFile(file_, block, got)) {
             status = lastErrorStatus();
             break;
         }
-        pending = 0;
+        if (prefixPending) {
+            got -= prefix.size();
+            prefixPending = false;
+        }
         const std::int64_t chunkEnd = processed + static_cast<std::int64_t>(got);
         while (processed < chunkEnd) {
             processed = std::min(processed + ProgressBlock, chunkEnd);
             if (!callback)
                 continue;
-            // The name copy lives until the callback returns, which is all the record promises.
-            const std::u16string nameCopy = entry.name();
             if (userParameter_)
                 userParameter_->fileName = nameCopy.c_str();
             const int goOn = callback(OpWriteFile, size, processed, userParameter_);

@@ -12,6 +12,7 @@
 #include "crypto/IdentityCertificate.h"
 #include "engine/PackageEngine.h"
 #include "platform/FaultInjection.h"
+#include "platform/FaultInjection.h"
 #include "platform/Profile.h"
 
 using namespace testing_support;
@@ -427,4 +428,47 @@ TEST_F(PackageEngineTest, NothingIsEverWrittenOutsideTheChosenFolder)
     EXPECT_EQ(extract(*bob, folder / "wrapped.kvx", out).code(), win::ERROR_INVALID_NAME);
     EXPECT_FALSE(fs::exists(folder / "escape"));
     EXPECT_FALSE(fs::exists(folder.parent_path() / "escape"));
+}
+
+TEST_F(PackageEngineTest, LargeFilesGiveTheSameResultsAndStopTheSameWay)
+{
+    // Large enough that reading and writing go through the second thread in every layer.
+    writeBytes(source / "large.bin", randomBytes(20u << 20, 21));
+    ASSERT_TRUE(create(sourceFiles(), folder / "large.kvx", {bob}).ok());
+    ASSERT_TRUE(extract(*bob, folder / "large.kvx", folder / "out").ok());
+    EXPECT_EQ(treeContents(folder / "out" / fs::relative(source, "/")), treeContents(source));
+
+    for (const std::uint32_t phase : {OpWriteFile, OpHash, OpEncrypt}) {
+        session = Session {};
+        session.answer = [phase](const Report& r) { return r.operation == phase && r.processed > (10 << 20) ? 0 : 1; };
+        EXPECT_FALSE(create(sourceFiles(), folder / "stopped.kvx", {bob}).ok()) << phase;
+        EXPECT_FALSE(fs::exists(folder / "stopped.kvx")) << phase;
+        EXPECT_TRUE(leftoverTempFiles().empty()) << phase;
+    }
+    for (const std::uint32_t phase : {OpHash, OpDecrypt, OpExtractFile}) {
+        session = Session {};
+        // Extraction's stop is made in the large file itself, not while the cipher text is
+        // copied out of the outer package.
+        session.answer = [phase](const Report& r) {
+            const bool inLargeFile = phase != OpExtractFile || r.fileName.find(u"large.bin") != std::u16string::npos;
+            return r.operation == phase && r.processed > (10 << 20) && inLargeFile ? 0 : 1;
+        };
+        fs::remove_all(folder / "out");
+        EXPECT_FALSE(extract(*bob, folder / "large.kvx", folder / "out").ok()) << phase;
+        EXPECT_TRUE(leftoverTempFiles().empty()) << phase;
+    }
+    // The stopped extraction keeps exactly the blocks it reported for the large file.
+    const fs::path partial = folder / "out" / fs::relative(source / "large.bin", "/");
+    const auto last = std::find_if(session.reports.rbegin(), session.reports.rend(),
+                                   [](const Report& r) { return r.operation == OpExtractFile; });
+    ASSERT_NE(last, session.reports.rend());
+    EXPECT_EQ(static_cast<std::int64_t>(fs::file_size(partial)), last->processed);
+
+    session = Session {};
+    platform::faults::failAfter(platform::faults::Kind::Write, 30, win::ERROR_DISK_FULL, true);
+    // Depending on where the disk fills, the package or its encryption (82, as a whole) fails.
+    const EngineStatus full = create(sourceFiles(), folder / "full.kvx", {bob});
+    platform::faults::reset();
+    EXPECT_TRUE(full.code() == win::ERROR_DISK_FULL || full.code() == win::ERROR_CANNOT_MAKE) << full.code();
+    EXPECT_FALSE(fs::exists(folder / "full.kvx"));
 }

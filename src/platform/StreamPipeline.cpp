@@ -1,0 +1,199 @@
+#include "platform/StreamPipeline.h"
+
+#include <algorithm>
+
+#include "platform/LastError.h"
+
+namespace platform {
+
+namespace {
+constexpr std::size_t Depth = 4;
+// Below this many bytes a stream is handled on the caller's thread.
+constexpr std::uint64_t ThreadThreshold = 8u << 20;
+}  // namespace
+
+ReadAhead::ReadAhead(FileHandle handle, std::size_t blockSize, std::uint64_t limit)
+    : handle_(handle), blockSize_(blockSize), remaining_(limit)
+{
+    std::int64_t size = 0;
+    std::int64_t position = 0;
+    std::uint64_t left = limit;
+    if (fileSize(handle, size) && seekFile(handle, 0, SeekFrom::Current, &position))
+        left = std::min<std::uint64_t>(limit, size > position ? static_cast<std::uint64_t>(size - position) : 0);
+    threaded_ = left >= ThreadThreshold;
+    slots_.resize(threaded_ ? Depth : 1);
+    for (Slot& slot : slots_)
+        slot.bytes.resize(blockSize_);
+    if (threaded_)
+        reader_ = std::thread(&ReadAhead::run, this);
+}
+
+ReadAhead::~ReadAhead()
+{
+    if (reader_.joinable()) {
+        {
+            std::lock_guard guard(lock_);
+            stopping_ = true;
+        }
+        changed_.notify_all();
+        reader_.join();
+    }
+}
+
+bool ReadAhead::readInto(Slot& slot)
+{
+    const std::size_t want = static_cast<std::size_t>(std::min<std::uint64_t>(blockSize_, remaining_));
+    std::size_t got = 0;
+    slot.failed = !readFile(handle_, slot.bytes.data(), want, got);
+    slot.error = slot.failed ? lastError() : 0;
+    slot.size = got;
+    remaining_ -= got;
+    // A short block ends the stream; so does reaching the limit, with a last empty block unless
+    // this one was already short.
+    return slot.failed || got < blockSize_;
+}
+
+void ReadAhead::run()
+{
+    for (;;) {
+        std::unique_lock guard(lock_);
+        changed_.wait(guard, [this] { return stopping_ || produced_ - consumed_ < slots_.size() - 1; });
+        if (stopping_)
+            return;
+        Slot& slot = slots_[produced_ % slots_.size()];
+        guard.unlock();
+        const bool last = readInto(slot);
+        guard.lock();
+        ++produced_;
+        finished_ = last;
+        changed_.notify_all();
+        if (last)
+            return;
+    }
+}
+
+bool ReadAhead::next(const std::uint8_t*& data, std::size_t& size)
+{
+    data = nullptr;
+    size = 0;
+    if (!threaded_) {
+        if (finished_)
+            return true;
+        Slot& slot = slots_[0];
+        finished_ = readInto(slot);
+        data = slot.bytes.data();
+        size = slot.size;
+        return !slot.failed;
+    }
+    std::unique_lock guard(lock_);
+    // Asking for the next block gives the previous one back to the reader.
+    changed_.wait(guard, [this] { return produced_ > consumed_ || (finished_ && produced_ == consumed_); });
+    if (produced_ == consumed_)
+        return true;  // past the last block
+    Slot& slot = slots_[consumed_ % slots_.size()];
+    ++consumed_;
+    changed_.notify_all();
+    if (slot.failed) {
+        setLastError(slot.error);
+        return false;
+    }
+    data = slot.bytes.data();
+    size = slot.size;
+    return true;
+}
+
+WriteBehind::WriteBehind(FileHandle handle, std::size_t blockCapacity, std::uint64_t expectedSize)
+    : handle_(handle), capacity_(blockCapacity), threaded_(expectedSize >= ThreadThreshold)
+{
+    const std::size_t depth = threaded_ ? Depth : 1;
+    slots_.resize(depth);
+    sizes_.resize(depth);
+    for (auto& slot : slots_)
+        slot.resize(capacity_);
+    if (threaded_)
+        writer_ = std::thread(&WriteBehind::run, this);
+}
+
+WriteBehind::~WriteBehind()
+{
+    if (writer_.joinable()) {
+        {
+            std::lock_guard guard(lock_);
+            stopping_ = true;
+        }
+        changed_.notify_all();
+        writer_.join();
+    }
+}
+
+std::uint8_t* WriteBehind::acquire()
+{
+    if (!threaded_)
+        return slots_[0].data();
+    std::unique_lock guard(lock_);
+    // One slot stays with the writer while it writes; the caller may fill any other.
+    changed_.wait(guard, [this] { return committed_ - written_ < slots_.size() - 1 || failed_; });
+    return slots_[committed_ % slots_.size()].data();
+}
+
+bool WriteBehind::commit(std::size_t size)
+{
+    if (!threaded_) {
+        if (failed_)
+            return false;
+        if (size > 0 && !writeFile(handle_, slots_[0].data(), size)) {
+            failed_ = true;
+            error_ = lastError();
+        }
+        return !failed_;
+    }
+    std::lock_guard guard(lock_);
+    if (failed_) {
+        setLastError(error_);
+        return false;
+    }
+    sizes_[committed_ % slots_.size()] = size;
+    ++committed_;
+    changed_.notify_all();
+    return true;
+}
+
+void WriteBehind::run()
+{
+    for (;;) {
+        std::unique_lock guard(lock_);
+        changed_.wait(guard, [this] { return stopping_ || committed_ > written_; });
+        if (committed_ == written_)
+            return;  // stopping with nothing left to write
+        const std::size_t index = written_ % slots_.size();
+        const std::size_t size = sizes_[index];
+        const bool alreadyFailed = failed_;
+        guard.unlock();
+        bool ok = true;
+        std::uint32_t error = 0;
+        if (!alreadyFailed && size > 0) {
+            ok = writeFile(handle_, slots_[index].data(), size);
+            error = ok ? 0 : lastError();
+        }
+        guard.lock();
+        if (!ok && !failed_) {
+            failed_ = true;
+            error_ = error;
+        }
+        ++written_;
+        changed_.notify_all();
+    }
+}
+
+bool WriteBehind::finish()
+{
+    if (threaded_) {
+        std::unique_lock guard(lock_);
+        changed_.wait(guard, [this] { return written_ == committed_; });
+    }
+    if (failed_)
+        setLastError(error_);
+    return !failed_;
+}
+
+}  // namespace platform

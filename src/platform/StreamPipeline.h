@@ -1,0 +1,91 @@
+#pragma once
+// Sequential reading ahead and writing behind on a second thread, so that the disk works while
+// the caller hashes or encrypts: on a machine with two cores a pass over a large package then
+// costs about its arithmetic, not its arithmetic plus its system calls. Streams shorter than
+// a few blocks are read and written directly, since a thread would cost more than it saves.
+//
+// The calls go through readFile and writeFile, in the same order as a plain loop makes them, so
+// the last error and the fault injection behave as they would without the second thread.
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "platform/NativeFile.h"
+
+namespace platform {
+
+class ReadAhead {
+public:
+    // Reads `handle` from its current position in blocks of `blockSize` bytes, up to `limit`
+    // bytes or the end of the file.
+    ReadAhead(FileHandle handle, std::size_t blockSize, std::uint64_t limit = UINT64_MAX);
+    ~ReadAhead();
+    ReadAhead(const ReadAhead&) = delete;
+    ReadAhead& operator=(const ReadAhead&) = delete;
+
+    // The next block, in order. A block shorter than `blockSize` is the last one (it may be
+    // empty). False if the read failed; the last error then says why.
+    bool next(const std::uint8_t*& data, std::size_t& size);
+
+private:
+    struct Slot {
+        std::vector<std::uint8_t> bytes;
+        std::size_t size = 0;
+        bool failed = false;
+        std::uint32_t error = 0;
+    };
+    bool readInto(Slot& slot);
+    void run();
+
+    FileHandle handle_;
+    std::size_t blockSize_;
+    std::uint64_t remaining_;
+    bool threaded_;
+    std::vector<Slot> slots_;
+    std::size_t consumed_ = 0;  // slots handed out so far (the consumer's count)
+    std::size_t produced_ = 0;  // slots filled so far (the reader's count)
+    bool finished_ = false;     // the reader has filled its last slot
+    bool stopping_ = false;
+    std::mutex lock_;
+    std::condition_variable changed_;
+    std::thread reader_;
+};
+
+class WriteBehind {
+public:
+    // Writes to `handle` in the order of commit; `expectedSize` decides whether a thread pays.
+    WriteBehind(FileHandle handle, std::size_t blockCapacity, std::uint64_t expectedSize);
+    ~WriteBehind();
+    WriteBehind(const WriteBehind&) = delete;
+    WriteBehind& operator=(const WriteBehind&) = delete;
+
+    // A buffer of `blockCapacity` bytes to fill; valid until the matching commit.
+    std::uint8_t* acquire();
+    // Hands the filled buffer on. False once any write has failed.
+    bool commit(std::size_t size);
+    // Waits for every write; false (with the last error set) if any failed.
+    bool finish();
+
+private:
+    void run();
+
+    FileHandle handle_;
+    std::size_t capacity_;
+    bool threaded_;
+    std::vector<std::vector<std::uint8_t>> slots_;
+    std::vector<std::size_t> sizes_;
+    std::size_t committed_ = 0;
+    std::size_t written_ = 0;
+    bool failed_ = false;
+    std::uint32_t error_ = 0;
+    bool stopping_ = false;
+    std::mutex lock_;
+    std::condition_variable changed_;
+    std::thread writer_;
+};
+
+}  // namespace platform
