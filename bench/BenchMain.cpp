@@ -542,6 +542,10 @@ int main(int argc, char** argv)
     }
     std::printf("\nfloor per GB: MD5 %.3f s, AES-256-CBC encrypt %.3f s, decrypt %.3f s (create = 2 MD5 + encrypt)\n",
                 floor.md5 * 1e9, floor.encrypt * 1e9, floor.decrypt * 1e9);
-    fs::remove_all(scratch);
+    // gpg leaves an agent running with its sockets in the scratch folder.
+    if (peers.gpg)
+        shell("GNUPGHOME=" + quote(peers.gnupgHome) + " gpgconf --kill all");
+    std::error_code ignored;
+    fs::remove_all(scratch, ignored);
     return 0;
 }
