@@ -46,6 +46,26 @@ std::u16string decodeName(const std::vector<std::uint8_t>& bytes)
     }
     return name;
 }
+// Reports the progress blocks from `processed` up to `chunkEnd`, one callback each. The record
+// points to the name only while a report runs, since the name may die before the next one. False
+// at the first stop; `processed` then says how far the reports went.
+bool reportBlocks(EngineCallback callback, std::uint32_t operation, std::int64_t total, std::int64_t& processed,
+                  std::int64_t chunkEnd, KvxUtils::UserParameter* record, const std::u16string& name)
+{
+    while (processed < chunkEnd) {
+        processed = std::min(processed + ProgressBlock, chunkEnd);
+        if (!callback)
+            continue;
+        if (record)
+            record->fileName = name.c_str();
+        const int goOn = callback(operation, total, processed, record);
+        if (record)
+            record->fileName = nullptr;
+        if (goOn == 0)
+            return false;
+    }
+    return true;
+}
 }  // namespace
 
 ContainerEntry::ContainerEntry(std::u16string name, platform::FileHandle sourceFile, std::uint32_t entryType)
@@ -94,23 +114,11 @@ EngineStatus ContainerEntry::extractTo(platform::FileHandle target)
             break;
         }
         const std::int64_t chunkEnd = processed + static_cast<std::int64_t>(got);
-        while (processed < chunkEnd) {
-            processed = std::min(processed + ProgressBlock, chunkEnd);
-            if (!callback_)
-                continue;
-            if (userParameter_)
-                userParameter_->fileName = name_.c_str();
-            const int goOn = callback_(OpExtractFile, dataSize_, processed, userParameter_);
-            // The name dies with the entry; a later report must not find it in the record.
-            if (userParameter_)
-                userParameter_->fileName = nullptr;
-            if (goOn == 0) {
-                status = EngineStatus(win::ERROR_CANCELLED, SeverityError);
-                // The target keeps exactly the blocks that were reported as copied.
-                platform::truncateFile(target, targetStart + processed);
-                platform::seekFile(target, targetStart + processed, platform::SeekFrom::Begin);
-                break;
-            }
+        if (!reportBlocks(callback_, OpExtractFile, dataSize_, processed, chunkEnd, userParameter_, name_)) {
+            status = EngineStatus(win::ERROR_CANCELLED, SeverityError);
+            // The target keeps exactly the blocks that were reported as copied.
+            platform::truncateFile(target, targetStart + processed);
+            platform::seekFile(target, targetStart + processed, platform::SeekFrom::Begin);
         }
     }
     return status;
@@ -189,8 +197,7 @@ EngineStatus ContainerFile::copyData(ContainerEntry& entry, const std::vector<st
     EngineStatus status;
     std::int64_t processed = 0;
     const EngineCallback callback = entry.callback();
-    // One copy of the name serves every report of this entry; the record points to it only while
-    // a report runs.
+    // One copy of the name serves every report of this entry.
     const std::u16string nameCopy = entry.name();
     while (processed < size && status.ok()) {
         const auto want = static_cast<std::size_t>(std::min<std::int64_t>(size - processed, IoBlock));
@@ -221,20 +228,8 @@ EngineStatus ContainerFile::copyData(ContainerEntry& entry, const std::vector<st
             prefixPending = false;
         }
         const std::int64_t chunkEnd = processed + static_cast<std::int64_t>(got);
-        while (processed < chunkEnd) {
-            processed = std::min(processed + ProgressBlock, chunkEnd);
-            if (!callback)
-                continue;
-            if (userParameter_)
-                userParameter_->fileName = nameCopy.c_str();
-            const int goOn = callback(OpWriteFile, size, processed, userParameter_);
-            if (userParameter_)
-                userParameter_->fileName = nullptr;
-            if (goOn == 0) {
-                status.setSeverity(SeverityStopped);
-                break;
-            }
-        }
+        if (!reportBlocks(callback, OpWriteFile, size, processed, chunkEnd, userParameter_, nameCopy))
+            status.setSeverity(SeverityStopped);
     }
     return status;
 }
