@@ -93,7 +93,9 @@ EngineStatus ContainerEntry::extractTo(platform::FileHandle target)
         return lastErrorStatus();
 
     // The package is read ahead on a second thread while this one writes the target.
-    platform::ReadAhead reader(containerHandle_, static_cast<std::size_t>(IoBlock), static_cast<std::uint64_t>(dataSize_));
+    // The walk of the entries made sure the data lies within the package.
+    platform::ReadAhead reader(containerHandle_, static_cast<std::size_t>(IoBlock), static_cast<std::uint64_t>(dataSize_),
+                               true);
     EngineStatus status;
     std::int64_t processed = 0;
     while (processed < dataSize_ && status.ok()) {
@@ -188,7 +190,8 @@ EngineStatus ContainerFile::copyData(ContainerEntry& entry, const std::vector<st
     FilePositionGuard guard(source);
     // The source is read ahead on a second thread while this one writes the package. A small
     // file goes out with its header and name in one write.
-    platform::ReadAhead reader(source, static_cast<std::size_t>(IoBlock), static_cast<std::uint64_t>(size));
+    // `size` is what the file system gave a moment ago; a file that shrinks since is caught below.
+    platform::ReadAhead reader(source, static_cast<std::size_t>(IoBlock), static_cast<std::uint64_t>(size), true);
     std::vector<std::uint8_t> gathered;
     if (size >= IoBlock && !platform::writeFile(file_, prefix.data(), prefix.size()))
         return lastErrorStatus();

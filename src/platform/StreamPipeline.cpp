@@ -12,13 +12,13 @@ constexpr std::size_t Depth = 4;
 constexpr std::uint64_t ThreadThreshold = 8u << 20;
 }  // namespace
 
-ReadAhead::ReadAhead(FileHandle handle, std::size_t blockSize, std::uint64_t limit)
+ReadAhead::ReadAhead(FileHandle handle, std::size_t blockSize, std::uint64_t limit, bool limitIsAvailable)
     : handle_(handle), blockSize_(blockSize), remaining_(limit)
 {
     std::int64_t size = 0;
     std::int64_t position = 0;
     std::uint64_t left = limit;
-    if (fileSize(handle, size) && seekFile(handle, 0, SeekFrom::Current, &position))
+    if (!limitIsAvailable && fileSize(handle, size) && seekFile(handle, 0, SeekFrom::Current, &position))
         left = std::min<std::uint64_t>(limit, size > position ? static_cast<std::uint64_t>(size - position) : 0);
     threaded_ = left >= ThreadThreshold;
     slots_.resize(threaded_ ? Depth : 1);

@@ -21,8 +21,9 @@ namespace platform {
 class ReadAhead {
 public:
     // Reads `handle` from its current position in blocks of `blockSize` bytes, up to `limit`
-    // bytes or the end of the file.
-    ReadAhead(FileHandle handle, std::size_t blockSize, std::uint64_t limit = UINT64_MAX);
+    // bytes or the end of the file. A caller that knows the file holds at least `limit` bytes
+    // from here says so with `limitIsAvailable`, which spares two system calls per stream.
+    ReadAhead(FileHandle handle, std::size_t blockSize, std::uint64_t limit = UINT64_MAX, bool limitIsAvailable = false);
     ~ReadAhead();
     ReadAhead(const ReadAhead&) = delete;
     ReadAhead& operator=(const ReadAhead&) = delete;
