@@ -422,10 +422,14 @@ int runCommand(const CommandLine& line)
     if (!line.profile.empty()) {
         const fs::path folder = absolutePath(line.profile);
         std::error_code code;
-        fs::create_directories(folder, code);
-        if (code)
-            return fail("can't make the profile folder " + line.profile + ": " + code.message());
-        fs::permissions(folder, fs::perms::owner_all, code);
+        // A folder made here holds keys: private from the start. One that exists is left as it is.
+        if (!fs::exists(folder, code)) {
+            fs::create_directories(folder, code);
+            if (!code)
+                fs::permissions(folder, fs::perms::owner_all, code);
+            if (code)
+                return fail("can't make the profile folder " + line.profile + ": " + code.message());
+        }
         platform::setProfileDirectory(u16(folder.string()));
     }
     const bool exporting = line.words.size() > 1 && line.words[1] == "export";
