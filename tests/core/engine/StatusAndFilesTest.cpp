@@ -227,3 +227,35 @@ TEST(HashFile, HashesFromThePositionWithOneReportPerKilobyte)
     EXPECT_FALSE(hashFile(platform::InvalidHandle, nullptr, nullptr));
     hashLog = nullptr;
 }
+
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platform/CrashGuard.h"
+
+TEST(CrashGuard, WritesAReportAndStillEndsTheProcessBySignal)
+{
+    const fs::path folder = freshFolder("crash");
+    const pid_t child = fork();
+    if (child == 0) {
+        if (!platform::CrashGuard::install(u16(folder / "crash"), u"9.9"))
+            _exit(3);
+        platform::CrashGuard::installForThread();
+        raise(SIGABRT);
+        _exit(4);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status)) << "exit " << WEXITSTATUS(status);
+    EXPECT_EQ(WTERMSIG(status), SIGABRT);
+    std::vector<fs::path> reports;
+    for (const auto& entry : fs::directory_iterator(folder / "crash"))
+        reports.push_back(entry.path());
+    ASSERT_EQ(reports.size(), 1u);
+    const auto text = readBytes(reports[0]);
+    const std::string report(text.begin(), text.end());
+    EXPECT_NE(report.find("Halvoren 9.9 crashed"), std::string::npos) << report;
+    EXPECT_NE(report.find("signal: 6"), std::string::npos) << report;
+    EXPECT_NE(report.find("backtrace:"), std::string::npos) << report;
+}
