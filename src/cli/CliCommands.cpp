@@ -356,14 +356,16 @@ int encryptCommand(const CommandLine& line, Profile& profile)
     engine.setUserParameter(progress.record());
     EngineStatus status = engine.create();
 
-    if (ProgressPrinter::interrupted()) {
+    // A stop that comes after the last callback is too late to matter: the package is whole.
+    if (!status.ok() && ProgressPrinter::interrupted()) {
         fail("stopped; no package was made");
         return ExitStopped;
     }
     if (!status.ok())
         return fail("the package can't be made: " + statusText(status, "the run was stopped"));
-    std::error_code ignored;
-    if (!fs::exists(output, ignored))
+    // The engine calls a run whose every source was skipped a success, and leaves whatever lay at
+    // the output path before; only the count of skipped files tells.
+    if (static_cast<std::size_t>(progress.skippedFiles()) >= files.size())
         return fail("no package was made: none of the files could be read");
     return ExitOk;
 }
@@ -389,12 +391,13 @@ int decryptCommand(const CommandLine& line, Profile& profile)
     engine.setUserParameter(progress.record());
     const EngineStatus status = engine.extract();
 
-    if (ProgressPrinter::interrupted()) {
-        fail("stopped; the files extracted so far stay in " + line.folder);
-        return ExitStopped;
-    }
     if (status.ok())
         return ExitOk;
+    if (ProgressPrinter::interrupted()) {
+        // The entry in hand is left as far as it was written.
+        fail("stopped; the files extracted so far stay in " + line.folder + ", the last of them possibly incomplete");
+        return ExitStopped;
+    }
     // The words for a refused package or a missing recipient record were given with the report.
     if (progress.reportedFailure())
         return ExitFailed;

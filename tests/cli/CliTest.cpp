@@ -182,6 +182,37 @@ TEST_F(CliTest, PlainFlatPackageOfOneFileIsTheWorkedExample)
     EXPECT_EQ(fs::file_size(folder / "one.kvx"), 67u);
 }
 
+TEST_F(CliTest, UnreadableSourcesAreSkippedAndNoneReadableMakesNoPackage)
+{
+    const fs::path folder = freshFolder("unreadable");
+    writeText(folder / "a.txt", "abc");
+    // Permissions stop everybody but root; a write-only kernel setting stops root too.
+    fs::path locked = folder / "locked";
+    if (geteuid() != 0) {
+        writeText(locked, "secret");
+        fs::permissions(locked, fs::perms::none);
+    } else {
+        locked = "/proc/sys/vm/drop_caches";
+    }
+    if (const int fd = open(locked.c_str(), O_RDONLY); fd >= 0) {
+        close(fd);
+        GTEST_SKIP() << "no file here that exists and can't be read";
+    }
+
+    const fs::path package = folder / "one.kvx";
+    const ToolRun partly = as("ann", {"encrypt", "--plain", "--flat", "-o", package.string(), locked.string(),
+                                  (folder / "a.txt").string()});
+    EXPECT_EQ(partly.exitCode, 0) << partly.err;
+    EXPECT_NE(partly.err.find("skipping " + locked.string() + ": "), std::string::npos) << partly.err;
+    EXPECT_EQ(readBytes(package), craftedPackage({{EntryTypeData, u"a.txt", {'a', 'b', 'c'}}}));
+
+    // The package of the run before is still at the path: that must not pass for a new one.
+    const ToolRun none = as("ann", {"encrypt", "--plain", "-o", package.string(), locked.string()});
+    EXPECT_EQ(none.exitCode, 1);
+    EXPECT_NE(none.err.find("no package was made"), std::string::npos) << none.err;
+    EXPECT_TRUE(leftoverTempFiles().empty());
+}
+
 TEST_F(CliTest, HostilePackagesCannotWriteOutsideTheFolder)
 {
     const fs::path folder = freshFolder("hostile");
