@@ -276,7 +276,42 @@ fs::path absolutePath(const std::string& path)
     return fs::absolute(fs::path(path), ignored).lexically_normal();
 }
 
-// Files and folders as the window's drop takes them: every regular file below a folder.
+// The words for a failed file system call, as the engine would give them for the same errno.
+std::string systemText(const std::error_code& code)
+{
+    return code.category() == std::system_category() || code.category() == std::generic_category()
+        ? codeText(platform::codeFromErrno(code.value()))
+        : code.message();
+}
+
+// Every regular file below a folder, links to files included. Linked folders are not entered, so
+// a link can't pull in a tree the user didn't name or make the walk go round in a circle. A folder
+// that can't be read is left out with a warning, as the engine leaves out a file it can't read.
+void walkFolder(const fs::path& top, FileSet& files)
+{
+    std::vector<fs::path> pending {top};
+    while (!pending.empty()) {
+        const fs::path folder = std::move(pending.back());
+        pending.pop_back();
+        std::error_code code;
+        for (fs::directory_iterator entry(folder, code); !code && entry != fs::directory_iterator();
+             entry.increment(code)) {
+            std::error_code ignored;
+            if (entry->is_symlink(ignored)) {
+                if (entry->is_regular_file(ignored))
+                    files.insert(u16(entry->path().string()));
+            } else if (entry->is_directory(ignored)) {
+                pending.push_back(entry->path());
+            } else if (entry->is_regular_file(ignored)) {
+                files.insert(u16(entry->path().string()));
+            }
+        }
+        if (code)
+            std::fprintf(stderr, "halvoren-cli: skipping the folder %s: %s\n", folder.c_str(), systemText(code).c_str());
+    }
+}
+
+// Files and folders as the window's drop takes them: a file as it is, a folder by its files.
 bool collectFiles(const std::vector<std::string>& paths, FileSet& files, std::string& error)
 {
     for (const std::string& given : paths) {
@@ -284,25 +319,15 @@ bool collectFiles(const std::vector<std::string>& paths, FileSet& files, std::st
         std::error_code code;
         const fs::file_status status = fs::status(path, code);
         if (code || !fs::exists(status)) {
-            error = "can't find " + given;
+            error = "can't find " + given + (code ? ": " + systemText(code) : "");
             return false;
         }
-        if (fs::is_regular_file(status)) {
+        if (fs::is_regular_file(status))
             files.insert(u16(path.string()));
-            continue;
-        }
-        if (!fs::is_directory(status)) {
+        else if (fs::is_directory(status))
+            walkFolder(path, files);
+        else {
             error = given + " is neither a file nor a folder";
-            return false;
-        }
-        fs::recursive_directory_iterator walk(path, fs::directory_options::skip_permission_denied, code);
-        for (; !code && walk != fs::recursive_directory_iterator(); walk.increment(code)) {
-            std::error_code ignored;
-            if (walk->is_regular_file(ignored))
-                files.insert(u16(walk->path().string()));
-        }
-        if (code) {
-            error = "can't read the folder " + given + ": " + code.message();
             return false;
         }
     }

@@ -182,6 +182,41 @@ TEST_F(CliTest, PlainFlatPackageOfOneFileIsTheWorkedExample)
     EXPECT_EQ(fs::file_size(folder / "one.kvx"), 67u);
 }
 
+TEST_F(CliTest, FoldersAreWalkedThroughFileLinksButNotLinkedFolders)
+{
+    const fs::path folder = freshFolder("walk");
+    fs::create_directories(folder / "tree" / "sub");
+    fs::create_directories(folder / "outside");
+    writeText(folder / "tree" / "sub" / "f1", "one");
+    writeText(folder / "outside" / "f2", "two");
+    fs::create_symlink("../outside/f2", folder / "tree" / "filelink");
+    fs::create_symlink("../outside", folder / "tree" / "dirlink");
+    fs::create_symlink("../nowhere", folder / "tree" / "broken");
+    const bool root = geteuid() == 0;
+    if (!root) {
+        fs::create_directories(folder / "tree" / "locked");
+        writeText(folder / "tree" / "locked" / "hidden", "x");
+        fs::permissions(folder / "tree" / "locked", fs::perms::none);
+    }
+
+    // A path with "." and ".." goes into the package as the plain path it stands for.
+    const fs::path package = folder / "walk.kvx";
+    const ToolRun made = as("ann", {"encrypt", "--plain", "-o", package.string(),
+                                (folder / "tree" / "sub" / ".." / "." / "").string()});
+    if (!root)
+        fs::permissions(folder / "tree" / "locked", fs::perms::owner_all);
+    ASSERT_EQ(made.exitCode, 0) << made.err;
+    EXPECT_EQ(made.err.find("skipping the folder") != std::string::npos, !root) << made.err;
+
+    const fs::path out = folder / "out";
+    ASSERT_EQ(as("ann", {"decrypt", package.string(), "-C", out.string()}).exitCode, 0);
+    const fs::path tree = out / fs::relative(folder / "tree", "/");
+    EXPECT_EQ(treeContents(out), (std::map<std::string, Bytes> {
+                                     {fs::relative(tree / "filelink", out).string(), {'t', 'w', 'o'}},
+                                     {fs::relative(tree / "sub" / "f1", out).string(), {'o', 'n', 'e'}},
+                                 }));
+}
+
 TEST_F(CliTest, UnreadableSourcesAreSkippedAndNoneReadableMakesNoPackage)
 {
     const fs::path folder = freshFolder("unreadable");
