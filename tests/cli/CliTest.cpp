@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 namespace {
 
 struct ToolRun {
-    int exitCode = -1;
+    int exitCode = -1;  // negative: the signal that killed the tool
     std::string out;
     std::string err;
 };
@@ -70,7 +70,8 @@ ToolRun runTool(const std::vector<std::string>& args, const std::function<void(p
     }
     int status = 0;
     waitpid(child, &status, 0);
-    run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    // Death by a signal stays apart from an exit code, so that 130 means the tool stopped itself.
+    run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     return run;
 }
 
