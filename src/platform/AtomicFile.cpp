@@ -69,11 +69,21 @@ bool replaceFile(const std::u16string& from, const std::u16string& to)
 {
     if (faults::shouldFail(faults::Kind::Rename))
         return false;
+    const std::string source = toUtf8(from);
     const std::string target = toUtf8(to);
-    if (::rename(toUtf8(from).c_str(), target.c_str()) != 0) {
+    // Renaming over an existing file makes ext4 push all of the new file to the disk before the
+    // rename, which for a large package costs seconds of disk writing. Exchanging the two names
+    // is just as atomic and spares that; the earlier file then goes under the temporary name.
+    struct stat existing {};
+    bool exchanged = false;
+    if (::lstat(target.c_str(), &existing) == 0 && S_ISREG(existing.st_mode))
+        exchanged = ::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_EXCHANGE) == 0;
+    if (!exchanged && ::rename(source.c_str(), target.c_str()) != 0) {
         setLastErrorFromErrno();
         return false;
     }
+    if (exchanged)
+        ::unlink(source.c_str());
     syncFolder(folderOf(target));
     return true;
 }

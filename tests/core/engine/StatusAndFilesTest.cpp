@@ -8,10 +8,12 @@
 #include "crypto/HashFile.h"
 #include "engine/EngineStatus.h"
 #include "engine/ScopedFile.h"
+#include "platform/AtomicFile.h"
 #include "platform/ErrorText.h"
 #include "platform/FaultInjection.h"
 #include "platform/LastError.h"
 #include "platform/TempFile.h"
+#include "platform/Utf.h"
 
 using namespace testing_support;
 namespace fs = std::filesystem;
@@ -108,6 +110,62 @@ TEST(ScopedFile, OwnsReleasesAndDeletesItsHandle)
     EXPECT_TRUE(doomed.closeAndDelete());
     EXPECT_FALSE(fs::exists(folder / "a.bin"));
     EXPECT_FALSE(doomed.isOpen());
+}
+
+TEST(ScopedFile, CreateAlwaysEmptiesTheExistingFileItself)
+{
+    const fs::path folder = freshFolder("create-always");
+    const fs::path path = folder / "a.bin";
+    const fs::path link = folder / "b.bin";
+    writeBytes(path, std::vector<std::uint8_t>(300000, 7));
+    fs::create_hard_link(path, link);
+
+    ScopedFile file;
+    ASSERT_TRUE(file.open(u16(path), win::CREATE_ALWAYS, win::GENERIC_READ | win::GENERIC_WRITE, 3));
+    std::int64_t size = -1;
+    ASSERT_TRUE(platform::fileSize(file.handle(), size));
+    EXPECT_EQ(size, 0);
+    // One call larger than the pieces the system gets goes out whole and in order.
+    std::vector<std::uint8_t> content(700001);
+    for (std::size_t i = 0; i < content.size(); ++i)
+        content[i] = static_cast<std::uint8_t>(i * 31 + i / 4096);
+    ASSERT_TRUE(platform::writeFile(file.handle(), content.data(), content.size()));
+    file.close();
+    // The file was emptied in place, as the other name of it shows, not replaced by a new one.
+    EXPECT_EQ(readBytes(link), content);
+
+    ScopedFile empty;
+    ASSERT_TRUE(empty.open(u16(folder / "new.bin"), win::CREATE_ALWAYS, win::GENERIC_WRITE, 3));
+    empty.close();
+    EXPECT_EQ(fs::file_size(folder / "new.bin"), 0u);
+}
+
+TEST(AtomicFile, ReplacingTakesTheNewFileAndLeavesNothingElse)
+{
+    const fs::path folder = freshFolder("replace");
+    const fs::path target = folder / "package.kvx";
+    auto stage = [&](std::uint8_t fill) {
+        std::u16string staged;
+        EXPECT_TRUE(platform::createSiblingTempFile(u16(target), staged, 0644));
+        writeBytes(fs::path(platform::toUtf8(staged)), std::vector<std::uint8_t>(5000, fill));
+        return staged;
+    };
+    // Into an empty place, then over an earlier file.
+    ASSERT_TRUE(platform::replaceFile(stage(1), u16(target)));
+    ASSERT_TRUE(platform::replaceFile(stage(2), u16(target)));
+    EXPECT_EQ(readBytes(target), std::vector<std::uint8_t>(5000, 2));
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
+    EXPECT_EQ(fs::status(target).permissions() & fs::perms::others_read, fs::perms::others_read);
+
+    // A folder in the way is not swapped out: the call fails and both stay.
+    const fs::path blocked = folder / "blocked";
+    fs::create_directory(blocked);
+    std::u16string staged;
+    ASSERT_TRUE(platform::createSiblingTempFile(u16(blocked), staged, 0600));
+    EXPECT_FALSE(platform::replaceFile(staged, u16(blocked)));
+    EXPECT_EQ(platform::lastError(), win::ERROR_ACCESS_DENIED);
+    EXPECT_TRUE(fs::is_directory(blocked));
+    EXPECT_TRUE(fs::exists(fs::path(platform::toUtf8(staged))));
 }
 
 TEST(FilePositionGuard, RestoresPositionsAndNests)
