@@ -172,6 +172,9 @@ Sample median(const Options& options, const std::function<bool()>& prepare, cons
     for (int i = 0; i < options.repeat; ++i) {
         if (prepare && !prepare())
             return {};
+        // Each sample starts with nothing left to write back from the one before, so that no
+        // operation pays for the disk traffic of another.
+        ::sync();
         samples.push_back(measure(work));
         if (samples.back().seconds < 0)
             return samples.back();

@@ -92,36 +92,38 @@ EngineStatus ContainerEntry::extractTo(platform::FileHandle target)
     if (!platform::seekFile(target, 0, platform::SeekFrom::Current, &targetStart))
         return lastErrorStatus();
 
-    // The package is read ahead on a second thread while this one writes the target.
-    // The walk of the entries made sure the data lies within the package.
-    platform::ReadAhead reader(containerHandle_, static_cast<std::size_t>(IoBlock), static_cast<std::uint64_t>(dataSize_),
-                               true);
     EngineStatus status;
     std::int64_t processed = 0;
-    while (processed < dataSize_ && status.ok()) {
-        const auto want = static_cast<std::size_t>(std::min<std::int64_t>(dataSize_ - processed, IoBlock));
-        const std::uint8_t* block = nullptr;
-        std::size_t got = 0;
-        if (!reader.next(block, got)) {
-            status = lastErrorStatus();
-            break;
+    bool stopped = false;
+    {
+        // The package is read, and the target written, on a second thread ahead of the reports.
+        // The walk of the entries made sure the data lies within the package.
+        platform::ReadAhead copier(containerHandle_, static_cast<std::size_t>(IoBlock),
+                                   static_cast<std::uint64_t>(dataSize_), true, target);
+        while (processed < dataSize_ && status.ok()) {
+            const auto want = static_cast<std::size_t>(std::min<std::int64_t>(dataSize_ - processed, IoBlock));
+            const std::uint8_t* block = nullptr;
+            std::size_t got = 0;
+            if (!copier.next(block, got)) {
+                status = lastErrorStatus();
+                break;
+            }
+            if (got < want) {
+                // The package ends before the entry does.
+                status = EngineStatus(0, SeverityError);
+                break;
+            }
+            const std::int64_t chunkEnd = processed + static_cast<std::int64_t>(got);
+            if (!reportBlocks(callback_, OpExtractFile, dataSize_, processed, chunkEnd, userParameter_, name_)) {
+                status = EngineStatus(win::ERROR_CANCELLED, SeverityError);
+                stopped = true;
+            }
         }
-        if (got < want) {
-            // The package ends before the entry does.
-            status = EngineStatus(0, SeverityError);
-            break;
-        }
-        if (!platform::writeFile(target, block, got)) {
-            status = lastErrorStatus();
-            break;
-        }
-        const std::int64_t chunkEnd = processed + static_cast<std::int64_t>(got);
-        if (!reportBlocks(callback_, OpExtractFile, dataSize_, processed, chunkEnd, userParameter_, name_)) {
-            status = EngineStatus(win::ERROR_CANCELLED, SeverityError);
-            // The target keeps exactly the blocks that were reported as copied.
-            platform::truncateFile(target, targetStart + processed);
-            platform::seekFile(target, targetStart + processed, platform::SeekFrom::Begin);
-        }
+    }
+    if (stopped) {
+        // The copier has ended; the target keeps exactly the blocks that were reported as copied.
+        platform::truncateFile(target, targetStart + processed);
+        platform::seekFile(target, targetStart + processed, platform::SeekFrom::Begin);
     }
     return status;
 }
@@ -176,7 +178,7 @@ EngineStatus ContainerFile::addEntry(ContainerEntry& entry)
     EngineStatus status;
     if (size > 0) {
         status = copyData(entry, prefix, size);
-    } else if (!platform::writeFile(file_, prefix.data(), prefix.size())) {
+    } else if (!put(prefix.data(), prefix.size())) {
         status = lastErrorStatus();
     }
     if (status.ok())
@@ -188,14 +190,14 @@ EngineStatus ContainerFile::copyData(ContainerEntry& entry, const std::vector<st
 {
     const platform::FileHandle source = entry.sourceFile();
     FilePositionGuard guard(source);
-    // The source is read ahead on a second thread while this one writes the package. A small
-    // file goes out with its header and name in one write.
-    // `size` is what the file system gave a moment ago; a file that shrinks since is caught below.
-    platform::ReadAhead reader(source, static_cast<std::size_t>(IoBlock), static_cast<std::uint64_t>(size), true);
-    std::vector<std::uint8_t> gathered;
-    if (size >= IoBlock && !platform::writeFile(file_, prefix.data(), prefix.size()))
+    // A file of one block goes out with its header and name in one write. A larger one is read
+    // and written on a second thread ahead of the reports, and this one only hashes what went by.
+    const bool gather = size < IoBlock;
+    if (!gather && !put(prefix.data(), prefix.size()))
         return lastErrorStatus();
-    bool prefixPending = size < IoBlock;
+    // `size` is what the file system gave a moment ago; a file that shrinks since is caught below.
+    platform::ReadAhead reader(source, static_cast<std::size_t>(IoBlock), static_cast<std::uint64_t>(size), true,
+                               gather ? platform::InvalidHandle : file_);
 
     EngineStatus status;
     std::int64_t processed = 0;
@@ -215,26 +217,48 @@ EngineStatus ContainerFile::copyData(ContainerEntry& entry, const std::vector<st
             status = EngineStatus(win::ERROR_HANDLE_EOF, SeverityError);
             break;
         }
-        if (prefixPending) {
+        if (gather) {
+            std::vector<std::uint8_t> gathered;
             gathered.reserve(prefix.size() + got);
             gathered.assign(prefix.begin(), prefix.end());
             gathered.insert(gathered.end(), block, block + got);
-            block = gathered.data();
-            got = gathered.size();
-        }
-        if (!platform::writeFile(file_, block, got)) {
-            status = lastErrorStatus();
-            break;
-        }
-        if (prefixPending) {
-            got -= prefix.size();
-            prefixPending = false;
+            if (!put(gathered.data(), gathered.size())) {
+                status = lastErrorStatus();
+                break;
+            }
+        } else if (running_) {
+            running_->update(block, got);
         }
         const std::int64_t chunkEnd = processed + static_cast<std::int64_t>(got);
         if (!reportBlocks(callback, OpWriteFile, size, processed, chunkEnd, userParameter_, nameCopy))
             status.setSeverity(SeverityStopped);
     }
     return status;
+}
+
+void ContainerFile::expectEntries(std::uint32_t count)
+{
+    if (writing_ != 1 || entryCount_ != 0)
+        return;
+    running_ = std::make_unique<RunningMd5>();
+    expectedEntries_ = count;
+    // The digest begins at the container type; the header's fields from there on are known now.
+    ContainerHeader header;
+    header.containerType = containerType_;
+    header.version = version_;
+    header.entryCount = count;
+    std::uint8_t bytes[ContainerHeader::Size];
+    header.toBytes(bytes);
+    running_->update(bytes + HashedRangeStart, ContainerHeader::Size - HashedRangeStart);
+}
+
+bool ContainerFile::put(const std::uint8_t* data, std::size_t size)
+{
+    if (!platform::writeFile(file_, data, size))
+        return false;
+    if (running_)
+        running_->update(data, size);
+    return true;
 }
 
 EngineStatus ContainerFile::finish()
@@ -248,12 +272,25 @@ EngineStatus ContainerFile::finish()
     header.toBytes(bytes);
     if (!platform::seekFile(file_, 0, platform::SeekFrom::Begin) || !platform::writeFile(file_, bytes, sizeof bytes))
         return lastErrorStatus();
-    if (!platform::seekFile(file_, HashedRangeStart, platform::SeekFrom::Begin))
-        return lastErrorStatus();
-    const auto digest = hashFile(file_, callback_, userParameter_);
-    if (!digest)
-        return EngineStatus(win::NTE_BAD_HASH, SeverityError);
-    hash_ = *digest;
+    Md5Digest early {};
+    std::int64_t total = 0;
+    const bool haveEarly = running_ && entryCount_ == expectedEntries_ && running_->finish(early)
+        && platform::fileSize(file_, total);
+    running_.reset();
+    if (haveEarly) {
+        // The digest is already known; the reports still come, so that the hashing shows and
+        // can be stopped as it could be if the file were read again.
+        if (!reportHashProgress(total, total - HashedRangeStart, callback_, userParameter_))
+            return EngineStatus(win::NTE_BAD_HASH, SeverityError);
+        hash_ = early;
+    } else {
+        if (!platform::seekFile(file_, HashedRangeStart, platform::SeekFrom::Begin))
+            return lastErrorStatus();
+        const auto digest = hashFile(file_, callback_, userParameter_);
+        if (!digest)
+            return EngineStatus(win::NTE_BAD_HASH, SeverityError);
+        hash_ = *digest;
+    }
     if (!platform::seekFile(file_, 4, platform::SeekFrom::Begin) || !platform::writeFile(file_, hash_.data(), hash_.size()))
         return lastErrorStatus();
     return EngineStatus();
@@ -267,6 +304,8 @@ EngineStatus ContainerFile::close()
     if (file_ != platform::InvalidHandle)
         platform::closeFile(file_);
     writing_ = 0;
+    running_.reset();
+    expectedEntries_ = 0;
     file_ = platform::InvalidHandle;
     callback_ = nullptr;
     userParameter_ = nullptr;

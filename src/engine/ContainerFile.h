@@ -3,9 +3,11 @@
 // both layers of an encrypted package are plain ContainerFile objects.
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "crypto/HashFile.h"
 #include "engine/ContainerFormat.h"
 #include "engine/EngineCallback.h"
 #include "engine/EngineStatus.h"
@@ -61,6 +63,10 @@ public:
     // failure the handle is closed and the failure is reported through OpError first.
     EngineStatus openForRead(platform::FileHandle handle);
     EngineStatus addEntry(ContainerEntry& entry);
+    // A writer that knows how many entries it will add says so before the first one. The digest
+    // is then taken while the entries are written, and close has no second pass over the file to
+    // make; if the count turns out different, close hashes the file as usual.
+    void expectEntries(std::uint32_t count);
     // Appends one entry for each entry of the package; on any failure the list is emptied.
     EngineStatus readEntries(ContainerEntryList& list);
     // Writes header and digest if anything was written, then closes the handle.
@@ -75,6 +81,8 @@ private:
     EngineStatus finish();
     EngineStatus verify(platform::FileHandle handle, ContainerHeader& header);
     EngineStatus copyData(ContainerEntry& entry, const std::vector<std::uint8_t>& prefix, std::int64_t size);
+    // Writes at the end of the package and feeds the running digest.
+    bool put(const std::uint8_t* data, std::size_t size);
 
     std::uint32_t magic_ = ContainerMagic;
     std::array<std::uint8_t, 16> hash_ {};
@@ -85,4 +93,6 @@ private:
     std::uint32_t writing_ = 0;
     EngineCallback callback_ = nullptr;
     KvxUtils::UserParameter* userParameter_ = nullptr;
+    std::unique_ptr<RunningMd5> running_;
+    std::uint32_t expectedEntries_ = 0;
 };

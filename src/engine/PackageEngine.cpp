@@ -231,8 +231,12 @@ EngineStatus PackageEngine::create()
     ContainerFile container;
     container.setCallback(callback_, userParameter_);
     status = container.openForWrite(target.release(), ContainerTypePlain);
-    if (status.ok())
+    if (status.ok()) {
+        // Every file is expected to make it in; a skipped one only costs the hashing a second pass.
+        if (files_.size() <= UINT32_MAX)
+            container.expectEntries(static_cast<std::uint32_t>(files_.size()));
         status = addFiles(container);
+    }
     bool finished = false;
     if (status.ok() && container.entryCount() > 0) {
         status = container.close();
@@ -300,6 +304,7 @@ EngineStatus PackageEngine::encryptPackage(const std::u16string& innerPath)
     container.setCallback(callback_, userParameter_);
     status = container.openForWrite(out.release(), ContainerTypeEncrypted);
     if (status.ok()) {
+        container.expectEntries(2);
         ScopedFile keyFile;
         keyFile.open(keyPath, win::OPEN_EXISTING, ReadWrite, ShareAll);
         // The envelope is small: no progress and no stop for it.

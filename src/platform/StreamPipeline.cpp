@@ -12,8 +12,9 @@ constexpr std::size_t Depth = 4;
 constexpr std::uint64_t ThreadThreshold = 8u << 20;
 }  // namespace
 
-ReadAhead::ReadAhead(FileHandle handle, std::size_t blockSize, std::uint64_t limit, bool limitIsAvailable)
-    : handle_(handle), blockSize_(blockSize), remaining_(limit)
+ReadAhead::ReadAhead(FileHandle handle, std::size_t blockSize, std::uint64_t limit, bool limitIsAvailable,
+                     FileHandle copyTo)
+    : handle_(handle), copyTo_(copyTo), blockSize_(blockSize), remaining_(limit)
 {
     std::int64_t size = 0;
     std::int64_t position = 0;
@@ -21,9 +22,12 @@ ReadAhead::ReadAhead(FileHandle handle, std::size_t blockSize, std::uint64_t lim
     if (!limitIsAvailable && fileSize(handle, size) && seekFile(handle, 0, SeekFrom::Current, &position))
         left = std::min<std::uint64_t>(limit, size > position ? static_cast<std::uint64_t>(size - position) : 0);
     threaded_ = left >= ThreadThreshold;
+    // A package of many small files makes a reader per file: buffers sized to the file, and left
+    // unfilled until read into, keep that from costing a megabyte of memory traffic each.
+    capacity_ = static_cast<std::size_t>(std::min<std::uint64_t>(blockSize_, std::max<std::uint64_t>(left, 1)));
     slots_.resize(threaded_ ? Depth : 1);
     for (Slot& slot : slots_)
-        slot.bytes.resize(blockSize_);
+        slot.bytes = std::make_unique_for_overwrite<std::uint8_t[]>(capacity_);
     if (threaded_)
         reader_ = std::thread(&ReadAhead::run, this);
 }
@@ -42,9 +46,12 @@ ReadAhead::~ReadAhead()
 
 bool ReadAhead::readInto(Slot& slot)
 {
-    const std::size_t want = static_cast<std::size_t>(std::min<std::uint64_t>(blockSize_, remaining_));
+    // Never more than a slot holds; the slots of a short stream hold all of it.
+    const std::size_t want = static_cast<std::size_t>(std::min<std::uint64_t>(capacity_, remaining_));
     std::size_t got = 0;
-    slot.failed = !readFile(handle_, slot.bytes.data(), want, got);
+    slot.failed = !readFile(handle_, slot.bytes.get(), want, got);
+    if (!slot.failed && got > 0 && copyTo_ != InvalidHandle)
+        slot.failed = !writeFile(copyTo_, slot.bytes.get(), got);
     slot.error = slot.failed ? lastError() : 0;
     slot.size = got;
     remaining_ -= got;
@@ -81,7 +88,7 @@ bool ReadAhead::next(const std::uint8_t*& data, std::size_t& size)
             return true;
         Slot& slot = slots_[0];
         finished_ = readInto(slot);
-        data = slot.bytes.data();
+        data = slot.bytes.get();
         size = slot.size;
         return !slot.failed;
     }
@@ -97,7 +104,7 @@ bool ReadAhead::next(const std::uint8_t*& data, std::size_t& size)
         setLastError(slot.error);
         return false;
     }
-    data = slot.bytes.data();
+    data = slot.bytes.get();
     size = slot.size;
     return true;
 }

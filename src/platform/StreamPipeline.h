@@ -10,6 +10,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -23,7 +24,11 @@ public:
     // Reads `handle` from its current position in blocks of `blockSize` bytes, up to `limit`
     // bytes or the end of the file. A caller that knows the file holds at least `limit` bytes
     // from here says so with `limitIsAvailable`, which spares two system calls per stream.
-    ReadAhead(FileHandle handle, std::size_t blockSize, std::uint64_t limit = UINT64_MAX, bool limitIsAvailable = false);
+    // With `copyTo`, every block is also written there, at its current position, before it is
+    // handed out: a plain copy then costs the caller no system call at all, and the caller only
+    // looks at the bytes (to hash them, say). A failed write fails the block like a failed read.
+    ReadAhead(FileHandle handle, std::size_t blockSize, std::uint64_t limit = UINT64_MAX, bool limitIsAvailable = false,
+              FileHandle copyTo = InvalidHandle);
     ~ReadAhead();
     ReadAhead(const ReadAhead&) = delete;
     ReadAhead& operator=(const ReadAhead&) = delete;
@@ -34,7 +39,7 @@ public:
 
 private:
     struct Slot {
-        std::vector<std::uint8_t> bytes;
+        std::unique_ptr<std::uint8_t[]> bytes;
         std::size_t size = 0;
         bool failed = false;
         std::uint32_t error = 0;
@@ -43,7 +48,9 @@ private:
     void run();
 
     FileHandle handle_;
+    FileHandle copyTo_;
     std::size_t blockSize_;
+    std::size_t capacity_;  // of each slot: no more than the stream can hold
     std::uint64_t remaining_;
     bool threaded_;
     std::vector<Slot> slots_;

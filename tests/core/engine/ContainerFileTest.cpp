@@ -56,7 +56,8 @@ platform::FileHandle openReadWrite(const fs::path& path)
 }
 
 EngineStatus writePackage(const fs::path& package, const std::vector<std::pair<std::u16string, Bytes>>& items,
-                          Recorder* recorder = nullptr, std::uint32_t type = ContainerTypePlain)
+                          Recorder* recorder = nullptr, std::uint32_t type = ContainerTypePlain,
+                          std::int64_t expectedEntries = -1)
 {
     const fs::path sources = package.parent_path() / (package.filename().string() + ".src");
     fs::create_directories(sources);
@@ -66,6 +67,8 @@ EngineStatus writePackage(const fs::path& package, const std::vector<std::pair<s
     if (recorder)
         container.setCallback(recordingCallback, &recorder->record);
     EngineStatus status = container.openForWrite(out.release(), type);
+    if (expectedEntries >= 0)
+        container.expectEntries(static_cast<std::uint32_t>(expectedEntries));
     int index = 0;
     for (const auto& [name, data] : items) {
         const fs::path source = sources / std::to_string(index++);
@@ -174,6 +177,47 @@ TEST(ContainerFile, RoundTripsEntriesOfEveryShapeWithProgress)
     EXPECT_EQ(last->total, 300000);
     EXPECT_EQ(last->processed, 300000);
     EXPECT_EQ(last->fileName, u"\u00e9t\u00e9\\\U0001F600.txt");
+}
+
+TEST(ContainerFile, DigestTakenWhileWritingEqualsASecondPassInBytesAndReports)
+{
+    const fs::path folder = freshFolder("early-digest");
+    const std::vector<std::pair<std::u16string, Bytes>> items = {
+        {u"empty", {}}, {u"one", {9}}, {u"block", randomBytes(4096, 3)}, {u"", randomBytes(300001, 4)},
+        {u"large\\entry", randomBytes((3u << 20) + 5, 5)}};
+    auto hashReports = [](const Recorder& recorder) {
+        std::vector<std::pair<std::int64_t, std::int64_t>> hashes;
+        for (const Report& report : recorder.reports)
+            if (report.operation == OpHash)
+                hashes.emplace_back(report.total, report.processed);
+        return hashes;
+    };
+
+    Recorder reference;
+    active = &reference;
+    ASSERT_TRUE(writePackage(folder / "reference.kvx", items, &reference).ok());
+    const Bytes expected = readBytes(folder / "reference.kvx");
+    ASSERT_FALSE(hashReports(reference).empty());
+    EXPECT_EQ(hashReports(reference).back().second, static_cast<std::int64_t>(expected.size()) - 20);
+
+    // The right count uses the digest taken on the way; a wrong one falls back to reading the
+    // file again. Both must give the same bytes and the same reports as no count at all.
+    for (const std::int64_t count : {5, 6, 4, 0}) {
+        Recorder recorder;
+        active = &recorder;
+        const fs::path package = folder / ("expected" + std::to_string(count) + ".kvx");
+        ASSERT_TRUE(writePackage(package, items, &recorder, ContainerTypePlain, count).ok()) << count;
+        EXPECT_EQ(readBytes(package), expected) << count;
+        EXPECT_EQ(hashReports(recorder), hashReports(reference)) << count;
+    }
+    EXPECT_EQ(readPackage(folder / "expected5.kvx").items, items);
+
+    // A stop during the hashing fails the close in the same way when the digest is known early.
+    Recorder stopper;
+    stopper.stopWhen = [](const Report& report) { return report.operation == OpHash && report.processed > 100000; };
+    active = &stopper;
+    EXPECT_EQ(writePackage(folder / "stopped.kvx", items, &stopper, ContainerTypePlain, 5).code(), win::NTE_BAD_HASH);
+    EXPECT_EQ(stopper.reports.back().processed, 100352);
 }
 
 TEST(ContainerFile, EmptyEntriesAndReadingLeaveNoTrace)
