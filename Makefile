@@ -39,7 +39,7 @@ test-tsan: bootstrap
 	cd $(TSAN_BUILD) && QT_QPA_PLATFORM=offscreen TSAN_OPTIONS="halt_on_error=1 suppressions=$(CURDIR)/tests/tsan.supp" \
 	  ctest --output-on-failure -R test_packagethread
 
-# BENCH_ARGS="--scale 0.1" for a quick run; the full run needs about 4 GB free in $TMPDIR.
+# BENCH_ARGS="--scale 0.1" for a quick run; the full run needs about 12 GB free in $TMPDIR.
 BENCH_ARGS ?=
 bench: bootstrap build
 	$(BUILD)/bench/halvoren_bench $(BENCH_ARGS)

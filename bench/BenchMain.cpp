@@ -3,7 +3,7 @@
 // age and openssl cms on the same data. Each measured operation runs in a child process, so that
 // its peak resident memory can be read from wait4.
 //
-//   halvoren_bench [--scale S] [--repeat N] [--workloads ABC]
+//   halvoren_bench [--scale S] [--repeat N] [--workloads ABC] [--no-peers]
 
 #include <openssl/evp.h>
 #include <sys/resource.h>
@@ -42,6 +42,7 @@ struct Options {
     double scale = 1.0;
     int repeat = 3;
     std::string workloads = "ABC";
+    bool peers = true;
 };
 
 struct Workload {
@@ -54,6 +55,7 @@ struct Workload {
 struct Sample {
     double seconds = -1;
     long peakKiB = 0;
+    std::string spread;  // every sample's time, for the log
 };
 
 struct Row {
@@ -181,8 +183,12 @@ Sample median(const Options& options, const std::function<bool()>& prepare, cons
     }
     std::sort(samples.begin(), samples.end(), [](const Sample& a, const Sample& b) { return a.seconds < b.seconds; });
     Sample result = samples[samples.size() / 2];
-    for (const Sample& s : samples)
+    for (const Sample& s : samples) {
         result.peakKiB = std::max(result.peakKiB, s.peakKiB);
+        char text[32];
+        std::snprintf(text, sizeof text, "%s%.3f", result.spread.empty() ? "" : " ", s.seconds);
+        result.spread += text;
+    }
     return result;
 }
 
@@ -397,8 +403,10 @@ int main(int argc, char** argv)
             options.repeat = std::max(1, std::atoi(argv[++i]));
         else if (arg == "--workloads" && i + 1 < argc)
             options.workloads = argv[++i];
+        else if (arg == "--no-peers")
+            options.peers = false;
         else {
-            std::fprintf(stderr, "usage: halvoren_bench [--scale S] [--repeat N] [--workloads ABC]\n");
+            std::fprintf(stderr, "usage: halvoren_bench [--scale S] [--repeat N] [--workloads ABC] [--no-peers]\n");
             return 2;
         }
     }
@@ -445,22 +453,36 @@ int main(int argc, char** argv)
     std::fprintf(stderr, "measuring the floor...\n");
     const Floor floor = measureFloor();
     std::fprintf(stderr, "preparing peers...\n");
-    const Peers peers = preparePeers();
+    const Peers peers = options.peers ? preparePeers() : Peers {};
 
     std::vector<Row> rows;
+    std::vector<fs::path> spent;
+    int extractions = 0;
     for (char which : options.workloads) {
         std::fprintf(stderr, "workload %c: making data...\n", which);
         const Workload workload = makeWorkload(which, options.scale);
         const fs::path package = scratch / "package.kvx";
-        const fs::path out = scratch / "out";
+        // Each extraction gets a folder of its own. A folder of many files is removed only at the
+        // end of the run: on a file system without a journal, ext4 won't hand out the numbers of
+        // files deleted in the last half minute, and creating thousands of files right after
+        // deleting thousands crawls, which would measure the clean-up instead of the program.
+        fs::path out;
         const double bytes = static_cast<double>(workload.bytes);
         const double createFloor = bytes * (2 * floor.md5 + floor.encrypt);
         const double extractFloor = bytes * (2 * floor.md5 + floor.decrypt);
         auto add = [&](const std::string& operation, const Sample& sample, double floorSeconds) {
             rows.push_back({operation, workload.name, sample, floorSeconds, 0, workload.bytes});
-            std::fprintf(stderr, "  %-22s %8.3f s\n", operation.c_str(), sample.seconds);
+            std::fprintf(stderr, "  %-22s %8.3f s   (%s)\n", operation.c_str(), sample.seconds, sample.spread.c_str());
         };
         auto fresh = [&] {
+            if (!out.empty()) {
+                const auto files = std::distance(fs::recursive_directory_iterator(out), fs::recursive_directory_iterator());
+                if (files > 1000)
+                    spent.push_back(out);
+                else
+                    fs::remove_all(out);
+            }
+            out = scratch / ("out" + std::to_string(++extractions));
             resetFolder(out);
             return true;
         };

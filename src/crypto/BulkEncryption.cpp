@@ -36,7 +36,8 @@ enum class Direction { Encrypt, Decrypt };
 // every callback said go on.
 // `loopRan` tells a failure inside the loop from one before it.
 bool runStream(Direction direction, const std::u16string& source, const std::u16string& target, const SessionKey* key,
-               std::uint32_t blockSize, EngineCallback callback, KvxUtils::UserParameter* userParameter, bool& loopRan)
+               std::uint32_t blockSize, EngineCallback callback, KvxUtils::UserParameter* userParameter, bool& loopRan,
+               RunningMd5* outputHash, std::int64_t hashFrom)
 {
     loopRan = false;
     if (source.empty() || target.empty() || !key) {
@@ -119,6 +120,10 @@ bool runStream(Direction direction, const std::u16string& source, const std::u16
             return false;
         }
         const std::size_t total = static_cast<std::size_t>(produced + lastProduced);
+        if (outputHash && written + static_cast<std::int64_t>(total) > hashFrom) {
+            const auto skip = static_cast<std::size_t>(std::max<std::int64_t>(hashFrom - written, 0));
+            outputHash->update(output + skip, total - skip);
+        }
         if (!writer.commit(total))
             return false;
         written += static_cast<std::int64_t>(total);
@@ -150,10 +155,33 @@ bool runStream(Direction direction, const std::u16string& source, const std::u16
 
 }  // namespace
 
+void CryptoSession::hashOutputFrom(std::int64_t offset)
+{
+    hashFrom_ = offset;
+    outputDigest_.reset();
+}
+
+bool CryptoSession::runHashed(bool encrypting, const std::u16string& source, const std::u16string& target,
+                              SessionKey* key, bool& loopRan)
+{
+    std::unique_ptr<RunningMd5> hash;
+    if (hashFrom_ >= 0)
+        hash = std::make_unique<RunningMd5>();
+    const std::int64_t from = hashFrom_;
+    hashFrom_ = -1;
+    outputDigest_.reset();
+    const bool ok = runStream(encrypting ? Direction::Encrypt : Direction::Decrypt, source, target, key, blockSize(),
+                              callback_, userParameter_, loopRan, hash.get(), from);
+    Md5Digest digest {};
+    if (ok && hash && hash->finish(digest))
+        outputDigest_ = digest;
+    return ok;
+}
+
 bool CryptoSession::encryptStream(const std::u16string& source, const std::u16string& target, SessionKey* key)
 {
     bool loopRan = false;
-    const bool ok = runStream(Direction::Encrypt, source, target, key, blockSize(), callback_, userParameter_, loopRan);
+    const bool ok = runHashed(true, source, target, key, loopRan);
     if (!ok && loopRan) {
         // Encryption leaves no partial output. A failure before the loop (an empty source) leaves
         // the empty target for the caller, who made the name.
@@ -168,7 +196,7 @@ bool CryptoSession::decryptStream(const std::u16string& source, const std::u16st
 {
     // A failed or stopped run leaves the target: it is the caller's temporary file.
     bool loopRan = false;
-    return runStream(Direction::Decrypt, source, target, key, blockSize(), callback_, userParameter_, loopRan);
+    return runHashed(false, source, target, key, loopRan);
 }
 
 bool CryptoSession::encryptFile(const std::u16string& source, const std::u16string& target,

@@ -5,11 +5,13 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "crypto/Certificate.h"
 #include "engine/ByteBlob.h"
+#include "crypto/HashFile.h"
 #include "engine/EngineCallback.h"
 #include "platform/NativeFile.h"
 
@@ -51,11 +53,22 @@ public:
     bool encryptStream(const std::u16string& source, const std::u16string& target, SessionKey* key);
     bool decryptStream(const std::u16string& source, const std::u16string& target, SessionKey* key);
 
+    // The next stream run also takes the MD5 of what it writes, from byte `offset` of the target
+    // on; outputDigest() has it once the run has succeeded. A reader that is to verify the target
+    // right afterwards is spared a pass over it.
+    void hashOutputFrom(std::int64_t offset);
+    std::optional<Md5Digest> outputDigest() const { return outputDigest_; }
+
 private:
+    bool runHashed(bool encrypting, const std::u16string& source, const std::u16string& target, SessionKey* key,
+                   bool& loopRan);
+
     const std::uint32_t blockSize_ = 16;
     const std::uint32_t algorithm_ = CALG_AES_256;
     EngineCallback callback_ = nullptr;
     KvxUtils::UserParameter* userParameter_ = nullptr;
+    std::int64_t hashFrom_ = -1;
+    std::optional<Md5Digest> outputDigest_;
 };
 
 ByteBlobPtr readIv(const SessionKey* key);

@@ -218,11 +218,11 @@ EngineStatus ContainerFile::copyData(ContainerEntry& entry, const std::vector<st
             break;
         }
         if (gather) {
-            std::vector<std::uint8_t> gathered;
-            gathered.reserve(prefix.size() + got);
-            gathered.assign(prefix.begin(), prefix.end());
-            gathered.insert(gathered.end(), block, block + got);
-            if (!put(gathered.data(), gathered.size())) {
+            // The buffer stays with the object, so that a package of many files doesn't ask the
+            // system for fresh memory for each.
+            gathered_.assign(prefix.begin(), prefix.end());
+            gathered_.insert(gathered_.end(), block, block + got);
+            if (!put(gathered_.data(), gathered_.size())) {
                 status = lastErrorStatus();
                 break;
             }
@@ -317,6 +317,8 @@ EngineStatus ContainerFile::close()
 
 EngineStatus ContainerFile::verify(platform::FileHandle handle, ContainerHeader& header)
 {
+    const std::optional<Md5Digest> known = knownDigest_;
+    knownDigest_.reset();
     FilePositionGuard guard(handle);
     std::uint8_t bytes[ContainerHeader::Size];
     std::size_t got = 0;
@@ -327,12 +329,23 @@ EngineStatus ContainerFile::verify(platform::FileHandle handle, ContainerHeader&
     header = ContainerHeader::fromBytes(bytes);
     if (header.magic != ContainerMagic || header.entryCount == 0)
         return EngineStatus(win::ERROR_BAD_FORMAT, SeverityError);
-    if (!platform::seekFile(handle, HashedRangeStart, platform::SeekFrom::Begin))
-        return lastErrorStatus();
-    const auto digest = hashFile(handle, callback_, userParameter_);
-    if (!digest)
-        return EngineStatus(win::NTE_BAD_HASH, SeverityError);
-    if (*digest != header.hash)
+    Md5Digest digest {};
+    if (known) {
+        std::int64_t total = 0;
+        if (!platform::fileSize(handle, total))
+            return lastErrorStatus();
+        if (!reportHashProgress(total, total - HashedRangeStart, callback_, userParameter_))
+            return EngineStatus(win::NTE_BAD_HASH, SeverityError);
+        digest = *known;
+    } else {
+        if (!platform::seekFile(handle, HashedRangeStart, platform::SeekFrom::Begin))
+            return lastErrorStatus();
+        const auto computed = hashFile(handle, callback_, userParameter_);
+        if (!computed)
+            return EngineStatus(win::NTE_BAD_HASH, SeverityError);
+        digest = *computed;
+    }
+    if (digest != header.hash)
         return EngineStatus(win::ERROR_BAD_FORMAT, SeverityError);
     return EngineStatus();
 }

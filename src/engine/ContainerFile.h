@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -62,6 +63,10 @@ public:
     // Takes the handle of a file positioned at 0 and verifies magic, entry count and digest. On
     // failure the handle is closed and the failure is reported through OpError first.
     EngineStatus openForRead(platform::FileHandle handle);
+    // For a file that the caller has just written and hashed from offset 20 on: the next
+    // openForRead compares the header with this digest instead of reading the file again. It
+    // still reports the hashing, and a stop there fails the open as it would otherwise.
+    void expectDigest(const Md5Digest& digest) { knownDigest_ = digest; }
     EngineStatus addEntry(ContainerEntry& entry);
     // A writer that knows how many entries it will add says so before the first one. The digest
     // is then taken while the entries are written, and close has no second pass over the file to
@@ -95,4 +100,6 @@ private:
     KvxUtils::UserParameter* userParameter_ = nullptr;
     std::unique_ptr<RunningMd5> running_;
     std::uint32_t expectedEntries_ = 0;
+    std::optional<Md5Digest> knownDigest_;
+    std::vector<std::uint8_t> gathered_;
 };

@@ -344,8 +344,9 @@ EngineStatus PackageEngine::extract()
         return status;
 
     std::u16string plainPath;
+    std::optional<Md5Digest> plainDigest;
     if (container.containerType() & ContainerTypeEncrypted)
-        status = decryptToTemp(container, plainPath);
+        status = decryptToTemp(container, plainPath, plainDigest);
     if (status.ok() && !plainPath.empty()) {
         status = container.close();
         if (status.ok()) {
@@ -354,6 +355,8 @@ EngineStatus PackageEngine::extract()
                 status = lastErrorStatus();
             } else {
                 container.setCallback(callback_, userParameter_);
+                if (plainDigest)
+                    container.expectDigest(*plainDigest);
                 status = container.openForRead(plain.release());
             }
         }
@@ -369,7 +372,8 @@ EngineStatus PackageEngine::extract()
     return status;
 }
 
-EngineStatus PackageEngine::decryptToTemp(ContainerFile& container, std::u16string& plainPath)
+EngineStatus PackageEngine::decryptToTemp(ContainerFile& container, std::u16string& plainPath,
+                                          std::optional<Md5Digest>& plainDigest)
 {
     ContainerEntryList entries;
     EngineStatus status = container.readEntries(entries);
@@ -405,8 +409,12 @@ EngineStatus PackageEngine::decryptToTemp(ContainerFile& container, std::u16stri
             CryptoSession session;
             session.setCallback(callback_);
             session.setUserParameter(userParameter_);
+            // The inner package is verified next; its digest is taken as it is decrypted.
+            session.hashOutputFrom(HashedRangeStart);
             if (!session.decryptFile(dataPath, plainPath, keyPath))
                 status = EngineStatus(win::ERROR_CANNOT_MAKE, SeverityError);
+            else
+                plainDigest = session.outputDigest();
         }
     }
     deleteIfSet(keyPath);

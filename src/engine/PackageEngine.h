@@ -55,7 +55,8 @@ public:
 private:
     EngineStatus addFiles(ContainerFile& container);
     EngineStatus encryptPackage(const std::u16string& innerPath);
-    EngineStatus decryptToTemp(ContainerFile& container, std::u16string& plainPath);
+    EngineStatus decryptToTemp(ContainerFile& container, std::u16string& plainPath,
+                               std::optional<Md5Digest>& plainDigest);
     EngineStatus extractEntries(ContainerFile& container, const std::u16string& folder);
 
     FileSet files_;

@@ -10,6 +10,44 @@ namespace {
 constexpr std::size_t Depth = 4;
 // Below this many bytes a stream is handled on the caller's thread.
 constexpr std::uint64_t ThreadThreshold = 8u << 20;
+
+// A package of thousands of files makes a reader per file. Fresh buffers for each would come
+// from the system and go back to it every time, at the price of a page fault per page touched;
+// the buffers of a finished reader are kept for the next one on the same thread instead.
+struct SpareBuffer {
+    std::unique_ptr<std::uint8_t[]> bytes;
+    std::size_t capacity = 0;
+};
+thread_local std::vector<SpareBuffer> spareBuffers;
+
+std::unique_ptr<std::uint8_t[]> takeBuffer(std::size_t wanted, std::size_t& capacity)
+{
+    for (auto it = spareBuffers.begin(); it != spareBuffers.end(); ++it) {
+        if (it->capacity >= wanted) {
+            capacity = it->capacity;
+            auto bytes = std::move(it->bytes);
+            spareBuffers.erase(it);
+            return bytes;
+        }
+    }
+    capacity = wanted;
+    return std::make_unique_for_overwrite<std::uint8_t[]>(wanted);
+}
+
+void giveBack(std::unique_ptr<std::uint8_t[]> bytes, std::size_t capacity)
+{
+    if (!bytes)
+        return;
+    if (spareBuffers.size() < Depth) {
+        spareBuffers.push_back({std::move(bytes), capacity});
+        return;
+    }
+    // Keep the largest ones.
+    auto smallest = std::min_element(spareBuffers.begin(), spareBuffers.end(),
+                                     [](const SpareBuffer& a, const SpareBuffer& b) { return a.capacity < b.capacity; });
+    if (smallest->capacity < capacity)
+        *smallest = {std::move(bytes), capacity};
+}
 }  // namespace
 
 ReadAhead::ReadAhead(FileHandle handle, std::size_t blockSize, std::uint64_t limit, bool limitIsAvailable,
@@ -22,12 +60,12 @@ ReadAhead::ReadAhead(FileHandle handle, std::size_t blockSize, std::uint64_t lim
     if (!limitIsAvailable && fileSize(handle, size) && seekFile(handle, 0, SeekFrom::Current, &position))
         left = std::min<std::uint64_t>(limit, size > position ? static_cast<std::uint64_t>(size - position) : 0);
     threaded_ = left >= ThreadThreshold;
-    // A package of many small files makes a reader per file: buffers sized to the file, and left
-    // unfilled until read into, keep that from costing a megabyte of memory traffic each.
+    // A short stream needs no more than its own length.
     capacity_ = static_cast<std::size_t>(std::min<std::uint64_t>(blockSize_, std::max<std::uint64_t>(left, 1)));
     slots_.resize(threaded_ ? Depth : 1);
-    for (Slot& slot : slots_)
-        slot.bytes = std::make_unique_for_overwrite<std::uint8_t[]>(capacity_);
+    for (Slot& slot : slots_) {
+        slot.bytes = takeBuffer(capacity_, slot.capacity);
+    }
     if (threaded_)
         reader_ = std::thread(&ReadAhead::run, this);
 }
@@ -42,6 +80,8 @@ ReadAhead::~ReadAhead()
         changed_.notify_all();
         reader_.join();
     }
+    for (Slot& slot : slots_)
+        giveBack(std::move(slot.bytes), slot.capacity);
 }
 
 bool ReadAhead::readInto(Slot& slot)

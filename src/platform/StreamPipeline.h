@@ -40,6 +40,7 @@ public:
 private:
     struct Slot {
         std::unique_ptr<std::uint8_t[]> bytes;
+        std::size_t capacity = 0;  // of `bytes`, which may be more than the stream needs
         std::size_t size = 0;
         bool failed = false;
         std::uint32_t error = 0;
