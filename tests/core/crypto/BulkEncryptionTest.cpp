@@ -4,6 +4,7 @@
 
 #include "CryptoTestHelpers.h"
 #include "crypto/CryptoSession.h"
+#include "crypto/HashFile.h"
 #include "platform/FaultInjection.h"
 #include "platform/StatusCodes.h"
 
@@ -94,8 +95,21 @@ TEST_F(BulkEncryption, MatchesOneShotAesCbcAndDecryptsBackAtEveryChunkBoundary)
         }
 
         log = ProgressLog();
+        // The digest taken on the way equals a pass over the written file, also where the file
+        // is shorter than the offset.
+        session.hashOutputFrom(20);
         ASSERT_TRUE(session.decryptStream(u16(cipher), u16(back), key.get()));
         EXPECT_TRUE(readBytes(back) == data);
+        const auto onTheWay = session.outputDigest();
+        ASSERT_TRUE(onTheWay);
+        {
+            const platform::FileHandle written = platform::openFile(u16(back), win::OPEN_EXISTING, win::GENERIC_READ);
+            ASSERT_TRUE(platform::seekFile(written, 20, platform::SeekFrom::Begin));
+            const auto afterwards = hashFile(written, nullptr, nullptr);
+            platform::closeFile(written);
+            ASSERT_TRUE(afterwards);
+            EXPECT_EQ(*onTheWay, *afterwards);
+        }
         ASSERT_EQ(log.operations.size(), c.cipher / 992 + 1);
         EXPECT_EQ(log.operations.back(), OpDecrypt);
         EXPECT_EQ(log.totals.back(), static_cast<std::int64_t>(c.cipher));
@@ -131,9 +145,15 @@ TEST_F(BulkEncryption, StopOrFailureDeletesCipherTextButLeavesPlainTarget)
 
     log = ProgressLog();
     log.stopAtCall = 0;
+    session.hashOutputFrom(0);
     EXPECT_FALSE(session.decryptStream(u16(cipher), u16(back), key.get()));
     EXPECT_TRUE(fs::exists(back));
     EXPECT_EQ(log.operations.size(), 1u);
+    // A stopped run has no digest to offer, and the request doesn't carry over to the next run.
+    EXPECT_FALSE(session.outputDigest());
+    log = ProgressLog();
+    ASSERT_TRUE(session.decryptStream(u16(cipher), u16(back), key.get()));
+    EXPECT_FALSE(session.outputDigest());
 
     // A full disk in the middle of a large file: no partial cipher text stays behind.
     const fs::path large = folder / "large";

@@ -212,6 +212,29 @@ TEST(ContainerFile, DigestTakenWhileWritingEqualsASecondPassInBytesAndReports)
     }
     EXPECT_EQ(readPackage(folder / "expected5.kvx").items, items);
 
+    // A reader given the digest compares it instead of reading the file again: the same reports,
+    // and a digest that doesn't match the header is a damaged package all the same.
+    Md5Digest digest {};
+    std::copy(expected.begin() + 4, expected.begin() + 20, digest.begin());
+    for (const bool matching : {true, false}) {
+        Md5Digest given = digest;
+        if (!matching)
+            given[7] ^= 1;
+        Recorder recorder;
+        active = &recorder;
+        ContainerFile container;
+        container.setCallback(recordingCallback, &recorder.record);
+        container.expectDigest(given);
+        const EngineStatus opened = container.openForRead(openReadWrite(folder / "reference.kvx"));
+        EXPECT_EQ(opened.ok(), matching);
+        EXPECT_EQ(hashReports(recorder), hashReports(reference));
+        if (matching) {
+            container.close();
+        } else {
+            EXPECT_EQ(opened.code(), win::ERROR_BAD_FORMAT);
+        }
+    }
+
     // A stop during the hashing fails the close in the same way when the digest is known early.
     Recorder stopper;
     stopper.stopWhen = [](const Report& report) { return report.operation == OpHash && report.processed > 100000; };
