@@ -85,45 +85,34 @@ EngineStatus ContainerEntry::extractTo(platform::FileHandle target)
     if (target == platform::InvalidHandle || containerHandle_ == platform::InvalidHandle || dataSize_ == 0)
         return EngineStatus(win::ERROR_INVALID_HANDLE, SeverityError);
 
-    FilePositionGuard guard(containerHandle_);
-    if (!platform::seekFile(containerHandle_, dataOffset_, platform::SeekFrom::Begin))
-        return lastErrorStatus();
-    std::int64_t targetStart = 0;
-    if (!platform::seekFile(target, 0, platform::SeekFrom::Current, &targetStart))
-        return lastErrorStatus();
-
+    // Nothing here needs the bytes themselves, so the kernel copies them: no pass through this
+    // process, and no copy at all where the file system can share blocks.
+    // The walk of the entries made sure the data lies within the package.
     EngineStatus status;
     std::int64_t processed = 0;
-    bool stopped = false;
-    {
-        // The package is read, and the target written, on a second thread ahead of the reports.
-        // The walk of the entries made sure the data lies within the package.
-        platform::ReadAhead copier(containerHandle_, static_cast<std::size_t>(IoBlock),
-                                   static_cast<std::uint64_t>(dataSize_), true, target);
-        while (processed < dataSize_ && status.ok()) {
-            const auto want = static_cast<std::size_t>(std::min<std::int64_t>(dataSize_ - processed, IoBlock));
-            const std::uint8_t* block = nullptr;
-            std::size_t got = 0;
-            if (!copier.next(block, got)) {
-                status = lastErrorStatus();
-                break;
-            }
-            if (got < want) {
-                // The package ends before the entry does.
-                status = EngineStatus(0, SeverityError);
-                break;
-            }
-            const std::int64_t chunkEnd = processed + static_cast<std::int64_t>(got);
-            if (!reportBlocks(callback_, OpExtractFile, dataSize_, processed, chunkEnd, userParameter_, name_)) {
-                status = EngineStatus(win::ERROR_CANCELLED, SeverityError);
-                stopped = true;
+    while (processed < dataSize_ && status.ok()) {
+        const auto want = static_cast<std::size_t>(std::min<std::int64_t>(dataSize_ - processed, IoBlock));
+        std::size_t got = 0;
+        if (!platform::copyRange(containerHandle_, dataOffset_ + processed, target, want, got)) {
+            status = lastErrorStatus();
+            break;
+        }
+        if (got < want) {
+            // The package ends before the entry does.
+            status = EngineStatus(0, SeverityError);
+            break;
+        }
+        const std::int64_t chunkEnd = processed + static_cast<std::int64_t>(got);
+        if (!reportBlocks(callback_, OpExtractFile, dataSize_, processed, chunkEnd, userParameter_, name_)) {
+            status = EngineStatus(win::ERROR_CANCELLED, SeverityError);
+            // The target keeps exactly the blocks that were reported as copied.
+            std::int64_t end = 0;
+            if (platform::seekFile(target, 0, platform::SeekFrom::Current, &end)) {
+                const std::int64_t keep = end - (chunkEnd - processed);
+                platform::truncateFile(target, keep);
+                platform::seekFile(target, keep, platform::SeekFrom::Begin);
             }
         }
-    }
-    if (stopped) {
-        // The copier has ended; the target keeps exactly the blocks that were reported as copied.
-        platform::truncateFile(target, targetStart + processed);
-        platform::seekFile(target, targetStart + processed, platform::SeekFrom::Begin);
     }
     return status;
 }

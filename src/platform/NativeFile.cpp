@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <vector>
 
 #include "platform/FaultInjection.h"
 #include "platform/LastError.h"
@@ -20,6 +21,8 @@ namespace {
 // memory back to their host) that costs up to ten times the copy itself. Pieces of 256 KiB
 // stay on the fast path everywhere and cost only a few more system calls.
 constexpr std::size_t MaxWritePiece = 256 * 1024;
+
+bool writeAll(FileHandle handle, const void* buffer, std::size_t size);
 
 int accessFlags(std::uint32_t disposition, std::uint32_t access)
 {
@@ -150,6 +153,12 @@ bool writeFile(FileHandle handle, const void* buffer, std::size_t size)
     }
     if (faults::shouldFail(faults::Kind::Write))
         return false;
+    return writeAll(handle, buffer, size);
+}
+
+namespace {
+bool writeAll(FileHandle handle, const void* buffer, std::size_t size)
+{
     const auto* bytes = static_cast<const unsigned char*>(buffer);
     std::size_t done = 0;
     while (done < size) {
@@ -165,6 +174,58 @@ bool writeFile(FileHandle handle, const void* buffer, std::size_t size)
             return false;
         }
         done += static_cast<std::size_t>(n);
+    }
+    return true;
+}
+}  // namespace
+
+bool copyRange(FileHandle from, std::int64_t offset, FileHandle to, std::size_t size, std::size_t& copied)
+{
+    copied = 0;
+    if (from < 0 || to < 0) {
+        setLastError(win::ERROR_INVALID_HANDLE);
+        return false;
+    }
+    if (faults::shouldFail(faults::Kind::Read) || faults::shouldFail(faults::Kind::Write))
+        return false;
+    // The kernel copies page to page without a pass through this process, and may share the
+    // blocks outright where the file system can.
+    auto position = static_cast<off_t>(offset);
+    bool inKernel = true;
+    while (copied < size && inKernel) {
+        const ssize_t n = ::copy_file_range(from, &position, to, nullptr, std::min(size - copied, MaxWritePiece * 4), 0);
+        if (n > 0) {
+            copied += static_cast<std::size_t>(n);
+            continue;
+        }
+        if (n == 0)
+            return true;  // the end of `from`
+        if (errno == EINTR)
+            continue;
+        // Not between these two files (another file system, a special file): the plain way.
+        if (copied == 0 && (errno == EXDEV || errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP))
+            inKernel = false;
+        else {
+            setLastErrorFromErrno();
+            return false;
+        }
+    }
+    std::vector<unsigned char> buffer;
+    while (copied < size) {
+        buffer.resize(std::min(size - copied, MaxWritePiece));
+        const ssize_t n = ::pread(from, buffer.data(), buffer.size(), position);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0) {
+            setLastErrorFromErrno();
+            return false;
+        }
+        if (n == 0)
+            return true;
+        if (!writeAll(to, buffer.data(), static_cast<std::size_t>(n)))
+            return false;
+        position += n;
+        copied += static_cast<std::size_t>(n);
     }
     return true;
 }

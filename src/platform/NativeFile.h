@@ -43,6 +43,11 @@ enum class SeekFrom { Begin = 0, Current = 1, End = 2 };
 bool seekFile(FileHandle handle, std::int64_t distance, SeekFrom from, std::int64_t* newPosition = nullptr);
 bool fileSize(FileHandle handle, std::int64_t& size);
 bool truncateFile(FileHandle handle, std::int64_t size);
+// Copies `size` bytes from `from` at `offset` to the current position of `to`, inside the kernel
+// where it can, else through a buffer; `from` keeps its position. `copied` says how far it got,
+// short of `size` only at the end of `from` or on failure. Counts as one read and one write for
+// the fault injection.
+bool copyRange(FileHandle from, std::int64_t offset, FileHandle to, std::size_t size, std::size_t& copied);
 
 // Walking below a folder without ever following a symbolic link: extraction uses these so that a
 // link planted inside the chosen folder cannot lead a write outside it.
