@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <cstring>
 #include <filesystem>
 
 #include "TestSupport.h"
@@ -138,6 +140,45 @@ TEST(ScopedFile, CreateAlwaysEmptiesTheExistingFileItself)
     ASSERT_TRUE(empty.open(u16(folder / "new.bin"), win::CREATE_ALWAYS, win::GENERIC_WRITE, 3));
     empty.close();
     EXPECT_EQ(fs::file_size(folder / "new.bin"), 0u);
+}
+
+TEST(NativeFile, CopyRangeCopiesFromAnOffsetWithinAndAcrossFileSystems)
+{
+    const fs::path folder = freshFolder("copy-range");
+    const std::vector<std::uint8_t> source = randomBytes(3000001, 9);
+    writeBytes(folder / "source", source);
+    // /dev/shm is another file system, where the kernel won't copy and the buffered way takes over.
+    std::vector<fs::path> targets = {folder / "target"};
+    if (fs::is_directory("/dev/shm"))
+        targets.push_back(fs::path("/dev/shm") / ("halvoren-copy-" + std::to_string(::getpid())));
+    for (const fs::path& target : targets) {
+        SCOPED_TRACE(target.string());
+        const platform::FileHandle from = platform::openFile(u16(folder / "source"), win::OPEN_EXISTING, win::GENERIC_READ);
+        const platform::FileHandle to = platform::openFile(u16(target), win::CREATE_ALWAYS, win::GENERIC_WRITE);
+        ASSERT_NE(from, platform::InvalidHandle);
+        ASSERT_NE(to, platform::InvalidHandle);
+        ASSERT_TRUE(platform::writeFile(to, "head", 4));
+        std::size_t copied = 0;
+        // Past the end of the source the copy stops short, without failing.
+        ASSERT_TRUE(platform::copyRange(from, 1000, to, source.size(), copied));
+        EXPECT_EQ(copied, source.size() - 1000);
+        std::int64_t position = -1;
+        ASSERT_TRUE(platform::seekFile(from, 0, platform::SeekFrom::Current, &position));
+        EXPECT_EQ(position, 0);
+
+        platform::faults::failAfter(platform::faults::Kind::Write, 0, win::ERROR_DISK_FULL);
+        EXPECT_FALSE(platform::copyRange(from, 0, to, 10, copied));
+        EXPECT_EQ(platform::lastError(), win::ERROR_DISK_FULL);
+        platform::faults::reset();
+        platform::closeFile(from);
+        platform::closeFile(to);
+
+        std::vector<std::uint8_t> expected(4 + source.size() - 1000);
+        std::memcpy(expected.data(), "head", 4);
+        std::copy(source.begin() + 1000, source.end(), expected.begin() + 4);
+        EXPECT_EQ(readBytes(target), expected);
+        fs::remove(target);
+    }
 }
 
 TEST(AtomicFile, ReplacingTakesTheNewFileAndLeavesNothingElse)
