@@ -261,27 +261,39 @@ EngineStatus ContainerFile::finish()
     header.toBytes(bytes);
     if (!platform::seekFile(file_, 0, platform::SeekFrom::Begin) || !platform::writeFile(file_, bytes, sizeof bytes))
         return lastErrorStatus();
-    Md5Digest early {};
-    std::int64_t total = 0;
-    const bool haveEarly = running_ && entryCount_ == expectedEntries_ && running_->finish(early)
-        && platform::fileSize(file_, total);
+    std::optional<Md5Digest> early;
+    Md5Digest taken {};
+    if (running_ && entryCount_ == expectedEntries_ && running_->finish(taken))
+        early = taken;
     running_.reset();
-    if (haveEarly) {
-        // The digest is already known; the reports still come, so that the hashing shows and
-        // can be stopped as it could be if the file were read again.
-        if (!reportHashProgress(total, total - HashedRangeStart, callback_, userParameter_))
-            return EngineStatus(win::NTE_BAD_HASH, SeverityError);
-        hash_ = early;
-    } else {
-        if (!platform::seekFile(file_, HashedRangeStart, platform::SeekFrom::Begin))
-            return lastErrorStatus();
-        const auto digest = hashFile(file_, callback_, userParameter_);
-        if (!digest)
-            return EngineStatus(win::NTE_BAD_HASH, SeverityError);
-        hash_ = *digest;
-    }
+    const EngineStatus hashed = digestOf(file_, early, hash_);
+    if (!hashed.ok())
+        return hashed;
     if (!platform::seekFile(file_, 4, platform::SeekFrom::Begin) || !platform::writeFile(file_, hash_.data(), hash_.size()))
         return lastErrorStatus();
+    return EngineStatus();
+}
+
+EngineStatus ContainerFile::digestOf(platform::FileHandle handle, const std::optional<Md5Digest>& known,
+                                     Md5Digest& digest)
+{
+    if (known) {
+        // The digest was taken on the way; the reports still come, so that the hashing shows
+        // and can be stopped as it could be if the file were read again.
+        std::int64_t total = 0;
+        if (!platform::fileSize(handle, total))
+            return lastErrorStatus();
+        if (!reportHashProgress(total, total - HashedRangeStart, callback_, userParameter_))
+            return EngineStatus(win::NTE_BAD_HASH, SeverityError);
+        digest = *known;
+        return EngineStatus();
+    }
+    if (!platform::seekFile(handle, HashedRangeStart, platform::SeekFrom::Begin))
+        return lastErrorStatus();
+    const auto computed = hashFile(handle, callback_, userParameter_);
+    if (!computed)
+        return EngineStatus(win::NTE_BAD_HASH, SeverityError);
+    digest = *computed;
     return EngineStatus();
 }
 
@@ -319,21 +331,9 @@ EngineStatus ContainerFile::verify(platform::FileHandle handle, ContainerHeader&
     if (header.magic != ContainerMagic || header.entryCount == 0)
         return EngineStatus(win::ERROR_BAD_FORMAT, SeverityError);
     Md5Digest digest {};
-    if (known) {
-        std::int64_t total = 0;
-        if (!platform::fileSize(handle, total))
-            return lastErrorStatus();
-        if (!reportHashProgress(total, total - HashedRangeStart, callback_, userParameter_))
-            return EngineStatus(win::NTE_BAD_HASH, SeverityError);
-        digest = *known;
-    } else {
-        if (!platform::seekFile(handle, HashedRangeStart, platform::SeekFrom::Begin))
-            return lastErrorStatus();
-        const auto computed = hashFile(handle, callback_, userParameter_);
-        if (!computed)
-            return EngineStatus(win::NTE_BAD_HASH, SeverityError);
-        digest = *computed;
-    }
+    const EngineStatus hashed = digestOf(handle, known, digest);
+    if (!hashed.ok())
+        return hashed;
     if (digest != header.hash)
         return EngineStatus(win::ERROR_BAD_FORMAT, SeverityError);
     return EngineStatus();

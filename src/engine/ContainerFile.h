@@ -84,6 +84,9 @@ public:
 
 private:
     EngineStatus finish();
+    // MD5 of the file from offset 20 on, with its reports: the one given if there is one, else
+    // read from the file.
+    EngineStatus digestOf(platform::FileHandle handle, const std::optional<Md5Digest>& known, Md5Digest& digest);
     EngineStatus verify(platform::FileHandle handle, ContainerHeader& header);
     EngineStatus copyData(ContainerEntry& entry, const std::vector<std::uint8_t>& prefix, std::int64_t size);
     // Writes at the end of the package and feeds the running digest.
