@@ -63,9 +63,8 @@ ReadAhead::ReadAhead(FileHandle handle, std::size_t blockSize, std::uint64_t lim
     // A short stream needs no more than its own length.
     capacity_ = static_cast<std::size_t>(std::min<std::uint64_t>(blockSize_, std::max<std::uint64_t>(left, 1)));
     slots_.resize(threaded_ ? Depth : 1);
-    for (Slot& slot : slots_) {
+    for (Slot& slot : slots_)
         slot.bytes = takeBuffer(capacity_, slot.capacity);
-    }
     if (threaded_)
         reader_ = std::thread(&ReadAhead::run, this);
 }
