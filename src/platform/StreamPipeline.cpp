@@ -48,6 +48,18 @@ void giveBack(std::unique_ptr<std::uint8_t[]> bytes, std::size_t capacity)
     if (smallest->capacity < capacity)
         *smallest = {std::move(bytes), capacity};
 }
+// Tells a pipeline's thread to stop and waits for it; nothing if it never started.
+void stopAndJoin(std::thread& thread, std::mutex& lock, bool& stopping, std::condition_variable& changed)
+{
+    if (!thread.joinable())
+        return;
+    {
+        std::lock_guard guard(lock);
+        stopping = true;
+    }
+    changed.notify_all();
+    thread.join();
+}
 }  // namespace
 
 ReadAhead::ReadAhead(FileHandle handle, std::size_t blockSize, std::uint64_t limit, bool limitIsAvailable,
@@ -71,14 +83,7 @@ ReadAhead::ReadAhead(FileHandle handle, std::size_t blockSize, std::uint64_t lim
 
 ReadAhead::~ReadAhead()
 {
-    if (reader_.joinable()) {
-        {
-            std::lock_guard guard(lock_);
-            stopping_ = true;
-        }
-        changed_.notify_all();
-        reader_.join();
-    }
+    stopAndJoin(reader_, lock_, stopping_, changed_);
     for (Slot& slot : slots_)
         giveBack(std::move(slot.bytes), slot.capacity);
 }
@@ -162,14 +167,7 @@ WriteBehind::WriteBehind(FileHandle handle, std::size_t blockCapacity, std::uint
 
 WriteBehind::~WriteBehind()
 {
-    if (writer_.joinable()) {
-        {
-            std::lock_guard guard(lock_);
-            stopping_ = true;
-        }
-        changed_.notify_all();
-        writer_.join();
-    }
+    stopAndJoin(writer_, lock_, stopping_, changed_);
 }
 
 std::uint8_t* WriteBehind::acquire()
