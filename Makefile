@@ -33,9 +33,9 @@ test-asan: bootstrap
 TSAN_BUILD ?= build-tsan
 test-tsan: bootstrap
 	cmake -S . -B $(TSAN_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DHALVOREN_TSAN=ON -DHALVOREN_BENCH=OFF $(CMAKE_FLAGS)
-	cmake --build $(TSAN_BUILD) -j $(JOBS) --target test_packagethread test_engine test_package
+	cmake --build $(TSAN_BUILD) -j $(JOBS) --target test_packagethread test_platform test_package
 	cd $(TSAN_BUILD) && TSAN_OPTIONS="halt_on_error=1 suppressions=$(CURDIR)/tests/tsan.supp" \
-	  ./tests/test_engine --gtest_filter='StreamPipeline*'
+	  ./tests/test_platform --gtest_filter='StreamPipeline*'
 	cd $(TSAN_BUILD) && TSAN_OPTIONS="halt_on_error=1 suppressions=$(CURDIR)/tests/tsan.supp" \
 	  ./tests/test_package --gtest_filter='*LargeFiles*'
 	cd $(TSAN_BUILD) && QT_QPA_PLATFORM=offscreen TSAN_OPTIONS="halt_on_error=1 suppressions=$(CURDIR)/tests/tsan.supp" \

@@ -15,10 +15,11 @@
 #include "contacts/RecipientsStore.h"
 #include "crypto/CertificateStore.h"
 #include "crypto/IdentityCertificate.h"
-#include "engine/PackageEngine.h"
+#include "package/PackageEngine.h"
 #include "platform/ErrorText.h"
 #include "platform/LastError.h"
 #include "platform/NativeFile.h"
+#include "engine/AppConstants.h"
 #include "platform/Profile.h"
 #include "platform/Utf.h"
 

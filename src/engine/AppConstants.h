@@ -1,7 +1,10 @@
 #pragma once
 // Values that exist once in the program.
 
+#include <string>
 #include <string_view>
+
+#include "platform/Profile.h"
 
 inline constexpr std::u16string_view AppName = u"Halvoren";
 inline constexpr std::u16string_view AppVersion = u"1.0";
@@ -16,3 +19,10 @@ inline constexpr std::u16string_view WebSite = u"https://halvoren.example";
 inline constexpr std::u16string_view SupportAddress = u"support@halvoren.example";
 inline constexpr std::u16string_view CrashUrl = u"https://halvoren.example/tools/crashrpt.php";
 inline constexpr std::u16string_view CertificateStoreName = u"Halvoren Certificate Store";
+
+// The profile folder is named after the program; the platform layer below us owns the name.
+static_assert(AppName == platform::ProfileFolderName);
+
+// The two XML stores in the profile folder.
+std::u16string configPath();
+std::u16string recipientsPath();

@@ -4,7 +4,6 @@
 #include <mutex>
 #include <vector>
 
-#include "engine/AppConstants.h"
 #include "platform/AtomicFile.h"
 #include "platform/Utf.h"
 
@@ -89,7 +88,7 @@ std::u16string dataDirectory()
         folder = platform::genericDataLocation();
         if (folder != u"/")
             folder += u'/';
-        folder += AppName;
+        folder += platform::ProfileFolderName;
     }
     // A new account may not have ~/.local/share yet; make every missing level, privately.
     for (std::size_t slash = folder.find(u'/', 1); slash != std::u16string::npos; slash = folder.find(u'/', slash + 1))
@@ -97,7 +96,3 @@ std::u16string dataDirectory()
     platform::makePrivateDirectory(folder);
     return folder + u'/';
 }
-
-std::u16string configPath() { return dataDirectory() + std::u16string(ConfigFileName); }
-
-std::u16string recipientsPath() { return dataDirectory() + std::u16string(RecipientsFileName); }

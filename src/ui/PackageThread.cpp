@@ -1,6 +1,6 @@
 #include "ui/PackageThread.h"
 
-#include "engine/PackageEngine.h"
+#include "package/PackageEngine.h"
 #include "platform/CrashGuard.h"
 
 PackageThread::PackageThread(std::atomic_bool* cancelFlag, QObject* parent, PackageEngine* engine)

@@ -12,7 +12,7 @@
 #include "TestSupport.h"
 #include "crypto/CertificateStore.h"
 #include "crypto/IdentityCertificate.h"
-#include "engine/PackageEngine.h"
+#include "package/PackageEngine.h"
 #include "platform/Profile.h"
 #include "ui/PackageThread.h"
 

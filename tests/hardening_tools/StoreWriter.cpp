@@ -9,6 +9,7 @@
 #include "contacts/ConfigStore.h"
 #include "contacts/RecipientsStore.h"
 #include "crypto/CertificateStore.h"
+#include "engine/AppConstants.h"
 #include "platform/Profile.h"
 #include "platform/Utf.h"
 

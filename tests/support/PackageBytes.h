@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "engine/ContainerFormat.h"
+#include "package/ContainerFormat.h"
 
 namespace testing_support {
 

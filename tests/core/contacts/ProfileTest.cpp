@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 
+#include "engine/AppConstants.h"
 #include "platform/Profile.h"
 #include "support/TestSupport.h"
 

@@ -21,8 +21,9 @@
 #include "crypto/CertificateStore.h"
 #include "crypto/CryptoSession.h"
 #include "crypto/IdentityCertificate.h"
-#include "engine/PackageEngine.h"
+#include "package/PackageEngine.h"
 #include "platform/FaultInjection.h"
+#include "engine/AppConstants.h"
 #include "platform/Profile.h"
 
 using namespace testing_support;

@@ -10,7 +10,7 @@
 #include "crypto/CertificateStore.h"
 #include "crypto/CryptoSession.h"
 #include "crypto/IdentityCertificate.h"
-#include "engine/PackageEngine.h"
+#include "package/PackageEngine.h"
 #include "platform/FaultInjection.h"
 #include "platform/FaultInjection.h"
 #include "platform/Profile.h"

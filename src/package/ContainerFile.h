@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "crypto/HashFile.h"
-#include "engine/ContainerFormat.h"
+#include "package/ContainerFormat.h"
 #include "engine/EngineCallback.h"
 #include "engine/EngineStatus.h"
 #include "platform/NativeFile.h"

@@ -1,4 +1,4 @@
-#include "engine/PackageEngine.h"
+#include "package/PackageEngine.h"
 
 #include <memory>
 #include <new>

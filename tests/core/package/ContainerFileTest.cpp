@@ -6,7 +6,7 @@
 #include "PackageBytes.h"
 #include "TestSupport.h"
 #include "crypto/HashFile.h"
-#include "engine/ContainerFile.h"
+#include "package/ContainerFile.h"
 #include "engine/ScopedFile.h"
 #include "platform/FaultInjection.h"
 #include "platform/LastError.h"

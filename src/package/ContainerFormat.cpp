@@ -1,4 +1,4 @@
-#include "engine/ContainerFormat.h"
+#include "package/ContainerFormat.h"
 
 #include <cstring>
 

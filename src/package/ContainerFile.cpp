@@ -1,4 +1,4 @@
-#include "engine/ContainerFile.h"
+#include "package/ContainerFile.h"
 
 #include <algorithm>
 #include <cstring>

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "contacts/ContactRecord.h"
-#include "engine/ContainerFile.h"
+#include "package/ContainerFile.h"
 #include "engine/EngineCallback.h"
 #include "engine/EngineStatus.h"
 #include "engine/ScopedFile.h"

@@ -1,0 +1,145 @@
+#include "ui/Dialogs.h"
+
+#include <QAbstractButton>
+#include <QFileDialog>
+#include <QQueue>
+#include <optional>
+#include <variant>
+
+namespace Dialogs {
+namespace {
+    using MessageAnswer = std::variant<QMessageBox::StandardButton, QString>;
+
+    struct Answers {
+        QQueue<MessageAnswer> messages;
+        QQueue<std::function<int(QDialog&)>> dialogs;
+        QQueue<QString> paths;
+        QList<Shown> shown;
+        int unanswered = 0;
+        bool strict = false;
+    };
+
+    Answers& answers()
+    {
+        static Answers state;
+        return state;
+    }
+
+    void record(const QMessageBox& box)
+    {
+        Shown shown { box.windowTitle(), box.text(), box.icon(), {} };
+        for (QAbstractButton* button : box.buttons())
+            shown.buttons << button->text();
+        answers().shown << shown;
+    }
+
+    QAbstractButton* findButton(QMessageBox& box, const MessageAnswer& answer)
+    {
+        if (const auto* standard = std::get_if<QMessageBox::StandardButton>(&answer))
+            return box.button(*standard);
+        const QString& text = std::get<QString>(answer);
+        for (QAbstractButton* button : box.buttons()) {
+            if (button->text() == text)
+                return button;
+        }
+        return nullptr;
+    }
+
+    // A path answer, or nothing when the run is interactive.
+    std::optional<QString> queuedPath()
+    {
+        Answers& state = answers();
+        if (!state.paths.isEmpty())
+            return state.paths.dequeue();
+        if (state.strict) {
+            ++state.unanswered;
+            return QString();
+        }
+        return std::nullopt;
+    }
+} // namespace
+
+int exec(QDialog& dialog)
+{
+    Answers& state = answers();
+    if (!state.dialogs.isEmpty()) {
+        const int result = state.dialogs.dequeue()(dialog);
+        dialog.setResult(result);
+        return result;
+    }
+    if (state.strict) {
+        ++state.unanswered;
+        dialog.setResult(QDialog::Rejected);
+        return QDialog::Rejected;
+    }
+    return dialog.exec();
+}
+
+int exec(QMessageBox& box)
+{
+    Answers& state = answers();
+    record(box);
+    if (!state.messages.isEmpty()) {
+        const MessageAnswer answer = state.messages.dequeue();
+        if (QAbstractButton* button = findButton(box, answer)) {
+            // A click runs the box's own handling, so clickedButton() and the result are as after
+            // a real click.
+            button->click();
+            return box.result();
+        }
+        ++state.unanswered;
+        return QMessageBox::NoButton;
+    }
+    if (state.strict) {
+        ++state.unanswered;
+        return QMessageBox::NoButton;
+    }
+    return box.exec();
+}
+
+QString getOpenFileName(QWidget* parent, const QString& caption, const QString& dir, const QString& filter)
+{
+    if (auto path = queuedPath())
+        return *path;
+    return QFileDialog::getOpenFileName(parent, caption, dir, filter);
+}
+
+QString getSaveFileName(QWidget* parent, const QString& caption, const QString& dir, const QString& filter)
+{
+    if (auto path = queuedPath())
+        return *path;
+    return QFileDialog::getSaveFileName(parent, caption, dir, filter);
+}
+
+QString getExistingDirectory(QWidget* parent, const QString& caption, const QString& dir)
+{
+    if (auto path = queuedPath())
+        return *path;
+    return QFileDialog::getExistingDirectory(parent, caption, dir);
+}
+
+namespace testing {
+    void answer(QMessageBox::StandardButton button) { answers().messages.enqueue(button); }
+    void answer(const QString& buttonText) { answers().messages.enqueue(buttonText); }
+    void answer(std::function<int(QDialog&)> handler) { answers().dialogs.enqueue(std::move(handler)); }
+    void answerPath(const QString& path) { answers().paths.enqueue(path); }
+    const QList<Shown>& shown() { return answers().shown; }
+    int unanswered() { return answers().unanswered; }
+
+    int pendingAnswers()
+    {
+        const Answers& state = answers();
+        return int(state.messages.size() + state.dialogs.size() + state.paths.size());
+    }
+
+    void clear()
+    {
+        const bool strict = answers().strict;
+        answers() = Answers();
+        answers().strict = strict;
+    }
+
+    void setStrict(bool strict) { answers().strict = strict; }
+} // namespace testing
+
+} // namespace Dialogs
