@@ -4,7 +4,7 @@ ASAN_BUILD ?= build-asan
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: all bootstrap configure build run test test-asan test-tsan bench fuzz stress format clean
+.PHONY: all bootstrap configure build run screenshots test test-asan test-tsan bench fuzz stress format clean
 
 all: build
 
@@ -19,6 +19,11 @@ build: configure
 
 run: bootstrap build
 	@if [ -x $(BUILD)/src/ui/halvoren ]; then $(BUILD)/src/ui/halvoren; else $(BUILD)/src/cli/halvoren-cli --help; fi
+
+# Every window and dialog rendered offscreen, in a throw-away profile, to PNG files in DIR.
+DIR ?= screenshots
+screenshots: bootstrap build
+	QT_QPA_PLATFORM=offscreen $(BUILD)/tools/halvoren_screenshots $(DIR)
 
 test: bootstrap build
 	cd $(BUILD) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j $(JOBS)

@@ -1,0 +1,871 @@
+#include "ui/MainWindow.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QMimeData>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QMenu>
+#include <QMetaObject>
+#include <QPushButton>
+
+#include "contacts/ConfigStore.h"
+#include "contacts/RecipientsStore.h"
+#include "crypto/CertificateStore.h"
+#include "crypto/IdentityCertificate.h"
+#include "engine/AppConstants.h"
+#include "package/PackageEngine.h"
+#include "platform/ErrorText.h"
+#include "platform/StatusCodes.h"
+#include "ui/Dialogs.h"
+#include "ui/PackageThread.h"
+#include "ui/contacts/ActionMan.h"
+#include "ui/contacts/ContactActionMan.h"
+#include "ui/contacts/ContactDetailsDlg.h"
+#include "ui/contacts/KvxListWidget.h"
+#include "ui/contacts/QuickSearchLineEdit.h"
+#include "ui/contacts/RecipientActionMan.h"
+#include "ui/desktop/Autostart.h"
+#include "ui/desktop/SetupMutex.h"
+#include "ui/desktop/ShowInFolder.h"
+#include "ui/files/ProgressDialog.h"
+#include "ui_MainWindow.h"
+
+namespace {
+QString qs(std::u16string_view text) { return QString::fromStdU16String(std::u16string(text)); }
+std::u16string u16(const QString& text) { return text.toStdU16String(); }
+
+const QString ContactIcon = QStringLiteral(":/ico/MainWindow/Res/contact.png");
+const QString OwnIcon = QStringLiteral(":/ico/MainWindow/Res/me.png");
+
+// Makes an empty file where none is, so that a store has something to load.
+void createEmptyFile(const QString& path)
+{
+    QFile file(path);
+    if (file.open(QIODevice::ReadWrite))
+        file.close();
+}
+} // namespace
+
+MainWindow::MainWindow(QWidget* parent)
+    : QMainWindow(parent)
+    , ui(new Ui::MainWindow)
+{
+    ui->setupUi(this);
+
+    cancelRequested = !startupCheck();
+    if (cancelRequested)
+        return;
+    createSetupMutexes();
+    QApplication::setQuitOnLastWindowClosed(false);
+    setAcceptDrops(true);
+    createActionManagers();
+    setupSearchBox();
+    setupExtras();
+    loadStores();
+    if (cancelRequested)
+        return;
+    createPackageThread();
+    connectSignals();
+    packageMode = ModeEncrypt;
+    setButtonState(ButtonEncrypt);
+    handleCommandLine();
+    showProblem();
+}
+
+MainWindow::~MainWindow()
+{
+    // The worker may not outlive the engine and the records it reads; it has ended by now, since
+    // the program only quits once the last run's finished report came.
+    delete packageThread;
+    delete contactActions;
+    delete recipientActions;
+    delete trayMenu;
+    delete ui;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Start-up
+
+bool MainWindow::startupCheck()
+{
+    std::vector<CertificatePtr> certificates;
+    listCertificates(certificates);
+    const bool hasCertificates = !certificates.empty();
+    const bool hasStore = QFile::exists(qs(recipientsPath()));
+    if (hasCertificates == hasStore) {
+        if (!hasCertificates)
+            return true;
+        RecipientsStore probe;
+        std::vector<ContactRecord> probeContacts;
+        if (probe.load(probeContacts, recipientsPath()).ok())
+            return true;
+    }
+
+    QMessageBox question(QMessageBox::Critical, qs(AppName),
+                         tr("An error occurred during application startup. Do you want to reset all changes that "
+                            "were made?"),
+                         QMessageBox::Yes | QMessageBox::No, this);
+    if (Dialogs::exec(question) != QMessageBox::Yes)
+        return false;
+    QFile::remove(qs(recipientsPath()));
+    QFile::remove(qs(configPath()));
+    if (hasCertificates)
+        deleteAllCertificates();
+    return true;
+}
+
+void MainWindow::createSetupMutexes()
+{
+    const QString name = qs(SetupMutexName);
+    holdSetupMutex(name);
+    holdSetupMutex(QStringLiteral("Global\\") + name);
+}
+
+void MainWindow::createActionManagers()
+{
+    contactActions = new ContactActionMan(ui->contactListWidget, ui->recipientsListWidget);
+    ui->contactListWidget->setPeerList(ui->recipientsListWidget);
+    ui->contactListWidget->setActionMan(contactActions);
+    recipientActions = new RecipientActionMan(ui->recipientsListWidget, ui->contactListWidget);
+    ui->recipientsListWidget->setPeerList(ui->contactListWidget);
+    ui->recipientsListWidget->setActionMan(recipientActions);
+    connect(ui->recipientsListWidget, &KvxListWidget::on_event, this, &MainWindow::on_EncryptEnable,
+            Qt::QueuedConnection);
+}
+
+void MainWindow::setupSearchBox()
+{
+    QuickSearchLineEdit* box = ui->quickContactSearchBox;
+    box->setTextColor(Qt::lightGray);
+    box->setPlaceholder(tr("Type here to search"));
+    box->setFilterList(ui->contactListWidget);
+    box->setFilterEnabled(true);
+}
+
+void MainWindow::setupExtras()
+{
+    encryptAndEmailAction = new QAction(QIcon(QStringLiteral(":/ico/MainWindow/Res/mail.png")),
+                                        tr("Encrypt and Email"), this);
+    trayIcon = new QSystemTrayIcon(QIcon(QStringLiteral(":/ico/MainWindow/Res/keyandlock.png")), this);
+
+    dropHintText = tr("Drop <b>Files</b> or <b>Package</b> Here");
+    decryptHintText = tr("Press <b>Decrypt</b> Button to Extract Files");
+    viewHintText = tr("<b>Double-Click</b> Here to View Files");
+    ui->dropBoxLabel->setText(dropHintText);
+    setStatusText(tr("Ready"));
+
+    const struct {
+        QDialogButtonBox::StandardButton which;
+        const char* icon;
+    } arrows[] = { { QDialogButtonBox::Ok, ":/ico/MainWindow/Res/RightArrow.png" },
+                   { QDialogButtonBox::Cancel, ":/ico/MainWindow/Res/LeftArrow.png" } };
+    for (const auto& arrow : arrows) {
+        QPushButton* button = ui->contactManButtonBox->button(arrow.which);
+        button->setIcon(QIcon(QString::fromLatin1(arrow.icon)));
+        button->setIconSize(QSize(32, 32));
+        button->setText(QString());
+        button->setFlat(true);
+        button->setEnabled(false);
+    }
+}
+
+void MainWindow::loadStores()
+{
+    if (!loadConfig())
+        storeProblem = tr("The settings file %1 can't be read.").arg(QDir::toNativeSeparators(qs(configPath())));
+    if (loadRecipients() && !cancelRequested) {
+        contactActions->setStore(recipientsStore.get());
+        recipientActions->setStore(recipientsStore.get());
+        fillContactList();
+        engine = std::make_unique<PackageEngine>(ownContact ? *ownContact : ContactRecord());
+        engine->setNameMode(NameModeFullPath);
+    } else if (!cancelRequested) {
+        storeProblem = tr("The contacts file %1 can't be read or created.")
+                           .arg(QDir::toNativeSeparators(qs(recipientsPath())));
+    }
+}
+
+bool MainWindow::loadConfig()
+{
+    config = std::make_unique<ConfigStore>();
+    const QString path = qs(configPath());
+    const bool existed = QFile::exists(path);
+    if (!existed)
+        createEmptyFile(path);
+    const EngineStatus loaded = config->load(u16(path));
+    if (loaded.ok() && existed)
+        OptionsDialog::loadOptions(config.get(), &options, this);
+    return loaded.ok() && QFile::exists(path);
+}
+
+bool MainWindow::loadRecipients()
+{
+    recipientsStore = std::make_unique<RecipientsStore>();
+    const QString path = qs(recipientsPath());
+    if (QFile::exists(path))
+        return true;
+    createEmptyFile(path);
+    std::vector<ContactRecord> none;
+    const bool loaded = recipientsStore->load(none, u16(path)).ok();
+    if (loaded)
+        enterOwnContact();
+    if (cancelRequested)
+        QFile::remove(path);
+    return loaded;
+}
+
+void MainWindow::enterOwnContact()
+{
+    ContactDetailsDlg dialog(this);
+    dialog.setWindowTitle(tr("Enter Your Own Contact Information"));
+    dialog.setOkEnabled(false);
+    if (Dialogs::exec(dialog) != ContactDetailsDlg::Ok) {
+        cancelRequested = true;
+        return;
+    }
+    const ContactDetails details = dialog.details();
+    std::unique_ptr<IdentityCertificate> identity = IdentityCertificate::create(u16(details.name));
+    if (!identity)
+        return;
+    ContactRecord record;
+    record.identity = *identity;
+    record.name = u16(details.name);
+    record.firstName = u16(details.firstName);
+    record.lastName = u16(details.lastName);
+    record.organization = u16(details.organization);
+    record.email = u16(details.email);
+    record.comments = u16(details.comments);
+    if (recipientsStore->add(record).ok())
+        config->setString(ConfigKey::OwnerName, record.name);
+}
+
+void MainWindow::fillContactList()
+{
+    const EngineStatus loaded = recipientsStore->load(contacts, recipientsPath());
+    const std::u16string ownerName = config->getString(ConfigKey::OwnerName);
+    if (!loaded.ok()) {
+        storeProblem = tr("The contacts file %1 can't be read.").arg(QDir::toNativeSeparators(qs(recipientsPath())));
+        return;
+    }
+    for (const ContactRecord& stored : contacts) {
+        const bool isOwn = stored.name == ownerName;
+        auto record = std::make_shared<ContactRecord>(stored);
+        ui->contactListWidget->addItem(newContactItem(record, isOwn));
+        if (isOwn)
+            ownContact = record;
+    }
+}
+
+void MainWindow::createPackageThread()
+{
+    packageThread = new PackageThread(&cancelRequested, this, nullptr);
+    packageThread->setEngine(engine.get());
+}
+
+void MainWindow::handleCommandLine()
+{
+    parseArguments(QCoreApplication::arguments());
+    if (commandLine.hasFile)
+        openFileArgument(commandLine.file);
+}
+
+void MainWindow::parseArguments(const QStringList& arguments)
+{
+    commandLine = CommandLine();
+    if (arguments.size() != 2)
+        return;
+    const QString& argument = arguments.at(1);
+    if (argument.toLower() == qs(AutostartSwitch)) {
+        commandLine.autostart = true;
+        return;
+    }
+    if (QFileInfo(argument).isFile()) {
+        commandLine.hasFile = true;
+        commandLine.file = argument;
+    }
+}
+
+void MainWindow::openFileArgument(const QString& file)
+{
+    const QString suffix = QFileInfo(file).suffix().toLower();
+    if (suffix == qs(PackageSuffix)) {
+        on_PackageDropped(QDir::toNativeSeparators(file));
+    } else if (suffix == qs(KeySuffix)) {
+        ContactActionMan::importContactKey(file, ui->contactListWidget, recipientsStore.get());
+        cancelRequested = true;
+    }
+}
+
+// A store that can't be opened leaves the program without an engine: say what is wrong once, and
+// keep everything that would need the engine or the contacts switched off.
+void MainWindow::showProblem()
+{
+    if (storeProblem.isEmpty())
+        return;
+    setStatusText(storeProblem);
+    enablePackageWidgets(false);
+    for (QAction* action : { ui->act_MW_create_package, ui->act_MW_open_package, ui->act_MW_add_files,
+                             ui->act_MW_view_files, ui->act_MW_close_package, ui->act_MW_edit_profile,
+                             ui->act_MW_email_key, ui->act_MW_new_contact })
+        action->setEnabled(false);
+    ui->BtnEncDec->setEnabled(false);
+    QMessageBox box(QMessageBox::Critical, qs(AppName),
+                    storeProblem + QStringLiteral("\n\n")
+                        + tr("Check that the folder %1 exists and that you may write to it, then start %2 again.")
+                              .arg(QDir::toNativeSeparators(qs(dataDirectory())), qs(AppName)),
+                    QMessageBox::Ok, this);
+    Dialogs::exec(box);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Signals, actions and the enable table
+
+void MainWindow::connectSignals()
+{
+    connect(packageThread, &PackageThread::statusUpdate, this, &MainWindow::on_StatusUpdate,
+            Qt::BlockingQueuedConnection);
+    connect(packageThread, &PackageThread::engineError, this, &MainWindow::on_EngineError,
+            Qt::BlockingQueuedConnection);
+    connect(packageThread, &QThread::finished, this, &MainWindow::on_PackageThreadFinished, Qt::QueuedConnection);
+    connect(this, &MainWindow::itemsDropped, this, &MainWindow::on_itemsDropped, Qt::QueuedConnection);
+    connect(this, &MainWindow::packageDropped, this, &MainWindow::on_PackageDropped);
+    connect(this, &MainWindow::kvxClosing, this, &QWidget::close, Qt::QueuedConnection);
+    connect(ui->contactListWidget, &QListWidget::itemSelectionChanged, this, &MainWindow::on_itemSelectionChanged);
+    connect(ui->recipientsListWidget, &QListWidget::itemSelectionChanged, this,
+            &MainWindow::on_itemSelectionChanged);
+    connect(ui->contactManButtonBox, &QDialogButtonBox::accepted, this, &MainWindow::on_MoveToRecipients);
+    connect(ui->contactManButtonBox, &QDialogButtonBox::rejected, this, &MainWindow::on_MoveToContacts);
+    connect(this, &MainWindow::optionsChanged, this, &MainWindow::on_OPTStartOnLogin);
+    connectActions();
+}
+
+void MainWindow::connectActions()
+{
+    connect(ui->act_MW_edit_profile, &QAction::triggered, this, &MainWindow::on_EditYourProfile);
+    connect(ui->act_MW_new_contact, SIGNAL(triggered()), contactActions, SLOT(add_new_contact()));
+    connect(ui->act_MW_options, &QAction::triggered, this, &MainWindow::on_Options);
+    connect(ui->act_MW_close, &QAction::triggered, this, &QWidget::close);
+    connect(ui->act_MW_create_package, &QAction::triggered, this, &MainWindow::on_NewPackage);
+    connect(ui->act_MW_open_package, &QAction::triggered, this, &MainWindow::on_OpenPackage);
+    connect(ui->act_MW_close_package, &QAction::triggered, this, &MainWindow::on_ClosePackage);
+
+    // Rows 0 and 3 are one map: the end of the set-up and a closed package look the same.
+    auto row = [](std::initializer_list<std::pair<QAction*, bool>> entries) {
+        auto map = std::make_unique<QMap<QAction*, bool>>();
+        for (const auto& [action, on] : entries)
+            map->insert(action, on);
+        return map;
+    };
+    actionStateRows.push_back(row({ { ui->act_MW_create_package, true },
+                                    { ui->act_MW_open_package, true },
+                                    { ui->act_MW_add_files, true },
+                                    { ui->act_MW_view_files, true },
+                                    { ui->act_MW_close_package, false } }));
+    actionStateRows.push_back(row({ { ui->act_MW_create_package, false },
+                                    { ui->act_MW_open_package, false },
+                                    { ui->act_MW_add_files, true },
+                                    { ui->act_MW_view_files, true },
+                                    { ui->act_MW_close_package, true } }));
+    actionStateRows.push_back(row({ { ui->act_MW_create_package, false },
+                                    { ui->act_MW_open_package, false },
+                                    { ui->act_MW_add_files, false },
+                                    { ui->act_MW_view_files, false },
+                                    { ui->act_MW_close_package, true } }));
+    actionStates = { actionStateRows[0].get(), actionStateRows[1].get(), actionStateRows[2].get(),
+                     actionStateRows[0].get() };
+    applyActionState(0);
+
+    restoreAction = new QAction(QIcon(QStringLiteral(":/ico/MainWindow/Res/restore.png")), tr("&Restore"), this);
+    QFont bold = restoreAction->font();
+    bold.setBold(true);
+    restoreAction->setFont(bold);
+    optionsAction = new QAction(QIcon(QStringLiteral(":/ico/MainWindow/Res/options.png")), tr("&Options..."), this);
+    aboutAction = new QAction(QIcon(QStringLiteral(":/ico/MainWindow/Res/keyandlock.png")), tr("&About"), this);
+    quitAction = new QAction(tr("&Quit"), this);
+    trayMenu = new QMenu();
+    trayMenu->addAction(restoreAction);
+    trayMenu->addAction(optionsAction);
+    trayMenu->addSeparator();
+    trayMenu->addAction(aboutAction);
+    trayMenu->addAction(quitAction);
+    trayIcon->setContextMenu(trayMenu);
+    connect(optionsAction, &QAction::triggered, this, &MainWindow::on_Options);
+    connect(quitAction, &QAction::triggered, this, &QWidget::close);
+}
+
+void MainWindow::applyActionState(int row)
+{
+    const QMap<QAction*, bool>& states = *actionStates.at(std::size_t(row));
+    for (auto it = states.cbegin(); it != states.cend(); ++it)
+        it.key()->setEnabled(it.value());
+}
+
+void MainWindow::setButtonState(int state)
+{
+    buttonState = state;
+    QToolButton* button = ui->BtnEncDec;
+    switch (state) {
+    case ButtonEncrypt:
+        button->setText(tr("Encrypt"));
+        button->setIcon(QIcon(QStringLiteral(":/ico/MainWindow/Res/security_lock.png")));
+        if (!button->actions().contains(encryptAndEmailAction))
+            button->addAction(encryptAndEmailAction);
+        button->setPopupMode(QToolButton::MenuButtonPopup);
+        break;
+    case ButtonDecrypt:
+        button->setText(tr("Decrypt"));
+        button->setIcon(QIcon(QStringLiteral(":/ico/MainWindow/Res/security_unlock.png")));
+        button->removeAction(encryptAndEmailAction);
+        button->setPopupMode(QToolButton::DelayedPopup);
+        break;
+    case ButtonCancel:
+        button->setText(tr("Cancel"));
+        button->removeAction(encryptAndEmailAction);
+        button->setPopupMode(QToolButton::DelayedPopup);
+        break;
+    }
+}
+
+void MainWindow::setStatusText(const QString& text)
+{
+    ui->lineEdit->setUpdatesEnabled(false);
+    ui->lineEdit->setText(text);
+    ui->lineEdit->setCursorPosition(0);
+    ui->lineEdit->setUpdatesEnabled(true);
+    if (trayIcon)
+        trayIcon->setToolTip(text);
+}
+
+void MainWindow::enablePackageWidgets(bool on)
+{
+    ui->dropBoxLabel->setEnabled(on);
+    ui->quickContactSearchBox->setEnabled(on);
+    ui->recipientsListWidget->setEnabled(on);
+    ui->contactListWidget->setEnabled(on);
+}
+
+void MainWindow::resetPackage()
+{
+    contacts.clear();
+    packageFiles.clear();
+    packagePath.clear();
+    ignoredCodes.clear();
+    const int mode = packageMode;
+    cancelRequested = false;
+    sendAfterEncrypt = false;
+    if (mode == ModeEncrypt) {
+        QList<QListWidgetItem*> recipients;
+        for (int row = 0; row < ui->recipientsListWidget->count(); ++row)
+            recipients << ui->recipientsListWidget->item(row);
+        ui->contactListWidget->addClonesOf(recipients);
+        ui->recipientsListWidget->clear();
+    }
+}
+
+void MainWindow::addDroppedUrls(const QList<QUrl>& urls)
+{
+    ProgressDialog dialog(&packageFiles, this);
+    dialog.setWindowTitle(tr("Adding Files..."));
+    dialog.startTraverse(urls);
+}
+
+void MainWindow::on_EncryptEnable()
+{
+    const bool ready = !packageFiles.empty() && ui->recipientsListWidget->count() > 0;
+    ui->dropBoxLabel->setText(packageFiles.empty() ? dropHintText : viewHintText);
+    if (packageMode == ModeEncrypt)
+        ui->BtnEncDec->setEnabled(ready && engine);
+}
+
+void MainWindow::on_itemSelectionChanged()
+{
+    ui->contactManButtonBox->button(QDialogButtonBox::Ok)
+        ->setEnabled(!ui->contactListWidget->selectedItems().isEmpty());
+    ui->contactManButtonBox->button(QDialogButtonBox::Cancel)
+        ->setEnabled(!ui->recipientsListWidget->selectedItems().isEmpty());
+}
+
+void MainWindow::on_MoveToRecipients() { QMetaObject::invokeMethod(contactActions, "add_to_recipients"); }
+
+void MainWindow::on_MoveToContacts() { QMetaObject::invokeMethod(recipientActions, "remove_from_recipients"); }
+
+// ---------------------------------------------------------------------------------------------
+// Drops on the window and the own profile
+
+bool MainWindow::isSinglePackageDrop(const QList<QUrl>& urls)
+{
+    return urls.size() == 1 && QFileInfo(urls.first().toLocalFile()).suffix().toLower() == qs(PackageSuffix);
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event)
+{
+    if (childAt(event->position().toPoint()) == ui->dropBoxLabel && !event->source() && ui->dropBoxLabel->isEnabled())
+        event->acceptProposedAction();
+    else
+        event->ignore();
+}
+
+void MainWindow::dragMoveEvent(QDragMoveEvent* event)
+{
+    if (childAt(event->position().toPoint()) == ui->dropBoxLabel && !event->source())
+        event->acceptProposedAction();
+    else
+        event->ignore();
+}
+
+void MainWindow::dragLeaveEvent(QDragLeaveEvent* event) { event->accept(); }
+
+void MainWindow::dropEvent(QDropEvent* event)
+{
+    const QMimeData* data = event->mimeData();
+    if (!data || !data->hasUrls() || event->source())
+        return;
+    const QList<QUrl> urls = data->urls();
+    if (isSinglePackageDrop(urls)) {
+        emit packageDropped(QDir::toNativeSeparators(urls.first().toLocalFile()));
+    } else {
+        droppedUrls = urls;
+        emit itemsDropped();
+    }
+    event->acceptProposedAction();
+}
+
+void MainWindow::on_itemsDropped()
+{
+    addDroppedUrls(droppedUrls);
+    ui->dropBoxLabel->setText(viewHintText);
+    on_EncryptEnable();
+}
+
+void MainWindow::on_EditYourProfile()
+{
+    auto findOwn = [](QListWidget* list) -> QListWidgetItem* {
+        QListWidgetItem* own = nullptr;
+        for (int row = 0; row < list->count(); ++row) {
+            if (contactItemData(list->item(row)).isOwn)
+                own = list->item(row);
+        }
+        return own;
+    };
+    QListWidgetItem* item = findOwn(ui->contactListWidget);
+    if (!item)
+        item = findOwn(ui->recipientsListWidget);
+    if (item)
+        showContactDetails(this, recipientsStore.get(), item);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Options
+
+void MainWindow::on_Options()
+{
+    OptionsDialog dialog(config.get(), &options, this);
+    if (Dialogs::exec(dialog) == QDialog::Accepted)
+        emit optionsChanged();
+}
+
+void MainWindow::on_OPTStartOnLogin() { updateAutostart(options.startOnLogin); }
+
+// ---------------------------------------------------------------------------------------------
+// The package in hand and its runs
+
+QString MainWindow::askPackageSavePath()
+{
+    lastSavePath = Dialogs::getSaveFileName(this, tr("Save Halvoren Package as..."), lastSavePath,
+                                            tr("Halvoren Package File (*.kvx)"));
+    if (!lastSavePath.isEmpty() && QFileInfo(lastSavePath).completeSuffix().toLower() != qs(PackageSuffix))
+        lastSavePath += u'.' + qs(PackageSuffix);
+    return lastSavePath;
+}
+
+QString MainWindow::askPackageOpenPath()
+{
+    lastOpenPath = Dialogs::getOpenFileName(this, tr("Open Package File"), lastOpenPath,
+                                            tr("Halvoren Package File (*.kvx)"));
+    return lastOpenPath;
+}
+
+void MainWindow::on_NewPackage()
+{
+    const QString path = askPackageSavePath();
+    if (path.isEmpty())
+        return;
+    packagePath = path;
+    setWindowTitle(qs(AppName) + QStringLiteral(" - ") + QFileInfo(path).fileName());
+    applyActionState(1);
+}
+
+void MainWindow::on_OpenPackage()
+{
+    const QString path = askPackageOpenPath();
+    if (path.isEmpty())
+        return;
+    emit packageDropped(QDir::toNativeSeparators(path));
+    applyActionState(2);
+}
+
+void MainWindow::on_ClosePackage()
+{
+    enablePackageWidgets(true);
+    resetPackage();
+    ui->dropBoxLabel->setText(dropHintText);
+    ui->BtnEncDec->setEnabled(false);
+    ui->progressBar->setValue(0);
+    ui->menuBar->setEnabled(true);
+    packageMode = ModeEncrypt;
+    setButtonState(ButtonEncrypt);
+    setWindowTitle(qs(AppName));
+    setStatusText(tr("Ready"));
+    applyActionState(3);
+}
+
+void MainWindow::on_PackageDropped(QString package_name)
+{
+    resetPackage();
+    enablePackageWidgets(false);
+    packagePath = package_name;
+    ui->dropBoxLabel->setText(decryptHintText);
+    packageMode = ModeDecrypt;
+    setButtonState(ButtonDecrypt);
+    ui->BtnEncDec->setEnabled(engine != nullptr);
+    ui->act_MW_view_files->setEnabled(false);
+    ui->act_MW_add_files->setEnabled(false);
+    applyActionState(2);
+}
+
+void MainWindow::on_BtnEncDec_clicked()
+{
+    bool started = false;
+    switch (buttonState) {
+    case ButtonEncrypt:
+        started = startEncryption();
+        break;
+    case ButtonDecrypt:
+        started = startDecryption();
+        break;
+    case ButtonCancel:
+        cancelRequested = true;
+        return;
+    }
+    if (!started)
+        return;
+    setButtonState(ButtonCancel);
+    enablePackageWidgets(false);
+    ui->menuBar->setEnabled(false);
+}
+
+bool MainWindow::startEncryption()
+{
+    if (!engine)
+        return false;
+    if (ui->recipientsListWidget->count() == 0 && !options.autoAddMyself) {
+        QMessageBox box(QMessageBox::Warning, qs(AppName),
+                        tr("The list of Recipients is empty. Choose who you want to encrypt files for by adding their "
+                           "contacts to Recipients list"),
+                        QMessageBox::Ok, this);
+        Dialogs::exec(box);
+        return false;
+    }
+    std::vector<const ContactRecord*> recipients;
+    bool ownAmongThem = false;
+    for (int row = 0; row < ui->recipientsListWidget->count(); ++row) {
+        const ContactItemData data = contactItemData(ui->recipientsListWidget->item(row));
+        if (data.contact)
+            recipients.push_back(data.contact.get());
+        ownAmongThem = ownAmongThem || data.isOwn;
+    }
+    if (options.autoAddMyself && !ownAmongThem) {
+        // Without an own contact (the first start couldn't make one) there is nothing to add; a
+        // package for nobody at all would be useless, so that case is refused with a reason.
+        if (ownContact) {
+            recipients.push_back(ownContact.get());
+        } else if (recipients.empty()) {
+            QMessageBox box(QMessageBox::Warning, qs(AppName),
+                            tr("You have no contact of your own to encrypt for. Add recipients to the Recipients "
+                               "list, or edit your profile."),
+                            QMessageBox::Ok, this);
+            Dialogs::exec(box);
+            return false;
+        }
+    }
+    if (packagePath.isEmpty())
+        packagePath = askPackageSavePath();
+    if (packagePath.isEmpty())
+        return false;
+
+    engine->setFiles(packageFiles);
+    engine->setPackagePath(u16(QDir::toNativeSeparators(packagePath)));
+    lastPercent = -1;
+    engine->setRecipients(recipients);
+    packageThread->setOperation(PackageOperationCreate);
+    threadFinished = false;
+    packageThread->start(QThread::InheritPriority);
+    return true;
+}
+
+bool MainWindow::startDecryption()
+{
+    if (!engine)
+        return false;
+    QString folder;
+    do {
+        folder = Dialogs::getExistingDirectory(this, tr("Select a folder to extract the files"), extractFolder);
+    } while (!folder.isEmpty() && !QFileInfo(folder).isDir());
+    if (folder.isEmpty())
+        return false;
+    extractFolder = folder;
+    engine->setPackagePath(u16(packagePath));
+    engine->setExtractFolder(u16(extractFolder));
+    packageThread->setOperation(PackageOperationExtract);
+    threadFinished = false;
+    packageThread->start(QThread::InheritPriority);
+    return true;
+}
+
+void MainWindow::on_StatusUpdate(uint operation, qint64 data_length, qint64 processed_length,
+                                 KvxUtils::UserParameter* user_parameter)
+{
+    const int percent = data_length == 0 ? 0 : int(double(processed_length) / double(data_length) * 100.0);
+    if (percent == lastPercent)
+        return;
+    lastPercent = percent;
+    if (percent <= 100)
+        ui->progressBar->setValue(percent);
+
+    const QString fileName = user_parameter && user_parameter->fileName
+        ? QString::fromStdU16String(std::u16string(user_parameter->fileName))
+        : QString();
+    QString text;
+    switch (operation) {
+    case OpEncrypt:
+        text = tr("Encryption...");
+        break;
+    case OpDecrypt:
+        text = tr("Decryption...");
+        break;
+    case OpHash:
+        text = tr("Hashing...");
+        break;
+    case OpWriteFile:
+        text = tr("Writing File: ") + fileName;
+        break;
+    case OpExtractFile:
+        text = tr("Extracting File: ") + fileName;
+        break;
+    default:
+        break;
+    }
+    setStatusText(text);
+}
+
+void MainWindow::on_EngineError(KvxUtils::UserParameter* user_parameter, bool& status)
+{
+    const std::uint32_t code = user_parameter ? user_parameter->status.code() : 0;
+    status = ignoredCodes.contains(code);
+    if (status || cancelRequested)
+        return;
+    if (reportFatalError(user_parameter)) {
+        status = false;
+        cancelRequested = true;
+        return;
+    }
+    askOnError(user_parameter, status);
+}
+
+bool MainWindow::reportFatalError(KvxUtils::UserParameter* user_parameter)
+{
+    const std::uint32_t code = user_parameter ? user_parameter->status.code() : 0;
+    QString text;
+    if (code == win::ERROR_BAD_FORMAT || code == win::NTE_BAD_HASH)
+        text = qs(platform::InvalidPackageText);
+    else if (code == win::CRYPT_E_RECIPIENT_NOT_FOUND)
+        text = qs(platform::NotARecipientText);
+    else
+        return false;
+    QMessageBox box(QMessageBox::Critical, qs(AppName), text, QMessageBox::Ok, this);
+    Dialogs::exec(box);
+    return true;
+}
+
+void MainWindow::askOnError(KvxUtils::UserParameter* user_parameter, bool& status)
+{
+    EngineStatus engineStatus = user_parameter->status;
+    QString text = tr("An error occurred while processing:<br>") + QStringLiteral("<b>")
+        + QString::fromStdU16String(engineStatus.message()) + QStringLiteral("</b><br>");
+    if (user_parameter->fileName && *user_parameter->fileName)
+        text += QString::fromStdU16String(std::u16string(user_parameter->fileName));
+    QMessageBox box(QMessageBox::Warning, qs(AppName), text, QMessageBox::NoButton, this);
+    box.setTextFormat(Qt::RichText);
+    QAbstractButton* continueButton = box.addButton(tr("Continue"), QMessageBox::AcceptRole);
+    QAbstractButton* ignoreButton = box.addButton(QMessageBox::Ignore);
+    box.addButton(QMessageBox::Cancel);
+    Dialogs::exec(box);
+    QAbstractButton* clicked = box.clickedButton();
+    status = clicked == continueButton || clicked == ignoreButton;
+    if (clicked == ignoreButton)
+        ignoredCodes.insert(engineStatus.code());
+    else if (!status)
+        cancelRequested = true;
+}
+
+void MainWindow::on_PackageThreadFinished()
+{
+    threadFinished = true;
+    const EngineStatus status = packageThread->result();
+    if (closeRequested)
+        emit kvxClosing();
+    else if (!options.doNotNotify)
+        notifyCompletion(status);
+    on_ClosePackage();
+}
+
+void MainWindow::notifyCompletion(const EngineStatus& status)
+{
+    if (cancelRequested)
+        return;
+    const QString text = tr("The process of ") + (packageMode == ModeEncrypt ? tr("Encryption") : tr("Decryption"))
+        + tr(" has been completed ") + (status.ok() ? tr("Successfully.") : tr("Unsuccessfully."));
+    const QString details = packageMode == ModeEncrypt ? packagePath : extractFolder;
+    if (!isVisible()) {
+        // In the tray nobody would see a message box; a balloon tells the end instead.
+        trayIcon->showMessage(tr("Done!"), text,
+                              status.ok() ? QSystemTrayIcon::Information : QSystemTrayIcon::Critical, 10000);
+        return;
+    }
+    QMessageBox box(status.ok() ? QMessageBox::Information : QMessageBox::Critical, qs(AppName), text,
+                    QMessageBox::Ok, this);
+    QAbstractButton* detailsButton = status.ok() ? box.addButton(QStringLiteral("Details"), QMessageBox::AcceptRole)
+                                                 : nullptr;
+    Dialogs::exec(box);
+    if (detailsButton && box.clickedButton() == detailsButton)
+        showInExplorer(details);
+}
+
+// ---------------------------------------------------------------------------------------------
+// The way out
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    const bool running = packageThread && packageThread->isRunning();
+    if (!running) {
+        event->accept();
+        QCoreApplication::quit();
+        return;
+    }
+    if (closeRequested && threadFinished) {
+        // The worker reported its end; only its last instructions are left.
+        packageThread->wait();
+        event->accept();
+        QCoreApplication::quit();
+        return;
+    }
+    // Never wait here while the worker can still report: it may be waiting for this thread.
+    cancelRequested = true;
+    closeRequested = true;
+    event->ignore();
+}

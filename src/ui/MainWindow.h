@@ -1,0 +1,187 @@
+#pragma once
+// The program's one window and the owner of everything that lives as long as the program: the
+// stores, the engine, the worker thread, the tray icon and the one package in hand. All of
+// start-up runs in the constructor, modal dialogs included; when it decides that the program ends
+// at once it leaves cancelRequested set, and the entry function shows no window.
+
+#include <QList>
+#include <QMainWindow>
+#include <QMap>
+#include <QSet>
+#include <QSystemTrayIcon>
+#include <QUrl>
+#include <atomic>
+#include <memory>
+#include <vector>
+
+#include "contacts/ContactRecord.h"
+#include "engine/EngineCallback.h"
+#include "files/FileSet.h"
+#include "ui/OptionsDialog.h"
+
+class ConfigStore;
+class RecipientsStore;
+class PackageEngine;
+class PackageThread;
+class ContactActionMan;
+class RecipientActionMan;
+class QAction;
+class QMenu;
+class QListWidgetItem;
+
+namespace Ui {
+class MainWindow;
+}
+
+inline constexpr int ModeEncrypt = 1;
+inline constexpr int ModeDecrypt = 2;
+inline constexpr int ButtonEncrypt = 0;
+inline constexpr int ButtonDecrypt = 1;
+inline constexpr int ButtonCancel = 2;
+
+struct CommandLine {
+    bool autostart = false;
+    bool hasFile = false;
+    QString file;
+};
+
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+
+public:
+    explicit MainWindow(QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+    // Set when start-up decided that the program ends without a window; afterwards the stop flag
+    // of the running work.
+    bool isCancelRequested() const { return cancelRequested.load(); }
+
+    // For the tests and the screenshot tool, which look at the window as a user would.
+    Ui::MainWindow* form() const { return ui; }
+    int mode() const { return packageMode; }
+    int currentButtonState() const { return buttonState; }
+    const FileSet& files() const { return packageFiles; }
+    const QString& currentPackagePath() const { return packagePath; }
+    const ApplicationOptions& currentOptions() const { return options; }
+    PackageThread* thread() const { return packageThread; }
+    PackageEngine* packageEngine() const { return engine.get(); }
+    const QString& startupProblem() const { return storeProblem; }
+    QSystemTrayIcon* tray() const { return trayIcon; }
+
+    // What a drop of these URLs on dropBoxLabel would be: one package, or files to collect.
+    static bool isSinglePackageDrop(const QList<QUrl>& urls);
+
+signals:
+    void itemsDropped();
+    void packageDropped(QString package_name);
+    void kvxClosing();
+    void optionsChanged();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private slots:
+    void on_NewPackage();
+    void on_OpenPackage();
+    void on_ClosePackage();
+    void on_Options();
+    void on_StatusUpdate(uint operation, qint64 data_length, qint64 processed_length,
+                         KvxUtils::UserParameter* user_parameter);
+    void on_EngineError(KvxUtils::UserParameter* user_parameter, bool& status);
+    void on_PackageThreadFinished();
+    void on_EncryptEnable();
+    void on_PackageDropped(QString package_name);
+    void on_BtnEncDec_clicked();
+    void on_itemSelectionChanged();
+    void on_MoveToRecipients();
+    void on_MoveToContacts();
+    void on_OPTStartOnLogin();
+    void on_itemsDropped();
+    void on_EditYourProfile();
+
+public:
+    // The enable table and the controls of the package state.
+    void applyActionState(int row);
+    void setButtonState(int state);
+    void setStatusText(const QString& text);
+    void enablePackageWidgets(bool on);
+    void resetPackage();
+    // Walks the URLs into the package in hand, with the progress dialog up meanwhile.
+    void addDroppedUrls(const QList<QUrl>& urls);
+
+private:
+    bool startupCheck();
+    void createSetupMutexes();
+    void createActionManagers();
+    void setupSearchBox();
+    void setupExtras();
+    void loadStores();
+    bool loadConfig();
+    bool loadRecipients();
+    void enterOwnContact();
+    void fillContactList();
+    void createPackageThread();
+    void connectSignals();
+    void connectActions();
+    void handleCommandLine();
+    void parseArguments(const QStringList& arguments);
+    void openFileArgument(const QString& file);
+
+    QString askPackageSavePath();
+    QString askPackageOpenPath();
+    bool startEncryption();
+    bool startDecryption();
+    bool reportFatalError(KvxUtils::UserParameter* user_parameter);
+    void askOnError(KvxUtils::UserParameter* user_parameter, bool& status);
+    void notifyCompletion(const EngineStatus& status);
+    void showProblem();
+
+    Ui::MainWindow* ui = nullptr;
+    std::unique_ptr<ConfigStore> config;
+    std::unique_ptr<RecipientsStore> recipientsStore;
+    std::unique_ptr<PackageEngine> engine;
+    ContactActionMan* contactActions = nullptr;
+    RecipientActionMan* recipientActions = nullptr;
+    std::vector<ContactRecord> contacts;
+    // The record of the own contact's list item; it shares the item's record, so it stays valid
+    // while the item lives.
+    std::shared_ptr<ContactRecord> ownContact;
+    FileSet packageFiles;
+    QString packagePath;
+    std::atomic_bool cancelRequested { false };
+    bool closeRequested = false;
+    bool threadFinished = true;
+    bool sendAfterEncrypt = false;
+    bool firstTimeMinimized = false;
+    PackageThread* packageThread = nullptr;
+    int lastPercent = -1;
+    QList<QUrl> droppedUrls;
+    int packageMode = 0;
+    int buttonState = ButtonEncrypt;
+    QAction* encryptAndEmailAction = nullptr;
+    QString extractFolder;
+    QString lastOpenPath;
+    QString lastSavePath;
+    QString detailsPath;
+    QString dropHintText;
+    QString decryptHintText;
+    QString viewHintText;
+    QSet<quint32> ignoredCodes;
+    std::vector<QMap<QAction*, bool>*> actionStates;
+    std::vector<std::unique_ptr<QMap<QAction*, bool>>> actionStateRows;
+    QSystemTrayIcon* trayIcon = nullptr;
+    QAction* restoreAction = nullptr;
+    QAction* optionsAction = nullptr;
+    QAction* aboutAction = nullptr;
+    QAction* quitAction = nullptr;
+    QMenu* trayMenu = nullptr;
+    ApplicationOptions options;
+    CommandLine commandLine;
+    // What went wrong when a store couldn't be opened after the start-up check passed; the
+    // window then offers nothing that needs the engine.
+    QString storeProblem;
+};

@@ -1,0 +1,390 @@
+// The main window from its start: the first start and the start-up check, the options with the
+// autostart entry, the enable table through the package states, and a close during a run. Each
+// case runs in its own profile; every dialog is answered through the seam.
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QDialogButtonBox>
+#include <QDropEvent>
+#include <QEventLoop>
+#include <QMimeData>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTimer>
+#include <QToolButton>
+#include <filesystem>
+#include <fstream>
+
+#include "Sandbox.h"
+#include "TestSupport.h"
+#include "contacts/ConfigStore.h"
+#include "crypto/CertificateStore.h"
+#include "engine/AppConstants.h"
+#include "platform/Profile.h"
+#include "ui/Dialogs.h"
+#include "ui/MainWindow.h"
+#include "ui/OptionsDialog.h"
+#include "ui/PackageThread.h"
+#include "ui/contacts/ContactDetailsDlg.h"
+#include "ui/contacts/KvxListWidget.h"
+#include "ui/desktop/Autostart.h"
+#include "ui_MainWindow.h"
+#include "ui_OptionsDialog.h"
+
+using namespace testing_support;
+namespace fs = std::filesystem;
+namespace answers = Dialogs::testing;
+
+namespace {
+fs::path profile;
+
+void freshProfile(const char* hint)
+{
+    profile = freshFolder(hint);
+    platform::setProfileDirectory(u16(profile));
+    closeCertificateStore();
+    answers::clear();
+}
+
+fs::path contactsFile() { return profile / "RecipientsList.xml"; }
+fs::path configFile() { return profile / "KvxCfg.xml"; }
+
+size_t certificateCount()
+{
+    std::vector<CertificatePtr> list;
+    listCertificates(list);
+    return list.size();
+}
+
+// Answers the first-start dialog: records what it showed, fills the name and accepts, or cancels
+// when the name is empty.
+struct FirstStart {
+    QString title;
+    bool okEnabledAtStart = true;
+    bool shown = false;
+};
+
+void answerFirstStart(FirstStart& seen, const QString& name)
+{
+    answers::answer([&seen, name](QDialog& dialog) {
+        seen.shown = true;
+        seen.title = dialog.windowTitle();
+        seen.okEnabledAtStart = dialog.findChild<QPushButton*>("OKButton")->isEnabled();
+        if (name.isEmpty())
+            return int(ContactDetailsDlg::Cancelled);
+        auto& details = static_cast<ContactDetailsDlg&>(dialog);
+        details.setContactName(name);
+        details.setEMail(name.section(u' ', 0, 0).toLower() + "@example.org");
+        return int(ContactDetailsDlg::Ok);
+    });
+}
+
+// The five actions of the enable table, in its column order.
+QList<bool> actionRow(MainWindow& window)
+{
+    Ui::MainWindow* ui = window.form();
+    return { ui->act_MW_create_package->isEnabled(), ui->act_MW_open_package->isEnabled(),
+             ui->act_MW_add_files->isEnabled(), ui->act_MW_view_files->isEnabled(),
+             ui->act_MW_close_package->isEnabled() };
+}
+
+void dropUrls(MainWindow& window, const QList<QUrl>& urls)
+{
+    QMimeData data;
+    data.setUrls(urls);
+    const QPoint at = window.form()->dropBoxLabel->geometry().center();
+    QDropEvent drop(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&window, &drop);
+    QVERIFY(drop.isAccepted());
+    // The collection is walked after the drop has ended (a queued signal).
+    QCoreApplication::processEvents();
+    QCoreApplication::processEvents();
+}
+
+void moveAllToRecipients(MainWindow& window)
+{
+    window.form()->contactListWidget->selectAll();
+    window.form()->contactManButtonBox->button(QDialogButtonBox::Ok)->click();
+    QCoreApplication::processEvents();
+}
+} // namespace
+
+class MainWindowTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init() { answers::setStrict(true); }
+
+    void firstStartMakesTheOwnContactOnlyWhenAccepted()
+    {
+        freshProfile("first");
+        FirstStart seen;
+        answerFirstStart(seen, QString());
+        {
+            MainWindow window;
+            QVERIFY(window.isCancelRequested());
+        }
+        QVERIFY(seen.shown);
+        QCOMPARE(seen.title, QStringLiteral("Enter Your Own Contact Information"));
+        QVERIFY(!seen.okEnabledAtStart);
+        QVERIFY(answers::shown().isEmpty()); // no reset question on a first start
+        QVERIFY(fs::exists(configFile()));
+        QCOMPARE(fs::file_size(configFile()), 0u);
+        QVERIFY(!fs::exists(contactsFile()));
+        QCOMPARE(certificateCount(), 0u);
+
+        // The next start is a first start again, and this time the user goes through with it.
+        answerFirstStart(seen, QStringLiteral("Anna Example"));
+        MainWindow window;
+        QVERIFY(!window.isCancelRequested());
+        QCOMPARE(answers::unanswered(), 0);
+        Ui::MainWindow* ui = window.form();
+        QCOMPARE(ui->contactListWidget->count(), 1);
+        QCOMPARE(ui->contactListWidget->item(0)->text(), QStringLiteral("Anna Example"));
+        QVERIFY(contactItemData(ui->contactListWidget->item(0)).isOwn);
+        QVERIFY(window.packageEngine());
+        ConfigStore config;
+        QVERIFY(config.load(configPath()).ok());
+        QCOMPARE(config.getString(ConfigKey::OwnerName), std::u16string(u"Anna Example"));
+
+        // The Empty state.
+        QCOMPARE(window.windowTitle(), QStringLiteral("Halvoren"));
+        QCOMPARE(window.mode(), ModeEncrypt);
+        QCOMPARE(window.currentButtonState(), ButtonEncrypt);
+        QCOMPARE(ui->BtnEncDec->text(), QStringLiteral("Encrypt"));
+        QVERIFY(!ui->BtnEncDec->isEnabled());
+        QCOMPARE(ui->BtnEncDec->actions().size(), 1); // "Encrypt and Email" on its popup
+        QCOMPARE(ui->dropBoxLabel->text(), QStringLiteral("Drop <b>Files</b> or <b>Package</b> Here"));
+        QCOMPARE(ui->lineEdit->text(), QStringLiteral("Ready"));
+        QCOMPARE(window.tray()->toolTip(), QStringLiteral("Ready"));
+        QCOMPARE(actionRow(window), (QList<bool> { true, true, true, true, false }));
+        QVERIFY(!ui->contactManButtonBox->button(QDialogButtonBox::Ok)->isEnabled());
+        QVERIFY(!ui->contactManButtonBox->button(QDialogButtonBox::Cancel)->isEnabled());
+    }
+
+    void startupCheckOffersTheResetOnEveryMismatch()
+    {
+        freshProfile("check");
+        FirstStart seen;
+
+        // A contacts file without certificates: No leaves everything as it was.
+        std::ofstream(contactsFile()) << "<Recipients/>";
+        answers::answer(QMessageBox::No);
+        {
+            MainWindow window;
+            QVERIFY(window.isCancelRequested());
+        }
+        QCOMPARE(answers::shown().size(), 1);
+        QCOMPARE(answers::shown().first().icon, QMessageBox::Critical);
+        QCOMPARE(answers::shown().first().text,
+                 QStringLiteral("An error occurred during application startup. Do you want to reset all changes that "
+                                "were made?"));
+        QVERIFY(fs::exists(contactsFile()));
+
+        // Yes resets and leads to the first start in the same run.
+        answers::answer(QMessageBox::Yes);
+        answerFirstStart(seen, QStringLiteral("Bert Example"));
+        {
+            MainWindow window;
+            QVERIFY(!window.isCancelRequested());
+            QCOMPARE(window.form()->contactListWidget->count(), 1);
+        }
+        QVERIFY(seen.shown);
+        QCOMPARE(certificateCount(), 1u);
+
+        // Both present but the contacts file malformed, and certificates without a contacts file.
+        const std::string healthy = [] {
+            std::ifstream in(contactsFile());
+            return std::string(std::istreambuf_iterator<char>(in), {});
+        }();
+        std::ofstream(contactsFile()) << "<Recipients><Recipient";
+        answers::clear();
+        answers::answer(QMessageBox::No);
+        QVERIFY(MainWindow().isCancelRequested());
+        QCOMPARE(answers::shown().size(), 1);
+
+        fs::remove(contactsFile());
+        answers::clear();
+        answers::answer(QMessageBox::No);
+        QVERIFY(MainWindow().isCancelRequested());
+        QCOMPARE(answers::shown().size(), 1);
+        QCOMPARE(certificateCount(), 1u);
+
+        // The healthy profile starts without a question.
+        std::ofstream(contactsFile()) << healthy;
+        answers::clear();
+        MainWindow window;
+        QVERIFY(!window.isCancelRequested());
+        QVERIFY(answers::shown().isEmpty());
+        QCOMPARE(answers::unanswered(), 0);
+    }
+
+    void optionsRoundTripThroughTheFileAndTheAutostartEntry()
+    {
+        freshProfile("options");
+        FirstStart seen;
+        answerFirstStart(seen, QStringLiteral("Cleo Example"));
+        auto window = std::make_unique<MainWindow>();
+        QVERIFY(!window->isCancelRequested());
+        QVERIFY(!fs::exists(u8(autostartEntryPath().toStdU16String())));
+
+        auto answerOptions = [](bool startAtLogin, bool forMyself, bool accept) {
+            answers::answer([=](QDialog& dialog) {
+                auto* form = static_cast<OptionsDialog&>(dialog).form();
+                form->chkStartAtLogin->setChecked(startAtLogin);
+                form->chkEncryptForMyself->setChecked(forMyself);
+                form->buttonBox->button(accept ? QDialogButtonBox::Ok : QDialogButtonBox::Cancel)->click();
+                return dialog.result();
+            });
+        };
+        answerOptions(true, true, true);
+        window->form()->act_MW_options->trigger();
+        QVERIFY(window->currentOptions().startOnLogin);
+        QVERIFY(window->currentOptions().autoAddMyself);
+        const std::string entryPath = u8(autostartEntryPath().toStdU16String());
+        QVERIFY(QString::fromStdString(entryPath).startsWith(QString::fromStdString(getenv("XDG_CONFIG_HOME"))));
+        std::ifstream entry(entryPath);
+        const std::string text((std::istreambuf_iterator<char>(entry)), {});
+        QVERIFY(text.find("[Desktop Entry]") == 0);
+        QVERIFY(text.find("Exec=\"" + QCoreApplication::applicationFilePath().toStdString() + "\" --autostart")
+                != std::string::npos);
+
+        // Cancel changes nothing, in memory or on disk.
+        answerOptions(false, false, false);
+        window->form()->act_MW_options->trigger();
+        QVERIFY(window->currentOptions().startOnLogin);
+        QVERIFY(fs::exists(entryPath));
+
+        // The next start reads the options back; switching autostart off removes the entry.
+        window.reset();
+        window = std::make_unique<MainWindow>();
+        QVERIFY(window->currentOptions().startOnLogin);
+        QVERIFY(window->currentOptions().autoAddMyself);
+        QVERIFY(!window->currentOptions().doNotNotify);
+        answerOptions(false, true, true);
+        window->form()->act_MW_options->trigger();
+        QVERIFY(!fs::exists(entryPath));
+        ConfigStore config;
+        QVERIFY(config.load(configPath()).ok());
+        QVERIFY(!config.getBool(ConfigKey::StartOnLogin));
+        QVERIFY(config.getBool(ConfigKey::AutomaticallyAddToRecipients));
+        QCOMPARE(answers::unanswered(), 0);
+    }
+
+    void enableTableFollowsThePackageStates()
+    {
+        freshProfile("states");
+        FirstStart seen;
+        answerFirstStart(seen, QStringLiteral("Dora Example"));
+        MainWindow window;
+        Ui::MainWindow* ui = window.form();
+        const fs::path sources = freshFolder("sources");
+        writeText(sources / "a.txt", "a");
+        writeText(sources / "sub" / "b.txt", "b");
+
+        // Collecting: files, then a recipient, wake the button.
+        dropUrls(window, { QUrl::fromLocalFile(QString::fromStdString(sources.string())) });
+        QCOMPARE(window.files().size(), 2u);
+        QCOMPARE(ui->dropBoxLabel->text(), QStringLiteral("<b>Double-Click</b> Here to View Files"));
+        QVERIFY(!ui->BtnEncDec->isEnabled());
+        ui->contactListWidget->item(0)->setSelected(true);
+        QVERIFY(ui->contactManButtonBox->button(QDialogButtonBox::Ok)->isEnabled());
+        moveAllToRecipients(window);
+        QCOMPARE(ui->recipientsListWidget->count(), 1);
+        QVERIFY(ui->BtnEncDec->isEnabled());
+
+        // New names the package: row 1 and the title; nothing is written yet.
+        const fs::path target = freshFolder("out") / "report";
+        answers::answerPath(QString::fromStdString(target.string()));
+        ui->act_MW_create_package->trigger();
+        QCOMPARE(window.windowTitle(), QStringLiteral("Halvoren - report.kvx"));
+        QCOMPARE(actionRow(window), (QList<bool> { false, false, true, true, true }));
+        QVERIFY(!fs::exists(target.string() + ".kvx"));
+
+        // Close: Empty again, the recipient back among the contacts, row 3.
+        ui->act_MW_close_package->trigger();
+        QCoreApplication::processEvents();
+        QCOMPARE(window.windowTitle(), QStringLiteral("Halvoren"));
+        QCOMPARE(ui->recipientsListWidget->count(), 0);
+        QCOMPARE(ui->contactListWidget->count(), 1);
+        QVERIFY(window.files().empty());
+        QVERIFY(!ui->BtnEncDec->isEnabled());
+        QCOMPARE(actionRow(window), (QList<bool> { true, true, true, true, false }));
+
+        // Opened: a single package dropped (suffix in any case) switches to decrypt mode.
+        moveAllToRecipients(window);
+        dropUrls(window, { QUrl::fromLocalFile(QString::fromStdString((sources / "x.KVX").string())) });
+        QCOMPARE(window.mode(), ModeDecrypt);
+        QCOMPARE(ui->BtnEncDec->text(), QStringLiteral("Decrypt"));
+        QVERIFY(ui->BtnEncDec->isEnabled());
+        QVERIFY(ui->BtnEncDec->actions().isEmpty());
+        QCOMPARE(ui->recipientsListWidget->count(), 0);
+        QVERIFY(!ui->recipientsListWidget->isEnabled());
+        QVERIFY(!ui->dropBoxLabel->isEnabled());
+        QCOMPARE(ui->dropBoxLabel->text(), QStringLiteral("Press <b>Decrypt</b> Button to Extract Files"));
+        QCOMPARE(actionRow(window), (QList<bool> { false, false, false, false, true }));
+
+        // Two packages at once are plain files of a collection.
+        ui->act_MW_close_package->trigger();
+        writeText(sources / "one.kvx", "1");
+        writeText(sources / "two.kvx", "2");
+        dropUrls(window, { QUrl::fromLocalFile(QString::fromStdString((sources / "one.kvx").string())),
+                           QUrl::fromLocalFile(QString::fromStdString((sources / "two.kvx").string())) });
+        QCOMPARE(window.mode(), ModeEncrypt);
+        QCOMPARE(window.files().size(), 2u);
+        QCOMPARE(answers::unanswered(), 0);
+    }
+
+    void closeDuringARunStopsItAndEndsOnce()
+    {
+        freshProfile("close");
+        FirstStart seen;
+        answerFirstStart(seen, QStringLiteral("Emil Example"));
+        MainWindow window;
+        window.show();
+        Ui::MainWindow* ui = window.form();
+        const fs::path sources = freshFolder("big");
+        writeBytes(sources / "big.bin", randomBytes(32 << 20));
+        dropUrls(window, { QUrl::fromLocalFile(QString::fromStdString((sources / "big.bin").string())) });
+        moveAllToRecipients(window);
+        const fs::path target = freshFolder("closeout") / "big.kvx";
+        answers::answerPath(QString::fromStdString(target.string()));
+        QSignalSpy closing(&window, &MainWindow::kvxClosing);
+
+        ui->BtnEncDec->click();
+        QVERIFY(window.thread()->isRunning());
+        QCOMPARE(ui->BtnEncDec->text(), QStringLiteral("Cancel"));
+        QVERIFY(!ui->menuBar->isEnabled());
+        window.close();
+        window.close();
+        QVERIFY(window.isVisible()); // the window stays until the worker has stopped
+        QVERIFY(window.isCancelRequested());
+
+        // The close comes back through the queue once the worker has stopped, and is accepted.
+        QTRY_VERIFY_WITH_TIMEOUT(!window.isVisible(), 60000);
+        QCOMPARE(closing.count(), 1);
+        QVERIFY(!window.isVisible());
+        QVERIFY(window.thread()->isFinished());
+        QVERIFY(!fs::exists(target));
+        QVERIFY(leftoverTempFiles().empty());
+        QVERIFY(answers::shown().isEmpty()); // a stopped run reports nothing
+    }
+};
+
+int main(int argc, char** argv)
+{
+    if (!enterSandbox())
+        return 2;
+    int result = 0;
+    {
+        QApplication app(argc, argv);
+        MainWindowTest test;
+        result = QTest::qExec(&test, argc, argv);
+        closeCertificateStore();
+    }
+    leaveSandbox();
+    return result;
+}
+
+#include "MainWindowTest.moc"

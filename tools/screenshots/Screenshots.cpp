@@ -1,0 +1,165 @@
+// Renders each window and dialog of the program in its typical states to PNG files, so that
+// anyone can look at every screen without clicking through it. Runs offscreen in a throw-away
+// profile with made-up contacts; nothing of the user's own is touched.
+//
+//     halvoren_screenshots FOLDER        (make screenshots DIR=FOLDER)
+
+#include <QApplication>
+#include <QDialogButtonBox>
+#include <QDir>
+#include <QDropEvent>
+#include <QFile>
+#include <QMimeData>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <cstdio>
+#include <memory>
+
+#include "contacts/RecipientsStore.h"
+#include "crypto/CertificateStore.h"
+#include "crypto/IdentityCertificate.h"
+#include "engine/AppConstants.h"
+#include "platform/Profile.h"
+#include "ui/Dialogs.h"
+#include "ui/MainWindow.h"
+#include "ui/OptionsDialog.h"
+#include "ui/contacts/ContactDetailsDlg.h"
+#include "ui/files/ProgressDialog.h"
+#include "ui_MainWindow.h"
+#include "ui_ProgressDialog.h"
+
+namespace {
+QString outputFolder;
+int saved = 0;
+
+void save(QWidget& widget, const QString& name)
+{
+    widget.ensurePolished();
+    widget.adjustSize();
+    QCoreApplication::processEvents();
+    const QString path = QDir(outputFolder).filePath(name + QStringLiteral(".png"));
+    if (widget.grab().save(path)) {
+        ++saved;
+        std::printf("%s\n", qPrintable(path));
+    } else {
+        std::fprintf(stderr, "halvoren_screenshots: can't write %s\n", qPrintable(path));
+    }
+}
+
+void addMadeUpContact(RecipientsStore& store, const QString& name, const QString& organization)
+{
+    auto identity = IdentityCertificate::create(name.toStdU16String());
+    if (!identity)
+        return;
+    ContactRecord record;
+    record.identity = *identity;
+    record.name = name.toStdU16String();
+    record.firstName = name.section(u' ', 0, 0).toStdU16String();
+    record.lastName = name.section(u' ', 1).toStdU16String();
+    record.organization = organization.toStdU16String();
+    record.email = (name.section(u' ', 0, 0).toLower() + QStringLiteral("@example.org")).toStdU16String();
+    store.add(record);
+}
+
+void drop(MainWindow& window, const QList<QUrl>& urls)
+{
+    QMimeData data;
+    data.setUrls(urls);
+    QDropEvent event(window.form()->dropBoxLabel->geometry().center(), Qt::CopyAction, &data, Qt::LeftButton,
+                     Qt::NoModifier);
+    QApplication::sendEvent(&window, &event);
+    QCoreApplication::processEvents();
+    QCoreApplication::processEvents();
+}
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QTemporaryDir sandbox;
+    if (!sandbox.isValid())
+        return 1;
+    // The whole run lives in the throw-away folder: profile, settings, temporary files.
+    for (const char* variable : { "XDG_DATA_HOME", "XDG_CONFIG_HOME", "TMPDIR", "HOME" }) {
+        const QByteArray folder = QFile::encodeName(sandbox.filePath(QString::fromLatin1(variable)));
+        QDir().mkpath(QString::fromLocal8Bit(folder));
+        qputenv(variable, folder);
+    }
+
+    QApplication application(argc, argv);
+    outputFolder = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("screenshots");
+    if (!QDir().mkpath(outputFolder)) {
+        std::fprintf(stderr, "halvoren_screenshots: can't make the folder %s\n", qPrintable(outputFolder));
+        return 1;
+    }
+
+    // The first-start dialog, as a new user meets it.
+    {
+        ContactDetailsDlg dialog;
+        dialog.setWindowTitle(QStringLiteral("Enter Your Own Contact Information"));
+        dialog.setOkEnabled(false);
+        dialog.show();
+        save(dialog, QStringLiteral("first-start"));
+    }
+
+    // A profile with an identity and two contacts.
+    Dialogs::testing::setStrict(true);
+    Dialogs::testing::answer([](QDialog& dialog) {
+        auto& details = static_cast<ContactDetailsDlg&>(dialog);
+        details.setContactName(QStringLiteral("Anna Example"));
+        details.setOrganization(QStringLiteral("Example Ltd"));
+        details.setEMail(QStringLiteral("anna@example.org"));
+        return int(ContactDetailsDlg::Ok);
+    });
+    { MainWindow firstStart; }
+    {
+        RecipientsStore store;
+        std::vector<ContactRecord> contacts;
+        store.load(contacts, recipientsPath());
+        addMadeUpContact(store, QStringLiteral("Bert Example"), QStringLiteral("Example Ltd"));
+        addMadeUpContact(store, QStringLiteral("Cleo Sample"), QStringLiteral("Sample & Co"));
+    }
+
+    const QString sources = sandbox.filePath(QStringLiteral("documents"));
+    QDir().mkpath(sources + QStringLiteral("/letters"));
+    for (const QString& name : { QStringLiteral("report.odt"), QStringLiteral("letters/a.txt"),
+                                 QStringLiteral("letters/b.txt") }) {
+        QFile file(sources + u'/' + name);
+        if (file.open(QIODevice::WriteOnly))
+            file.write("made up");
+    }
+
+    MainWindow window;
+    window.show();
+    save(window, QStringLiteral("main-empty"));
+
+    drop(window, { QUrl::fromLocalFile(sources) });
+    window.form()->contactListWidget->item(1)->setSelected(true);
+    window.form()->contactManButtonBox->button(QDialogButtonBox::Ok)->click();
+    QCoreApplication::processEvents();
+    save(window, QStringLiteral("main-collecting"));
+
+    window.form()->act_MW_close_package->trigger();
+    drop(window, { QUrl::fromLocalFile(sandbox.filePath(QStringLiteral("received.kvx"))) });
+    save(window, QStringLiteral("main-opened"));
+    window.form()->act_MW_close_package->trigger();
+
+    {
+        ApplicationOptions options;
+        OptionsDialog dialog(nullptr, &options, &window);
+        dialog.show();
+        save(dialog, QStringLiteral("options"));
+    }
+    {
+        FileSet files;
+        ProgressDialog dialog(&files, &window);
+        dialog.setWindowTitle(QStringLiteral("Adding Files..."));
+        dialog.form()->statusLabel->setText(QDir::toNativeSeparators(sources + QStringLiteral("/letters/a.txt")));
+        dialog.show();
+        save(dialog, QStringLiteral("progress-adding-files"));
+    }
+
+    closeCertificateStore();
+    std::printf("%d screens in %s\n", saved, qPrintable(outputFolder));
+    return saved > 0 ? 0 : 1;
+}
