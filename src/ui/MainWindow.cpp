@@ -35,6 +35,10 @@
 #include "ui/files/ProgressDialog.h"
 #include "ui_MainWindow.h"
 
+// The icons live in the GUI library, which is static: the linker keeps them only when someone
+// names them, and every screen of the program comes through here or through the entry function.
+static void initResources() { Q_INIT_RESOURCE(halvoren); }
+
 namespace {
 QString qs(std::u16string_view text) { return QString::fromStdU16String(std::u16string(text)); }
 std::u16string u16(const QString& text) { return text.toStdU16String(); }
@@ -53,7 +57,7 @@ void createEmptyFile(const QString& path)
 
 MainWindow::MainWindow(QWidget* parent)
     : QMainWindow(parent)
-    , ui(new Ui::MainWindow)
+    , ui((initResources(), new Ui::MainWindow))
 {
     ui->setupUi(this);
 

@@ -26,6 +26,7 @@ bool haveDisplay()
 
 int main(int argc, char* argv[])
 {
+    Q_INIT_RESOURCE(halvoren);
     platform::CrashGuard::install(dataDirectory() + u"crash", std::u16string(AppVersion));
     if (!haveDisplay()) {
         std::fputs("halvoren: no graphical display to show the window on (DISPLAY and WAYLAND_DISPLAY are unset); "

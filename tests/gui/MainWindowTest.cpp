@@ -26,6 +26,7 @@
 #include "ui/MainWindow.h"
 #include "ui/OptionsDialog.h"
 #include "ui/PackageThread.h"
+#include "ui/contacts/ActionMan.h"
 #include "ui/contacts/ContactDetailsDlg.h"
 #include "ui/contacts/KvxListWidget.h"
 #include "ui/desktop/Autostart.h"
@@ -93,7 +94,13 @@ void dropUrls(MainWindow& window, const QList<QUrl>& urls)
 {
     QMimeData data;
     data.setUrls(urls);
-    const QPoint at = window.form()->dropBoxLabel->geometry().center();
+    // As a real drag: the window takes it only over dropBoxLabel, so it must be laid out.
+    window.show();
+    QLabel* label = window.form()->dropBoxLabel;
+    const QPoint at = label->mapTo(&window, label->rect().center());
+    QDragEnterEvent enter(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&window, &enter);
+    QVERIFY(enter.isAccepted());
     QDropEvent drop(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(&window, &drop);
     QVERIFY(drop.isAccepted());
@@ -281,6 +288,7 @@ private slots:
         Ui::MainWindow* ui = window.form();
         const fs::path sources = freshFolder("sources");
         writeText(sources / "a.txt", "a");
+        fs::create_directories(sources / "sub");
         writeText(sources / "sub" / "b.txt", "b");
 
         // Collecting: files, then a recipient, wake the button.

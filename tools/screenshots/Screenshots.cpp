@@ -66,8 +66,11 @@ void drop(MainWindow& window, const QList<QUrl>& urls)
 {
     QMimeData data;
     data.setUrls(urls);
-    QDropEvent event(window.form()->dropBoxLabel->geometry().center(), Qt::CopyAction, &data, Qt::LeftButton,
-                     Qt::NoModifier);
+    QLabel* label = window.form()->dropBoxLabel;
+    const QPoint at = label->mapTo(&window, label->rect().center());
+    QDragEnterEvent enter(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&window, &enter);
+    QDropEvent event(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(&window, &event);
     QCoreApplication::processEvents();
     QCoreApplication::processEvents();
@@ -87,6 +90,7 @@ int main(int argc, char* argv[])
     }
 
     QApplication application(argc, argv);
+    Q_INIT_RESOURCE(halvoren);
     outputFolder = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("screenshots");
     if (!QDir().mkpath(outputFolder)) {
         std::fprintf(stderr, "halvoren_screenshots: can't make the folder %s\n", qPrintable(outputFolder));
