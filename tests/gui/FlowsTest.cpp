@@ -1,0 +1,332 @@
+// The program's whole job from the window, as a user meets it: Anna makes a package for Bert, Bert
+// opens it, and packages cross between the window and halvoren-cli both ways. Then the roads
+// that go wrong: Cancel during a run, a damaged package, a package for someone else, and a
+// source that vanished after the drop. Two profiles; every dialog answered through the seam.
+
+#include <QApplication>
+#include <QDialogButtonBox>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QMimeData>
+#include <QProcess>
+#include <QPushButton>
+#include <QTest>
+#include <filesystem>
+
+#include "Sandbox.h"
+#include "TestSupport.h"
+#include "crypto/CertificateStore.h"
+#include "platform/Profile.h"
+#include "ui/Dialogs.h"
+#include "ui/MainWindow.h"
+#include "ui/PackageThread.h"
+#include "ui/contacts/ActionMan.h"
+#include "ui/contacts/ContactDetailsDlg.h"
+#include "ui/desktop/ShowInFolder.h"
+#include "ui_MainWindow.h"
+
+using namespace testing_support;
+namespace fs = std::filesystem;
+namespace answers = Dialogs::testing;
+
+namespace {
+QString qpath(const fs::path& path) { return QString::fromStdString(path.string()); }
+
+void useProfile(const fs::path& folder)
+{
+    platform::setProfileDirectory(u16(folder));
+    closeCertificateStore();
+}
+
+std::unique_ptr<MainWindow> startAs(const QString& name)
+{
+    answers::answer([name](QDialog& dialog) {
+        static_cast<ContactDetailsDlg&>(dialog).setContactName(name);
+        return int(ContactDetailsDlg::Ok);
+    });
+    auto window = std::make_unique<MainWindow>();
+    window->show();
+    return window;
+}
+
+void drop(MainWindow& window, const QList<QUrl>& urls)
+{
+    QMimeData data;
+    data.setUrls(urls);
+    QLabel* label = window.form()->dropBoxLabel;
+    const QPoint at = label->mapTo(&window, label->rect().center());
+    QDragEnterEvent enter(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&window, &enter);
+    QDropEvent event(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&window, &event);
+    QCoreApplication::processEvents();
+    QCoreApplication::processEvents();
+}
+
+void chooseRecipient(MainWindow& window, const QString& name)
+{
+    KvxListWidget* contacts = window.form()->contactListWidget;
+    contacts->clearSelection();
+    const auto found = contacts->findItems(name, Qt::MatchExactly);
+    QVERIFY(found.size() == 1);
+    found.first()->setSelected(true);
+    window.form()->contactManButtonBox->button(QDialogButtonBox::Ok)->click();
+    QCoreApplication::processEvents();
+}
+
+// Presses the button and waits for the run to end and the window to be Empty again.
+void runAndWait(MainWindow& window)
+{
+    window.form()->BtnEncDec->click();
+    QTRY_VERIFY_WITH_TIMEOUT(window.thread()->isFinished() && window.currentButtonState() != ButtonCancel, 60000);
+    QCoreApplication::processEvents();
+}
+
+QStringList texts()
+{
+    QStringList list;
+    for (const auto& shown : answers::shown())
+        list << shown.text;
+    return list;
+}
+
+bool sameTree(const fs::path& a, const fs::path& b)
+{
+    for (const auto& entry : fs::recursive_directory_iterator(a)) {
+        if (!entry.is_regular_file())
+            continue;
+        const fs::path other = b / fs::relative(entry.path(), a);
+        if (!fs::exists(other) || readBytes(entry.path()) != readBytes(other))
+            return false;
+    }
+    return true;
+}
+
+int cli(const fs::path& profile, const QStringList& arguments)
+{
+    QProcess process;
+    process.start(QStringLiteral(HALVOREN_CLI_PATH),
+                  QStringList { QStringLiteral("--profile"), qpath(profile) } + arguments);
+    process.waitForFinished(120000);
+    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+}
+
+const QString Done = QStringLiteral("The process of Encryption has been completed Successfully.");
+const QString Opened = QStringLiteral("The process of Decryption has been completed Successfully.");
+} // namespace
+
+class FlowsTest : public QObject {
+    Q_OBJECT
+
+    fs::path anna, bert, sources, bertKey;
+
+private slots:
+    void initTestCase()
+    {
+        answers::setStrict(true);
+        // No file manager opens during the tests.
+        ShowInFolder::setHooks({ [](const QStringList&) { return true; }, [](const QUrl&) { return true; } });
+        anna = freshFolder("anna");
+        bert = freshFolder("bert");
+        sources = freshFolder("sources");
+        fs::create_directories(sources / "tree" / "deeper");
+        writeBytes(sources / "tree" / "a.bin", randomBytes(300000, 1));
+        writeBytes(sources / "tree" / "deeper" / "b.bin", randomBytes(4096, 2));
+        writeText(sources / "tree" / "empty.txt", "");
+        writeBytes(sources / "single.bin", randomBytes(70000, 3));
+
+        // Bert starts for the first time and hands his key file to Anna.
+        useProfile(bert);
+        startAs(QStringLiteral("Bert Example"));
+        bertKey = freshFolder("keys") / "bert.kvxk";
+        QVERIFY(saveCertificateFile(findCertificate(u"Bert Example"), u16(bertKey)));
+        useProfile(anna);
+        startAs(QStringLiteral("Anna Example"));
+        QCOMPARE(answers::unanswered(), 0);
+    }
+
+    void annaEncryptsForBertAndBertOpensIt()
+    {
+        useProfile(anna);
+        answers::clear();
+        auto window = std::make_unique<MainWindow>();
+        window->show();
+
+        // Bert's key file, imported through the menu.
+        answers::answerPath(qpath(bertKey));
+        answers::answer([](QDialog&) { return int(ContactDetailsDlg::Ok); });
+        answers::answer(QMessageBox::Ok);
+        window->form()->act_MW_new_contact->trigger();
+        QCOMPARE(window->form()->contactListWidget->count(), 2);
+
+        drop(*window, { QUrl::fromLocalFile(qpath(sources / "tree")), QUrl::fromLocalFile(qpath(sources / "single.bin")) });
+        QCOMPARE(window->files().size(), 4u);
+        chooseRecipient(*window, QStringLiteral("Bert Example"));
+        QVERIFY(window->form()->BtnEncDec->isEnabled());
+
+        const fs::path package = freshFolder("made") / "for-bert";
+        answers::answerPath(qpath(package)); // the suffix comes by itself
+        answers::answer(QMessageBox::Ok);
+        runAndWait(*window);
+        QVERIFY(texts().contains(Done));
+        QVERIFY(fs::exists(package.string() + ".kvx"));
+        QCOMPARE(window->form()->recipientsListWidget->count(), 0);
+        QCOMPARE(window->form()->lineEdit->text(), QStringLiteral("Ready"));
+        QVERIFY(leftoverTempFiles().empty());
+        window.reset();
+
+        // Bert drops the package, presses Decrypt and picks a folder.
+        useProfile(bert);
+        answers::clear();
+        window = std::make_unique<MainWindow>();
+        window->show();
+        drop(*window, { QUrl::fromLocalFile(qpath(package.string() + ".kvx")) });
+        QCOMPARE(window->mode(), ModeDecrypt);
+        const fs::path into = freshFolder("bert-got");
+        answers::answerPath(qpath(into));
+        answers::answer(QMessageBox::Ok);
+        runAndWait(*window);
+        QVERIFY(texts().contains(Opened));
+        // The window keeps the full paths, below the chosen folder.
+        QVERIFY(sameTree(sources, into / sources.relative_path()));
+        QCOMPARE(window->mode(), ModeEncrypt);
+
+        // The same package opens on the command line, and one made there opens in the window.
+        const fs::path byCli = freshFolder("cli-got");
+        QCOMPARE(cli(bert, { "decrypt", qpath(package.string() + ".kvx"), "-C", qpath(byCli) }), 0);
+        QVERIFY(sameTree(sources, byCli / sources.relative_path()));
+        const fs::path fromCli = freshFolder("cli-made") / "from-cli.kvx";
+        QCOMPARE(cli(bert, { "encrypt", "-o", qpath(fromCli), "--self", qpath(sources / "single.bin") }), 0);
+        drop(*window, { QUrl::fromLocalFile(qpath(fromCli)) });
+        const fs::path back = freshFolder("window-got");
+        answers::answerPath(qpath(back));
+        answers::answer(QMessageBox::Ok);
+        runAndWait(*window);
+        QVERIFY(texts().count(Opened) == 2);
+        bool found = false;
+        for (const auto& entry : fs::recursive_directory_iterator(back))
+            found = found || (entry.path().filename() == "single.bin" && readBytes(entry.path()) == readBytes(sources / "single.bin"));
+        QVERIFY(found);
+        QCOMPARE(answers::unanswered(), 0);
+    }
+
+    void cancelDuringARunLeavesNothing()
+    {
+        useProfile(anna);
+        answers::clear();
+        MainWindow window;
+        window.show();
+        const fs::path big = freshFolder("big") / "big.bin";
+        writeBytes(big, randomBytes(48 << 20, 4));
+        drop(window, { QUrl::fromLocalFile(qpath(big)) });
+        chooseRecipient(window, QStringLiteral("Anna Example"));
+        const fs::path package = freshFolder("cancelled") / "never.kvx";
+        answers::answerPath(qpath(package));
+        window.form()->BtnEncDec->click();
+        QCOMPARE(window.form()->BtnEncDec->text(), QStringLiteral("Cancel"));
+        QTRY_VERIFY(window.form()->progressBar->value() > 0 || window.thread()->isFinished());
+        window.form()->BtnEncDec->click();
+        QTRY_VERIFY_WITH_TIMEOUT(window.thread()->isFinished() && window.currentButtonState() == ButtonEncrypt, 60000);
+        QVERIFY(!fs::exists(package));
+        QVERIFY(leftoverTempFiles().empty());
+        QVERIFY(answers::shown().isEmpty()); // a stopped run ends without a report
+        QVERIFY(window.files().empty());
+        QCOMPARE(window.form()->contactListWidget->count(), 2);
+        QVERIFY(window.form()->menuBar->isEnabled());
+    }
+
+    void packagesThatCantBeOpenedSayWhy()
+    {
+        useProfile(anna);
+        answers::clear();
+        MainWindow window;
+        window.show();
+        const QString invalid = QStringLiteral("This file is not a valid Halvoren package file.");
+        const QString notForYou = QStringLiteral("The package cannot be decrypted. You are not in the list of recipients "
+                                                 "who can view the files, you will not be able to access it.");
+
+        const fs::path damaged = freshFolder("damaged") / "damaged.kvx";
+        writeBytes(damaged, randomBytes(5000, 5));
+        drop(window, { QUrl::fromLocalFile(qpath(damaged)) });
+        answers::answerPath(qpath(freshFolder("damaged-out")));
+        answers::answer(QMessageBox::Ok);
+        runAndWait(window);
+        QCOMPARE(texts(), QStringList { invalid });
+        QCOMPARE(answers::shown().first().icon, QMessageBox::Critical);
+
+        // Made by Bert for himself alone.
+        const fs::path foreign = freshFolder("foreign") / "bert-only.kvx";
+        QCOMPARE(cli(bert, { "encrypt", "-o", qpath(foreign), "--self", qpath(sources / "single.bin") }), 0);
+        answers::clear();
+        drop(window, { QUrl::fromLocalFile(qpath(foreign)) });
+        const fs::path out = freshFolder("foreign-out");
+        answers::answerPath(qpath(out));
+        answers::answer(QMessageBox::Ok);
+        runAndWait(window);
+        QCOMPARE(texts(), QStringList { notForYou });
+        QVERIFY(fs::is_empty(out));
+        QCOMPARE(answers::unanswered(), 0);
+    }
+
+    void aVanishedSourceIsAskedAboutAndIgnoreHoldsForTheRun()
+    {
+        useProfile(anna);
+        answers::clear();
+        MainWindow window;
+        window.show();
+        const fs::path folder = freshFolder("vanishing");
+        for (const char* name : { "keep.txt", "gone1.txt", "gone2.txt" })
+            writeText(folder / name, name);
+        drop(window, { QUrl::fromLocalFile(qpath(folder)) });
+        QCOMPARE(window.files().size(), 3u);
+        fs::remove(folder / "gone1.txt");
+        fs::remove(folder / "gone2.txt");
+        chooseRecipient(window, QStringLiteral("Anna Example"));
+        const fs::path package = freshFolder("vanished") / "partial.kvx";
+        answers::answerPath(qpath(package));
+        answers::answer(QMessageBox::Ignore);
+        answers::answer(QMessageBox::Ok);
+        runAndWait(window);
+        // One question for two missing files of the same code, naming the file.
+        QCOMPARE(answers::shown().size(), 2);
+        const auto& question = answers::shown().first();
+        QCOMPARE(question.icon, QMessageBox::Warning);
+        QVERIFY(question.text.startsWith(QStringLiteral("An error occurred while processing:<br><b>")));
+        QVERIFY(question.text.contains(QStringLiteral("gone")));
+        QCOMPARE(question.buttons.size(), 3);
+        QCOMPARE(question.buttons.first(), QStringLiteral("Continue"));
+        QVERIFY(fs::exists(package));
+
+        // Cancel at the question stops the run: no package, no report.
+        answers::clear();
+        writeText(folder / "gone1.txt", "back");
+        drop(window, { QUrl::fromLocalFile(qpath(folder)) });
+        fs::remove(folder / "gone1.txt");
+        chooseRecipient(window, QStringLiteral("Anna Example"));
+        const fs::path second = freshFolder("vanished2") / "none.kvx";
+        answers::answerPath(qpath(second));
+        answers::answer(QMessageBox::Cancel);
+        runAndWait(window);
+        QCOMPARE(answers::shown().size(), 1);
+        QVERIFY(!fs::exists(second));
+        QCOMPARE(answers::unanswered(), 0);
+    }
+
+    void cleanupTestCase() { closeCertificateStore(); }
+};
+
+int main(int argc, char** argv)
+{
+    if (!enterSandbox())
+        return 2;
+    int result = 0;
+    {
+        QApplication app(argc, argv);
+        FlowsTest test;
+        result = QTest::qExec(&test, argc, argv);
+    }
+    leaveSandbox();
+    return result;
+}
+
+#include "FlowsTest.moc"
