@@ -8,7 +8,7 @@
 
 namespace Dialogs {
 namespace {
-    using MessageAnswer = std::variant<QMessageBox::StandardButton, QString>;
+    using MessageAnswer = std::variant<QMessageBox::StandardButton, QString, std::function<int(QMessageBox&)>>;
 
     struct Answers {
         QQueue<MessageAnswer> messages;
@@ -37,9 +37,11 @@ namespace {
     {
         if (const auto* standard = std::get_if<QMessageBox::StandardButton>(&answer))
             return box.button(*standard);
-        const QString& text = std::get<QString>(answer);
+        const auto* text = std::get_if<QString>(&answer);
+        if (!text)
+            return nullptr;
         for (QAbstractButton* button : box.buttons()) {
-            if (button->text() == text)
+            if (button->text() == *text)
                 return button;
         }
         return nullptr;
@@ -81,6 +83,8 @@ int exec(QMessageBox& box)
     record(box);
     if (!state.messages.isEmpty()) {
         const MessageAnswer answer = state.messages.dequeue();
+        if (const auto* handler = std::get_if<std::function<int(QMessageBox&)>>(&answer))
+            return (*handler)(box);
         if (QAbstractButton* button = findButton(box, answer)) {
             // A click runs the box's own handling, so clickedButton() and the result are as after
             // a real click.
@@ -121,6 +125,7 @@ QString getExistingDirectory(QWidget* parent, const QString& caption, const QStr
 namespace testing {
     void answer(QMessageBox::StandardButton button) { answers().messages.enqueue(button); }
     void answer(const QString& buttonText) { answers().messages.enqueue(buttonText); }
+    void answerMessage(std::function<int(QMessageBox&)> handler) { answers().messages.enqueue(std::move(handler)); }
     void answer(std::function<int(QDialog&)> handler) { answers().dialogs.enqueue(std::move(handler)); }
     void answerPath(const QString& path) { answers().paths.enqueue(path); }
     const QList<Shown>& shown() { return answers().shown; }

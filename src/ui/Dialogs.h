@@ -37,6 +37,9 @@ namespace testing {
     void answer(QMessageBox::StandardButton button);
     // The next message box clicks the button with this caption (custom buttons such as "Details").
     void answer(const QString& buttonText);
+    // The next message box is handed to this function instead of exec(); it may look at the box
+    // (the screenshot tool renders it) and returns what exec() would.
+    void answerMessage(std::function<int(QMessageBox&)> handler);
     // The next dialog of any other kind is handed to this function instead of exec(); its result
     // is the dialog's result. The function may fill the dialog's fields first.
     void answer(std::function<int(QDialog&)> handler);

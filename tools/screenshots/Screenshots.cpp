@@ -24,6 +24,7 @@
 #include "ui/Dialogs.h"
 #include "ui/MainWindow.h"
 #include "ui/OptionsDialog.h"
+#include "ui/PackageThread.h"
 #include "ui/contacts/ContactDetailsDlg.h"
 #include "ui/files/ProgressDialog.h"
 #include "ui_MainWindow.h"
@@ -143,7 +144,55 @@ int main(int argc, char* argv[])
     QCoreApplication::processEvents();
     save(window, QStringLiteral("main-collecting"));
 
+    // A run: the window while it works, then the report at its end.
+    {
+        QFile big(sources + QStringLiteral("/holiday.mov"));
+        if (big.open(QIODevice::WriteOnly)) {
+            const QByteArray block(1 << 20, 'x');
+            for (int i = 0; i < 96; ++i)
+                big.write(block);
+        }
+    }
     window.form()->act_MW_close_package->trigger();
+    drop(window, { QUrl::fromLocalFile(sources) });
+    window.form()->contactListWidget->item(1)->setSelected(true);
+    window.form()->contactManButtonBox->button(QDialogButtonBox::Ok)->click();
+    QCoreApplication::processEvents();
+    Dialogs::testing::answerPath(sandbox.filePath(QStringLiteral("for-bert.kvx")));
+    Dialogs::testing::answerMessage([](QMessageBox& box) {
+        box.show();
+        save(box, QStringLiteral("completion-report"));
+        return int(QMessageBox::Ok);
+    });
+    window.form()->BtnEncDec->click();
+    bool grabbed = false;
+    while (window.thread()->isRunning() || window.currentButtonState() == ButtonCancel) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+        if (!grabbed && window.form()->progressBar->value() >= 30) {
+            save(window, QStringLiteral("main-running"));
+            grabbed = true;
+        }
+    }
+
+    // The question a failing source brings up, as the program builds it.
+    {
+        QFile::remove(sources + QStringLiteral("/holiday.mov"));
+        drop(window, { QUrl::fromLocalFile(sources) });
+        QFile::remove(sources + QStringLiteral("/letters/b.txt"));
+        window.form()->contactListWidget->item(1)->setSelected(true);
+        window.form()->contactManButtonBox->button(QDialogButtonBox::Ok)->click();
+        QCoreApplication::processEvents();
+        Dialogs::testing::answerPath(sandbox.filePath(QStringLiteral("second.kvx")));
+        Dialogs::testing::answerMessage([](QMessageBox& box) {
+            box.show();
+            save(box, QStringLiteral("error-question"));
+            return int(QMessageBox::Cancel);
+        });
+        window.form()->BtnEncDec->click();
+        while (window.thread()->isRunning() || window.currentButtonState() == ButtonCancel)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    }
+
     drop(window, { QUrl::fromLocalFile(sandbox.filePath(QStringLiteral("received.kvx"))) });
     save(window, QStringLiteral("main-opened"));
     window.form()->act_MW_close_package->trigger();
