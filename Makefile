@@ -18,7 +18,7 @@ build: configure
 	cmake --build $(BUILD) -j $(JOBS)
 
 run: bootstrap build
-	@if [ -x $(BUILD)/src/ui/halvoren ]; then $(BUILD)/src/ui/halvoren; else $(BUILD)/src/cli/halvoren-cli --help; fi
+	$(BUILD)/src/ui/halvoren
 
 # Every window and dialog rendered offscreen, in a throw-away profile, to PNG files in DIR.
 DIR ?= screenshots
