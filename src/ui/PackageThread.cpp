@@ -25,24 +25,54 @@ void PackageThread::emitEngineError(KvxUtils::UserParameter* userParameter, bool
     emit engineError(userParameter, status);
 }
 
-bool PackageThread::reportIsVisible(unsigned operation, qint64 dataLength, qint64 processedLength,
-                                    const char16_t* fileName)
+void PackageThread::reportProgress(unsigned operation, qint64 dataLength, qint64 processedLength,
+                                   KvxUtils::UserParameter* userParameter)
 {
-    const qint64 percent = dataLength > 0 ? processedLength * 100 / dataLength : 0;
-    const std::u16string_view name = fileName ? std::u16string_view(fileName) : std::u16string_view();
-    if (sentAny_ && operation == sentOperation_ && percent == sentPercent_ && name == sentFileName_)
-        return false;
-    sentAny_ = true;
-    sentOperation_ = operation;
-    sentPercent_ = percent;
-    sentFileName_.assign(name);
-    return true;
+    const auto now = std::chrono::steady_clock::now();
+    const bool newOperation = !sentAny_ || operation != sentOperation_;
+    if (newOperation)
+        sendHeldBack();
+    if (newOperation || now - sentAt_ >= reportInterval_) {
+        heldBack_ = false;
+        sentAny_ = true;
+        sentOperation_ = operation;
+        sentAt_ = now;
+        emitStatusUpdate(operation, dataLength, processedLength, userParameter);
+        return;
+    }
+    // The reporter's name is only valid during this call; keep a copy for a later send.
+    heldBack_ = true;
+    heldOperation_ = operation;
+    heldTotal_ = dataLength;
+    heldProcessed_ = processedLength;
+    heldHasName_ = userParameter->fileName != nullptr;
+    heldName_.assign(heldHasName_ ? userParameter->fileName : u"");
+}
+
+void PackageThread::reportError(KvxUtils::UserParameter* userParameter, bool& status)
+{
+    sendHeldBack();
+    emitEngineError(userParameter, status);
+}
+
+void PackageThread::sendHeldBack()
+{
+    if (!heldBack_)
+        return;
+    heldBack_ = false;
+    KvxUtils::UserParameter* record = userParameter_.get();
+    const char16_t* reporterName = record->fileName;
+    record->fileName = heldHasName_ ? heldName_.c_str() : nullptr;
+    sentAt_ = std::chrono::steady_clock::now();
+    emitStatusUpdate(heldOperation_, heldTotal_, heldProcessed_, record);
+    record->fileName = reporterName;
 }
 
 void PackageThread::run()
 {
     const bool registered = platform::CrashGuard::installForThread();
     sentAny_ = false;
+    heldBack_ = false;
     if (engine_) {
         engine_->setCallback(packageThreadCallback);
         engine_->setUserParameter(userParameter_.get());
@@ -50,6 +80,7 @@ void PackageThread::run()
             result_ = engine_->create();
         else if (operation_ == PackageOperationExtract)
             result_ = engine_->extract();
+        sendHeldBack();
     }
     if (registered)
         platform::CrashGuard::uninstallForThread();
@@ -63,8 +94,8 @@ int packageThreadCallback(std::uint32_t operation, std::int64_t data_length, std
     PackageThread* thread = user_parameter->thread;
     bool status = true;
     if (operation == OpError)
-        thread->emitEngineError(user_parameter, status);
-    else if (thread->reportIsVisible(operation, data_length, processed_length, user_parameter->fileName))
-        thread->emitStatusUpdate(operation, data_length, processed_length, user_parameter);
+        thread->reportError(user_parameter, status);
+    else
+        thread->reportProgress(operation, data_length, processed_length, user_parameter);
     return !thread->cancelRequested() && status ? 1 : 0;
 }

@@ -5,6 +5,7 @@
 
 #include <QThread>
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -35,11 +36,17 @@ public:
                           KvxUtils::UserParameter* userParameter);
     void emitEngineError(KvxUtils::UserParameter* userParameter, bool& status);
 
-    // Whether a progress report could change what the window shows: another operation, another
-    // file, or another whole percentage than the last report that was sent. Reports that
-    // couldn't are not sent at all, which keeps the worker from waiting on the window thousands
-    // of times a second; the cancel flag is still tested at every one.
-    bool reportIsVisible(unsigned operation, qint64 dataLength, qint64 processedLength, const char16_t* fileName);
+    // Progress reaches the window at screen rate, not at the engine's: each report makes the
+    // worker wait for the window, and thousands a second would cost more than the work itself.
+    // A report goes out when it starts another operation, or when `interval` has passed since
+    // the last one; one held back in between is kept and goes out when the operation changes or
+    // the run ends, so every phase shows its last state. Errors always go out at once, after any
+    // report held back before them. The cancel flag is tested at every report either way.
+    void reportProgress(unsigned operation, qint64 dataLength, qint64 processedLength,
+                        KvxUtils::UserParameter* userParameter);
+    void reportError(KvxUtils::UserParameter* userParameter, bool& status);
+    // About one display frame by default; tests choose 0 (every report) or a long one.
+    void setReportInterval(std::chrono::nanoseconds interval) { reportInterval_ = interval; }
 
 signals:
     void statusUpdate(unsigned operation, qint64 data_length, qint64 processed_length,
@@ -56,11 +63,19 @@ private:
     unsigned operation_ = PackageOperationNone;
     std::unique_ptr<KvxUtils::UserParameter> userParameter_;
 
-    // What the last sent progress report showed; touched by the worker only.
+    void sendHeldBack();
+
+    // Touched by the worker only.
+    std::chrono::nanoseconds reportInterval_ = std::chrono::milliseconds(16);
     bool sentAny_ = false;
     unsigned sentOperation_ = 0;
-    qint64 sentPercent_ = 0;
-    std::u16string sentFileName_;
+    std::chrono::steady_clock::time_point sentAt_;
+    bool heldBack_ = false;
+    unsigned heldOperation_ = 0;
+    qint64 heldTotal_ = 0;
+    qint64 heldProcessed_ = 0;
+    bool heldHasName_ = false;
+    std::u16string heldName_;
 };
 
 int packageThreadCallback(std::uint32_t operation, std::int64_t data_length, std::int64_t processed_length,
