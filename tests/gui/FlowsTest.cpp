@@ -210,6 +210,26 @@ private slots:
         QCOMPARE(answers::unanswered(), 0);
     }
 
+    void theProfileIsSharedWithTheCommandLine()
+    {
+        // Anna's window imported Bert in the test before; the command line sees him.
+        QProcess list;
+        list.start(QStringLiteral(HALVOREN_CLI_PATH), { "--profile", qpath(anna), "contacts", "list" });
+        QVERIFY(list.waitForFinished(60000));
+        QVERIFY(QString::fromUtf8(list.readAllStandardOutput()).contains(QStringLiteral("Bert Example")));
+
+        // Anna's key, imported into Bert's profile on the command line, is in his window's list.
+        const fs::path annaKey = freshFolder("annakey") / "anna.kvxk";
+        QCOMPARE(cli(anna, { "identity", "export", "-o", qpath(annaKey) }), 0);
+        QCOMPARE(cli(bert, { "contacts", "import", qpath(annaKey), "--email", "anna@example.org" }), 0);
+        useProfile(bert);
+        answers::clear();
+        MainWindow window;
+        QVERIFY(!window.isCancelRequested());
+        QVERIFY(answers::shown().isEmpty()); // the profile is healthy: no reset question
+        QCOMPARE(window.form()->contactListWidget->findItems(QStringLiteral("Anna Example"), Qt::MatchExactly).size(), 1);
+    }
+
     void cancelDuringARunLeavesNothing()
     {
         useProfile(anna);
