@@ -17,6 +17,7 @@ namespace {
         QList<Shown> shown;
         int unanswered = 0;
         bool strict = false;
+        std::optional<bool> trayAvailable;
     };
 
     Answers& answers()
@@ -101,6 +102,24 @@ int exec(QMessageBox& box)
     return box.exec();
 }
 
+void showBalloon(QSystemTrayIcon& tray, const QString& title, const QString& text, QSystemTrayIcon::MessageIcon icon,
+                 int milliseconds)
+{
+    const QMessageBox::Icon asMessage = icon == QSystemTrayIcon::Critical ? QMessageBox::Critical
+        : icon == QSystemTrayIcon::Warning                                ? QMessageBox::Warning
+        : icon == QSystemTrayIcon::Information                            ? QMessageBox::Information
+                                                                          : QMessageBox::NoIcon;
+    answers().shown << Shown { title, text, asMessage, {}, true };
+    tray.showMessage(title, text, icon, milliseconds);
+}
+
+bool trayAvailable()
+{
+    if (answers().trayAvailable)
+        return *answers().trayAvailable;
+    return QSystemTrayIcon::isSystemTrayAvailable();
+}
+
 QString getOpenFileName(QWidget* parent, const QString& caption, const QString& dir, const QString& filter)
 {
     if (auto path = queuedPath())
@@ -140,9 +159,13 @@ namespace testing {
     void clear()
     {
         const bool strict = answers().strict;
+        const std::optional<bool> tray = answers().trayAvailable;
         answers() = Answers();
         answers().strict = strict;
+        answers().trayAvailable = tray;
     }
+
+    void setTrayAvailable(std::optional<bool> available) { answers().trayAvailable = available; }
 
     void setStrict(bool strict) { answers().strict = strict; }
 } // namespace testing

@@ -9,7 +9,9 @@
 #include <QMessageBox>
 #include <QString>
 #include <QStringList>
+#include <QSystemTrayIcon>
 #include <functional>
+#include <optional>
 
 namespace Dialogs {
 
@@ -24,12 +26,19 @@ QString getOpenFileName(QWidget* parent, const QString& caption, const QString& 
 QString getSaveFileName(QWidget* parent, const QString& caption, const QString& dir, const QString& filter);
 QString getExistingDirectory(QWidget* parent, const QString& caption, const QString& dir);
 
-// What a shown message box said, for tests to read back.
+// A balloon from the tray icon. Balloons ask nothing, but tests read them back like messages.
+void showBalloon(QSystemTrayIcon& tray, const QString& title, const QString& text, QSystemTrayIcon::MessageIcon icon,
+                 int milliseconds);
+// Whether the desktop has a notification area to hide in.
+bool trayAvailable();
+
+// What a shown message box or balloon said, for tests to read back.
 struct Shown {
     QString title;
     QString text;
     QMessageBox::Icon icon = QMessageBox::NoIcon;
     QStringList buttons;
+    bool balloon = false;
 };
 
 namespace testing {
@@ -52,6 +61,9 @@ namespace testing {
     int unanswered();
     int pendingAnswers();
     void clear();
+
+    // Pretends the desktop has (or lacks) a tray; unset, the desktop is asked.
+    void setTrayAvailable(std::optional<bool> available);
 
     // On: a dialog without a queued answer is rejected at once and counted as unanswered.
     void setStrict(bool strict);

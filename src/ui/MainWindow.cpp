@@ -12,6 +12,8 @@
 #include <QMenu>
 #include <QMetaObject>
 #include <QPushButton>
+#include <QScreen>
+#include <QTimer>
 
 #include "contacts/ConfigStore.h"
 #include "contacts/RecipientsStore.h"
@@ -32,6 +34,7 @@
 #include "ui/desktop/Autostart.h"
 #include "ui/desktop/SetupMutex.h"
 #include "ui/desktop/ShowInFolder.h"
+#include "ui/desktop/TaskbarProgress.h"
 #include "ui/files/ProgressDialog.h"
 #include "ui_MainWindow.h"
 
@@ -276,6 +279,14 @@ void MainWindow::handleCommandLine()
     parseArguments(QCoreApplication::arguments());
     if (commandLine.hasFile)
         openFileArgument(commandLine.file);
+    if (commandLine.autostart && minimizesToTray()) {
+        // Started with the login: straight to the tray, and a later restore puts the window in
+        // the middle of the screen.
+        const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
+        const QRect frame = frameGeometry();
+        hideToTray((area.left() + area.right()) / 2 - (frame.right() - frame.left() + 1) / 2,
+                   (area.top() + area.bottom()) / 2 - (frame.bottom() - frame.top() + 1) / 2);
+    }
 }
 
 void MainWindow::parseArguments(const QStringList& arguments)
@@ -338,6 +349,7 @@ void MainWindow::connectSignals()
     connect(packageThread, &QThread::finished, this, &MainWindow::on_PackageThreadFinished, Qt::QueuedConnection);
     connect(this, &MainWindow::itemsDropped, this, &MainWindow::on_itemsDropped, Qt::QueuedConnection);
     connect(this, &MainWindow::packageDropped, this, &MainWindow::on_PackageDropped);
+    connect(trayIcon, &QSystemTrayIcon::activated, this, &MainWindow::on_iconActivated);
     connect(this, &MainWindow::kvxClosing, this, &QWidget::close, Qt::QueuedConnection);
     connect(ui->contactListWidget, &QListWidget::itemSelectionChanged, this, &MainWindow::on_itemSelectionChanged);
     connect(ui->recipientsListWidget, &QListWidget::itemSelectionChanged, this,
@@ -398,6 +410,7 @@ void MainWindow::connectActions()
     trayMenu->addAction(aboutAction);
     trayMenu->addAction(quitAction);
     trayIcon->setContextMenu(trayMenu);
+    connect(restoreAction, &QAction::triggered, this, &MainWindow::on_Restore);
     connect(optionsAction, &QAction::triggered, this, &MainWindow::on_Options);
     connect(quitAction, &QAction::triggered, this, &QWidget::close);
 }
@@ -564,6 +577,87 @@ void MainWindow::on_EditYourProfile()
 }
 
 // ---------------------------------------------------------------------------------------------
+// The tray
+
+bool MainWindow::minimizesToTray() const
+{
+    return !options.doNotMinimizeToTray && Dialogs::trayAvailable();
+}
+
+void MainWindow::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::WindowStateChange && isMinimized() && minimizesToTray()) {
+        hideToTray(pos().x(), pos().y());
+        event->ignore();
+        return;
+    }
+    QMainWindow::changeEvent(event);
+}
+
+void MainWindow::hideToTray(int x, int y)
+{
+    savedPos = QPoint(x, y);
+    // After the current event, or at start-up after the entry function has shown the window.
+    QTimer::singleShot(0, this, &QWidget::hide);
+    trayIcon->show();
+    if (!firstTimeMinimized) {
+        firstTimeMinimized = config && config->getBool(ConfigKey::FirstTimeMinimized);
+        if (!firstTimeMinimized) {
+            Dialogs::showBalloon(*trayIcon, qs(AppName),
+                                  tr("When you press the Minimize Button, the application hides away in the System "
+                                     "Tray.\nTo change this behavior select the - Halvoren->Options->'Do not hide "
+                                     "when minimized' Menu Option."),
+                                  QSystemTrayIcon::Information, 10000);
+            firstTimeMinimized = true;
+            if (config)
+                config->setBool(ConfigKey::FirstTimeMinimized, true);
+        }
+    }
+}
+
+void MainWindow::restoreFromTray()
+{
+    setWindowFlags(Qt::Window);
+    showNormal();
+    raise();
+    activateWindow();
+    move(savedPos);
+}
+
+void MainWindow::on_Restore()
+{
+    restoreFromTray();
+    trayIcon->hide();
+}
+
+void MainWindow::on_iconActivated(QSystemTrayIcon::ActivationReason reason)
+{
+    if (reason == QSystemTrayIcon::DoubleClick) {
+        on_Restore();
+    } else if (reason == QSystemTrayIcon::Trigger) {
+        if (isVisible()) {
+            hide();
+            return;
+        }
+        setWindowFlags(Qt::Tool | Qt::CustomizeWindowHint);
+        showAtCorner();
+        showNormal();
+        raise();
+        activateWindow();
+    }
+}
+
+void MainWindow::showAtCorner()
+{
+    const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
+    const QRect frame = frameGeometry();
+    move((area.right() - area.left()) - (frame.right() - frame.left()),
+         (area.bottom() - area.top()) - (frame.bottom() - frame.top()));
+}
+
+void MainWindow::on_popupMessageClicked() { showInExplorer(detailsPath); }
+
+// ---------------------------------------------------------------------------------------------
 // Options
 
 void MainWindow::on_Options()
@@ -620,6 +714,7 @@ void MainWindow::on_ClosePackage()
     ui->dropBoxLabel->setText(dropHintText);
     ui->BtnEncDec->setEnabled(false);
     ui->progressBar->setValue(0);
+    TaskbarProgress::clear();
     ui->menuBar->setEnabled(true);
     packageMode = ModeEncrypt;
     setButtonState(ButtonEncrypt);
@@ -740,6 +835,7 @@ void MainWindow::on_StatusUpdate(uint operation, qint64 data_length, qint64 proc
     lastPercent = percent;
     if (percent <= 100)
         ui->progressBar->setValue(percent);
+    TaskbarProgress::setValue(percent);
 
     const QString fileName = user_parameter && user_parameter->fileName
         ? QString::fromStdU16String(std::u16string(user_parameter->fileName))
@@ -830,14 +926,22 @@ void MainWindow::on_PackageThreadFinished()
 
 void MainWindow::notifyCompletion(const EngineStatus& status)
 {
+    disconnect(trayIcon, &QSystemTrayIcon::messageClicked, this, &MainWindow::on_popupMessageClicked);
     if (cancelRequested)
         return;
     const QString text = tr("The process of ") + (packageMode == ModeEncrypt ? tr("Encryption") : tr("Decryption"))
         + tr(" has been completed ") + (status.ok() ? tr("Successfully.") : tr("Unsuccessfully."));
     const QString details = packageMode == ModeEncrypt ? packagePath : extractFolder;
     if (!isVisible()) {
-        // In the tray nobody would see a message box; a balloon tells the end instead.
-        trayIcon->showMessage(tr("Done!"), text,
+        // In the tray nobody would see a message box; a balloon tells the end instead, and after
+        // a success a click on it shows the result.
+        QString balloon = text;
+        if (status.ok()) {
+            detailsPath = details;
+            balloon += tr("\nClick for more details.");
+            connect(trayIcon, &QSystemTrayIcon::messageClicked, this, &MainWindow::on_popupMessageClicked);
+        }
+        Dialogs::showBalloon(*trayIcon, tr("Done!"), balloon,
                               status.ok() ? QSystemTrayIcon::Information : QSystemTrayIcon::Critical, 10000);
         return;
     }

@@ -7,6 +7,7 @@
 #include <QList>
 #include <QMainWindow>
 #include <QMap>
+#include <QPoint>
 #include <QSet>
 #include <QSystemTrayIcon>
 #include <QUrl>
@@ -83,6 +84,7 @@ protected:
     void dragMoveEvent(QDragMoveEvent* event) override;
     void dragLeaveEvent(QDragLeaveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private slots:
     void on_NewPackage();
@@ -102,6 +104,9 @@ private slots:
     void on_OPTStartOnLogin();
     void on_itemsDropped();
     void on_EditYourProfile();
+    void on_Restore();
+    void on_iconActivated(QSystemTrayIcon::ActivationReason reason);
+    void on_popupMessageClicked();
 
 public:
     // The enable table and the controls of the package state.
@@ -110,6 +115,15 @@ public:
     void setStatusText(const QString& text);
     void enablePackageWidgets(bool on);
     void resetPackage();
+    // The tray: the window hides there when minimized and comes back as it was.
+    void hideToTray(int x, int y);
+    void restoreFromTray();
+    void showAtCorner();
+    // Whether minimizing hides the window in the tray: never where the desktop has no tray,
+    // since the window could not come back from there.
+    bool minimizesToTray() const;
+    QPoint restorePosition() const { return savedPos; }
+
     // Walks the URLs into the package in hand, with the progress dialog up meanwhile.
     void addDroppedUrls(const QList<QUrl>& urls);
 
@@ -179,6 +193,7 @@ private:
     QAction* aboutAction = nullptr;
     QAction* quitAction = nullptr;
     QMenu* trayMenu = nullptr;
+    QPoint savedPos;
     ApplicationOptions options;
     CommandLine commandLine;
     // What went wrong when a store couldn't be opened after the start-up check passed; the
