@@ -9,6 +9,7 @@
 
 #include "contacts/ContactRecord.h"
 #include "contacts/RecipientsStore.h"
+#include "platform/LastError.h"
 #include "ui/Dialogs.h"
 #include "ui/contacts/ContactDetailsDlg.h"
 #include "ui/contacts/StoreFailure.h"
@@ -88,6 +89,7 @@ bool showContactDetails(QWidget* parent, RecipientsStore* store, QListWidgetItem
     changed->organization = details.organization.toStdU16String();
     changed->email = details.email.toStdU16String();
     changed->comments = details.comments.toStdU16String();
+    platform::setLastError(0);
     const EngineStatus updated = store->update(*changed);
     if (!updated.ok()) {
         // The item keeps what the file still says.

@@ -13,6 +13,7 @@
 #include "contacts/RecipientsStore.h"
 #include "crypto/CertificateStore.h"
 #include "engine/AppConstants.h"
+#include "platform/LastError.h"
 #include "ui/Dialogs.h"
 #include "ui/contacts/ContactDetailsDlg.h"
 #include "ui/contacts/StoreFailure.h"
@@ -105,6 +106,7 @@ bool ContactActionMan::importContactKey(const QString& path, QListWidget* target
     record->organization = details.organization.toStdU16String();
     record->email = details.email.toStdU16String();
     record->comments = details.comments.toStdU16String();
+    platform::setLastError(0);
     const EngineStatus added = store->add(*record);
     if (!added.ok()) {
         showStoreFailure(target, added);
@@ -200,6 +202,7 @@ void ContactActionMan::remove_contact()
         const ContactItemData data = contactItemData(item);
         if (!data.contact || data.isOwn)
             continue;
+        platform::setLastError(0);
         const EngineStatus removed = contacts->remove(*data.contact);
         // A contact that is still on file stays in the list, so list and store tell one story.
         if (!removed.ok()) {
