@@ -97,15 +97,10 @@ bool ContactActionMan::importContactKey(const QString& path, QListWidget* target
     if (Dialogs::exec(dialog) != ContactDetailsDlg::Ok)
         return false;
 
-    const ContactDetails details = dialog.details();
-    auto record = std::make_shared<ContactRecord>();
-    record->identity = identity;
-    record->name = *displayName;
-    record->firstName = details.firstName.toStdU16String();
-    record->lastName = details.lastName.toStdU16String();
-    record->organization = details.organization.toStdU16String();
-    record->email = details.email.toStdU16String();
-    record->comments = details.comments.toStdU16String();
+    // The name is the certificate's, whatever the read-only field was made to hold.
+    ContactDetails details = dialog.details();
+    details.name = name;
+    auto record = std::make_shared<ContactRecord>(contactRecordFrom(details, identity));
     platform::setLastError(0);
     const EngineStatus added = store->add(*record);
     if (!added.ok()) {

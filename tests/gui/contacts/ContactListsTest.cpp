@@ -379,27 +379,10 @@ private slots:
                 QCOMPARE(entry->action->isEnabled(), entry->action->isVisible());
         }
 
-        // Icons, shortcuts and their reach, once.
-        struct Expected {
-            const char* caption;
-            QKeySequence shortcut;
-        };
-        const Expected expected[] = {
-            { "Add to Recipients List", QKeySequence::Copy },
-            { "Add New Contact", QKeySequence() },
-            { "Export Contact", QKeySequence(Qt::CTRL | Qt::Key_E) },
-            { "Remove Contact", QKeySequence::Delete },
-            { "Select All", QKeySequence::SelectAll },
-            { "Clear Selection", QKeySequence::Undo },
-            { "Contact Details", QKeySequence(Qt::CTRL | Qt::Key_I) },
-        };
-        QCOMPARE(contactMan->entries().size(), qsizetype(std::size(expected)));
-        for (qsizetype at = 0; at < contactMan->entries().size(); ++at) {
-            const QAction* action = contactMan->entries()[at]->action;
-            QCOMPARE(action->text(), QString::fromLatin1(expected[at].caption));
-            QCOMPARE(action->shortcut(), expected[at].shortcut);
-            QCOMPARE(action->shortcutContext(), Qt::WidgetShortcut);
-            QVERIFY(contacts->actions().contains(action));
+        // Each list's shortcuts reach that list only.
+        for (const ActionEntry* entry : contactMan->entries()) {
+            QCOMPARE(entry->action->shortcutContext(), Qt::WidgetShortcut);
+            QVERIFY(contacts->actions().contains(entry->action));
         }
         QCOMPARE(recipientMan->entries().first()->action->text(), QStringLiteral("Remove"));
         QCOMPARE(recipientMan->entries().first()->action->shortcut(), QKeySequence(QKeySequence::Delete));
@@ -408,6 +391,15 @@ private slots:
         recipientMan->updateActions();
         QCOMPARE(visibleMenu(recipientMan->contextMenu()->actions()),
             QStringList({ "Remove", "-", "Clear Selection", "-", "Contact Details" }));
+
+        // A manager that outlives its list must not delete the actions that went with the list
+        // (the sanitizer run would report it).
+        auto* shortLived = new KvxListWidget;
+        auto manager = std::make_unique<RecipientActionMan>(shortLived, contacts);
+        manager->updateActions();
+        QCOMPARE(shortLived->actions().size(), 4);
+        delete shortLived;
+        manager.reset();
     }
 
     void movingByActionKeepsToolTipIconAndDetails()
