@@ -143,6 +143,16 @@ private slots:
         QCOMPARE(shown.size(), 2);
         QCOMPARE(opened.size(), 1);
 
+        // Without a session bus the real call isn't tried: the folder opens at once.
+        qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray("unix:path=") + QByteArray((folder / "no-bus").c_str()));
+        ShowInFolder::setHooks({ nullptr, [&](const QUrl& url) {
+                                    opened << url;
+                                    return true;
+                                } });
+        showInExplorer(file);
+        QCOMPARE(opened.size(), 2);
+        opened.removeLast();
+
         showInExplorer(QString::fromStdString((folder / "missing.kvxk").string()));
         showInExplorer(QString());
         QCOMPARE(shown.size(), 2);
