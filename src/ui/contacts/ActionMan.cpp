@@ -9,6 +9,7 @@
 
 #include "contacts/ContactRecord.h"
 #include "contacts/RecipientsStore.h"
+#include "platform/LastError.h"
 #include "ui/Dialogs.h"
 #include "ui/contacts/ContactDetailsDlg.h"
 #include "ui/contacts/StoreFailure.h"
@@ -62,6 +63,25 @@ QListWidgetItem* newContactItem(std::shared_ptr<ContactRecord> record, bool isOw
     return item;
 }
 
+ContactRecord contactRecordFrom(const ContactDetails& details, const IdentityCertificate& identity)
+{
+    ContactRecord record;
+    record.identity = identity;
+    record.name = details.name.toStdU16String();
+    record.firstName = details.firstName.toStdU16String();
+    record.lastName = details.lastName.toStdU16String();
+    record.organization = details.organization.toStdU16String();
+    record.comments = details.comments.toStdU16String();
+    record.email = details.email.toStdU16String();
+    return record;
+}
+
+ContactDetails contactDetailsOf(const ContactRecord& record)
+{
+    return ContactDetails { qs(record.name), qs(record.firstName), qs(record.lastName), qs(record.organization),
+        qs(record.email), qs(record.comments) };
+}
+
 bool showContactDetails(QWidget* parent, RecipientsStore* store, QListWidgetItem* item)
 {
     const ContactItemData data = contactItemData(item);
@@ -71,23 +91,18 @@ bool showContactDetails(QWidget* parent, RecipientsStore* store, QListWidgetItem
 
     ContactDetailsDlg dialog(parent);
     dialog.setWindowTitle(QCoreApplication::translate("ActionMan", "Contact details for -") + qs(old.name));
-    dialog.setDetails(ContactDetails {
-        qs(old.name), qs(old.firstName), qs(old.lastName), qs(old.organization), qs(old.email), qs(old.comments) });
+    dialog.setDetails(contactDetailsOf(old));
     dialog.setNameReadOnly(true);
     dialog.setEditTracking(true);
     dialog.setOkEnabled(false);
     if (Dialogs::exec(dialog) != ContactDetailsDlg::Ok)
         return false;
 
-    const ContactDetails details = dialog.details();
-    auto changed = std::make_shared<ContactRecord>();
-    changed->identity = old.identity;
-    changed->name = old.name;
-    changed->firstName = details.firstName.toStdU16String();
-    changed->lastName = details.lastName.toStdU16String();
-    changed->organization = details.organization.toStdU16String();
-    changed->email = details.email.toStdU16String();
-    changed->comments = details.comments.toStdU16String();
+    // The name is the contact's key and its certificate's; the dialog shows it read-only.
+    ContactDetails details = dialog.details();
+    details.name = qs(old.name);
+    auto changed = std::make_shared<ContactRecord>(contactRecordFrom(details, old.identity));
+    platform::setLastError(0);
     const EngineStatus updated = store->update(*changed);
     if (!updated.ok()) {
         // The item keeps what the file still says.

@@ -18,6 +18,8 @@ class QMenu;
 class QWidget;
 class RecipientsStore;
 struct ContactRecord;
+struct ContactDetails;
+class IdentityCertificate;
 
 // Kept in every contact item under Qt::UserRole. Clones of an item share it, so a contact keeps
 // its details whichever list it is moved to; the last item that holds it frees it.
@@ -36,6 +38,12 @@ void updateToolTip(QListWidgetItem* item);
 // A new contact item: the name as text, the contact or own-contact icon, data and tool tip set.
 // Not yet in any list.
 QListWidgetItem* newContactItem(std::shared_ptr<ContactRecord> record, bool isOwn);
+// A record from a dialog's fields and a certificate, as filed when a contact is made or edited.
+// The dialog's field order differs from the record's (comments before e-mail there).
+ContactRecord contactRecordFrom(const ContactDetails& details, const IdentityCertificate& identity);
+// The record's six fields in the dialog's order.
+ContactDetails contactDetailsOf(const ContactRecord& record);
+
 // Shows the details dialog for the item's contact; on OK writes the change to the store and to
 // the item. Nothing happens without store, item or record. False if nothing changed.
 bool showContactDetails(QWidget* parent, RecipientsStore* store, QListWidgetItem* item);

@@ -13,6 +13,7 @@
 #include "contacts/RecipientsStore.h"
 #include "crypto/CertificateStore.h"
 #include "engine/AppConstants.h"
+#include "platform/LastError.h"
 #include "ui/Dialogs.h"
 #include "ui/contacts/ContactDetailsDlg.h"
 #include "ui/contacts/StoreFailure.h"
@@ -96,15 +97,11 @@ bool ContactActionMan::importContactKey(const QString& path, QListWidget* target
     if (Dialogs::exec(dialog) != ContactDetailsDlg::Ok)
         return false;
 
-    const ContactDetails details = dialog.details();
-    auto record = std::make_shared<ContactRecord>();
-    record->identity = identity;
-    record->name = *displayName;
-    record->firstName = details.firstName.toStdU16String();
-    record->lastName = details.lastName.toStdU16String();
-    record->organization = details.organization.toStdU16String();
-    record->email = details.email.toStdU16String();
-    record->comments = details.comments.toStdU16String();
+    // The name is the certificate's, whatever the read-only field was made to hold.
+    ContactDetails details = dialog.details();
+    details.name = name;
+    auto record = std::make_shared<ContactRecord>(contactRecordFrom(details, identity));
+    platform::setLastError(0);
     const EngineStatus added = store->add(*record);
     if (!added.ok()) {
         showStoreFailure(target, added);
@@ -200,6 +197,7 @@ void ContactActionMan::remove_contact()
         const ContactItemData data = contactItemData(item);
         if (!data.contact || data.isOwn)
             continue;
+        platform::setLastError(0);
         const EngineStatus removed = contacts->remove(*data.contact);
         // A contact that is still on file stays in the list, so list and store tell one story.
         if (!removed.ok()) {

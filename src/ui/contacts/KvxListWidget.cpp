@@ -45,6 +45,8 @@ KvxListWidget::KvxListWidget(QWidget* parent)
     setAcceptDrops(true);
     setDropIndicatorShown(true);
     setMovement(QListView::Snap);
+    // Several contacts at once are the rule here: Select All, moving a group, removing a group.
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
 }
 
 void KvxListWidget::addClonesOf(const QList<QListWidgetItem*>& items)

@@ -16,7 +16,6 @@ public:
 
     // Stores the placeholder and shows it as the box's text.
     void setPlaceholder(const QString& text);
-    QString placeholderText() const { return placeholder; }
     void setTextColor(const QColor& color);
     void setFilterList(QListWidget* list) { filterList = list; }
     // Filters the list as the user types (edits only, not setText).

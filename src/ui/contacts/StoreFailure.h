@@ -5,6 +5,7 @@
 
 class QWidget;
 
-// A warning box titled with the program's name and the failure's text. A status without a code
-// of its own (a file that couldn't be written) is told by the system's last error.
+// A warning box titled with the program's name and the failure's text. Where the status only wraps
+// a system failure, the system's last error tells the cause: callers clear it before the store
+// call, so a stale value is never shown.
 void showStoreFailure(QWidget* parent, EngineStatus status);

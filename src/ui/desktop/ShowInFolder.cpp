@@ -1,7 +1,9 @@
 #include "ui/desktop/ShowInFolder.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QDesktopServices>
 #include <QDir>
 #include <QFileInfo>
@@ -14,40 +16,52 @@ ShowInFolder::Hooks& hooks()
     return installed;
 }
 
-bool showItemsOverBus(const QStringList& uris)
+void openFolder(const QUrl& folder)
+{
+    if (hooks().openFolder)
+        hooks().openFolder(folder);
+    else
+        QDesktopServices::openUrl(folder);
+}
+
+// Asks the file manager without waiting for it: a file manager that is slow to start or hangs
+// must not hold up the window. An error reply, or no bus at all, opens the folder instead.
+void showItemsOverBus(const QStringList& uris, const QUrl& folder)
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected())
-        return false;
+    if (!bus.isConnected()) {
+        openFolder(folder);
+        return;
+    }
     QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.FileManager1"),
         QStringLiteral("/org/freedesktop/FileManager1"), QStringLiteral("org.freedesktop.FileManager1"),
         QStringLiteral("ShowItems"));
     call << uris << QString();
-    // A short wait: a bus without a file manager answers with an error at once, and a file
-    // manager that hangs must not hold up the window.
-    const QDBusMessage reply = bus.call(call, QDBus::Block, 3000);
-    return reply.type() == QDBusMessage::ReplyMessage;
+    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, 10000), QCoreApplication::instance());
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [folder](QDBusPendingCallWatcher* done) {
+        if (done->isError())
+            openFolder(folder);
+        done->deleteLater();
+    });
 }
-
-bool openFolderUrl(const QUrl& folder) { return QDesktopServices::openUrl(folder); }
 
 } // namespace
 
 void showInExplorer(const QString& path)
 {
+    if (path.isEmpty())
+        return;
     const QFileInfo info(QDir::cleanPath(path));
-    if (path.isEmpty() || !info.exists())
+    if (!info.exists())
         return;
-    const QString absolute = info.absoluteFilePath();
-    const QStringList uris { QUrl::fromLocalFile(absolute).toString(QUrl::FullyEncoded) };
-    const bool shown = hooks().showItems ? hooks().showItems(uris) : showItemsOverBus(uris);
-    if (shown)
-        return;
+    const QStringList uris { QUrl::fromLocalFile(info.absoluteFilePath()).toString(QUrl::FullyEncoded) };
     const QUrl folder = QUrl::fromLocalFile(info.absolutePath());
-    if (hooks().openFolder)
-        hooks().openFolder(folder);
-    else
-        openFolderUrl(folder);
+    if (!hooks().showItems) {
+        showItemsOverBus(uris, folder);
+        return;
+    }
+    if (!hooks().showItems(uris))
+        openFolder(folder);
 }
 
 namespace ShowInFolder {

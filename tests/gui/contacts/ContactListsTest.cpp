@@ -1,0 +1,652 @@
+// The two contact lists with their action managers, over a real store and certificate store:
+// key files in and out, menus, moving contacts by action, drag and key, removing and editing.
+
+#include <QAction>
+#include <QApplication>
+#include <QDropEvent>
+#include <QHBoxLayout>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMenu>
+#include <QMimeData>
+#include <QPixmap>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTextEdit>
+#include <QUrl>
+#include <filesystem>
+
+#include "ContactsFixture.h"
+#include "TestSupport.h"
+#include "crypto/CertificateStore.h"
+#include "platform/ErrorText.h"
+#include "platform/FaultInjection.h"
+#include "platform/StatusCodes.h"
+#include "ui/Dialogs.h"
+#include "ui/contacts/ContactActionMan.h"
+#include "ui/contacts/ContactDetailsDlg.h"
+#include "ui/contacts/KvxListWidget.h"
+#include "ui/contacts/RecipientActionMan.h"
+#include "ui/desktop/ShowInFolder.h"
+
+using namespace contacts_test;
+using namespace testing_support;
+namespace fs = std::filesystem;
+namespace answers = Dialogs::testing;
+
+namespace {
+
+const QString AddedText = QStringLiteral("Contact added successfully.");
+const QString ExistsText = QStringLiteral("Contact already exists. Please select another contact key file.");
+
+QString field(QDialog& dialog, const char* name) { return dialog.findChild<QLineEdit*>(name)->text(); }
+
+bool okEnabled(QDialog& dialog) { return dialog.findChild<QPushButton*>("OKButton")->isEnabled(); }
+
+QList<QListWidgetItem*> allItems(QListWidget& list)
+{
+    QList<QListWidgetItem*> items;
+    for (int row = 0; row < list.count(); ++row)
+        items << list.item(row);
+    return items;
+}
+
+void selectOnly(QListWidget& list, const QList<QListWidgetItem*>& items)
+{
+    list.clearSelection();
+    for (QListWidgetItem* item : items)
+        item->setSelected(true);
+}
+
+// A record with a name only, for lists that never reach the store.
+std::shared_ptr<ContactRecord> named(const char16_t* name)
+{
+    auto record = std::make_shared<ContactRecord>();
+    record->name = name;
+    return record;
+}
+
+QString toolTipFor(const ContactRecord& record)
+{
+    const auto q = [](const std::u16string& text) { return QString::fromStdU16String(text); };
+    return "<html><head/><body><b>First Name:</b>" + q(record.firstName) + "<br><b>Last Name:</b>" + q(record.lastName)
+        + "<br><b>Organization:</b>" + q(record.organization) + "<br><b>Email:</b>" + q(record.email)
+        + "<br><b>Comments:</b>" + q(record.comments) + "</body></html>";
+}
+
+// A drop the way a drag from outside the program delivers it: no source, the given URLs.
+struct OutsideDrop {
+    QMimeData data;
+    explicit OutsideDrop(const QStringList& paths)
+    {
+        QList<QUrl> urls;
+        for (const QString& path : paths)
+            urls << QUrl::fromLocalFile(path);
+        data.setUrls(urls);
+    }
+};
+
+bool sendDragEnter(QListWidget& list, const QMimeData* data)
+{
+    QDragEnterEvent enter(QPoint(4, 4), Qt::CopyAction | Qt::MoveAction, data, Qt::LeftButton, Qt::NoModifier);
+    enter.ignore();
+    QCoreApplication::sendEvent(list.viewport(), &enter);
+    return enter.isAccepted();
+}
+
+bool sendDrop(QListWidget& list, const QMimeData* data, Qt::DropAction* action = nullptr)
+{
+    QDropEvent drop(QPointF(4, 4), Qt::CopyAction | Qt::MoveAction, data, Qt::LeftButton, Qt::NoModifier);
+    drop.ignore();
+    QCoreApplication::sendEvent(list.viewport(), &drop);
+    if (action)
+        *action = drop.dropAction();
+    return drop.isAccepted();
+}
+
+} // namespace
+
+class ContactListsTest : public QObject {
+    Q_OBJECT
+
+private:
+    fs::path profile;
+    std::unique_ptr<RecipientsStore> store;
+    std::unique_ptr<QWidget> window;
+    KvxListWidget* contacts = nullptr;
+    KvxListWidget* recipients = nullptr;
+    std::unique_ptr<ContactActionMan> contactMan;
+    std::unique_ptr<RecipientActionMan> recipientMan;
+    QStringList shownInFolder;
+    QList<QUrl> openedFolders;
+    bool fileManagerAnswers = true;
+
+    void newProfile()
+    {
+        store = std::make_unique<RecipientsStore>();
+        QVERIFY(freshProfile(*store, profile));
+        if (contactMan) {
+            contactMan->setStore(store.get());
+            recipientMan->setStore(store.get());
+        }
+    }
+
+    QListWidgetItem* addItem(QListWidget& list, const std::shared_ptr<ContactRecord>& record, bool own = false)
+    {
+        QListWidgetItem* item = newContactItem(record, own);
+        list.addItem(item);
+        return item;
+    }
+
+    QAction* contactAction(const char* caption)
+    {
+        contactMan->updateActions();
+        return contactMan->findAction(QString::fromLatin1(caption));
+    }
+
+    QAction* recipientAction(const char* caption)
+    {
+        recipientMan->updateActions();
+        return recipientMan->findAction(QString::fromLatin1(caption));
+    }
+
+    // Answers the import's details dialog after checking what it offers; fills the first name.
+    void answerImportDialog(const QString& expectedName, const QString& firstName, int result = 1)
+    {
+        answers::answer([=](QDialog& dialog) {
+            dialog.show();
+            if (dialog.windowTitle() != QStringLiteral("Add Contact Details")
+                || field(dialog, "ContactNameLE") != expectedName
+                || !dialog.findChild<QLineEdit*>("ContactNameLE")->isReadOnly() || !okEnabled(dialog)
+                || !field(dialog, "FirstNameLE").isEmpty() || !field(dialog, "EMailLE").isEmpty())
+                return 0;
+            QTest::keyClicks(dialog.findChild<QLineEdit*>("FirstNameLE"), firstName);
+            return result;
+        });
+    }
+
+private slots:
+    void init()
+    {
+        answers::clear();
+        answers::setStrict(true);
+        newProfile();
+        window = std::make_unique<QWidget>();
+        auto* layout = new QHBoxLayout(window.get());
+        contacts = new KvxListWidget(window.get());
+        recipients = new KvxListWidget(window.get());
+        layout->addWidget(contacts);
+        layout->addWidget(recipients);
+        contacts->setPeerList(recipients);
+        recipients->setPeerList(contacts);
+        contactMan = std::make_unique<ContactActionMan>(contacts, recipients);
+        recipientMan = std::make_unique<RecipientActionMan>(recipients, contacts);
+        contacts->setActionMan(contactMan.get());
+        recipients->setActionMan(recipientMan.get());
+        contactMan->setStore(store.get());
+        recipientMan->setStore(store.get());
+        shownInFolder.clear();
+        openedFolders.clear();
+        fileManagerAnswers = true;
+        ShowInFolder::setHooks({ [this](const QStringList& uris) {
+                                    shownInFolder << uris;
+                                    return fileManagerAnswers;
+                                },
+            [this](const QUrl& folder) {
+                openedFolders << folder;
+                return true;
+            } });
+    }
+
+    void cleanup()
+    {
+        platform::faults::reset();
+        // Every dialog the flow showed had an answer, and every answer was used.
+        QCOMPARE(answers::unanswered(), 0);
+        QCOMPARE(answers::pendingAnswers(), 0);
+        contactMan.reset();
+        recipientMan.reset();
+        window.reset();
+        ShowInFolder::setHooks({});
+    }
+
+    void importsDerAndPemKeyFiles()
+    {
+        answers::answerPath(keyFile("Bob"));
+        answerImportDialog(QStringLiteral("Bob"), QStringLiteral("Robert"));
+        answers::answer(QMessageBox::Ok);
+        contactAction("Add New Contact")->trigger();
+
+        QCOMPARE(texts(*contacts), QStringList { "Bob" });
+        const ContactItemData bob = contactItemData(contacts->item(0));
+        QVERIFY(bob.contact);
+        QVERIFY(!bob.isOwn);
+        QCOMPARE(bob.contact->firstName, std::u16string(u"Robert"));
+        QCOMPARE(contacts->item(0)->toolTip(), toolTipFor(*bob.contact));
+        const Dialogs::Shown done = answers::shown().last();
+        QCOMPARE(done.title, QStringLiteral("Halvoren"));
+        QCOMPARE(done.text, AddedText);
+        QCOMPARE(done.icon, QMessageBox::Information);
+        QCOMPARE(contactMan->lastImportFolder(), QFileInfo(keyFile("Bob")).absolutePath());
+
+        // PEM text is read as well; the contact lands in the list given.
+        const fs::path folder = freshFolder("pem");
+        const QString pem = pemCopy("Carol", folder, "carol.kvxk");
+        answerImportDialog(QStringLiteral("Carol"), QStringLiteral("C"));
+        answers::answer(QMessageBox::Ok);
+        QVERIFY(ContactActionMan::importContactKey(pem, recipients, store.get()));
+        QCOMPARE(texts(*recipients), QStringList { "Carol" });
+        QCOMPARE(texts(*contacts), QStringList { "Bob" });
+
+        const std::vector<ContactRecord> onDisk = contactsOnDisk(profile);
+        QCOMPARE(onDisk.size(), std::size_t(2));
+        QCOMPARE(onDisk[0].name, std::u16string(u"Bob"));
+        QCOMPARE(onDisk[0].firstName, std::u16string(u"Robert"));
+        QCOMPARE(onDisk[1].name, std::u16string(u"Carol"));
+        QVERIFY(
+            sameCertificate(onDisk[1].identity.certificate(), loadCertificateFile(keyFile("Carol").toStdU16String())));
+    }
+
+    void duplicatesAndBadFilesAddNothing()
+    {
+        // Bobby may join while only Bob is known...
+        QVERIFY(addContact(*store, "Bob"));
+        answerImportDialog(QStringLiteral("Bobby"), QString());
+        answers::answer(QMessageBox::Ok);
+        QVERIFY(ContactActionMan::importContactKey(keyFile("Bobby"), contacts, store.get()));
+        // ...and a key file of someone already there is turned away without a dialog.
+        answers::answer(QMessageBox::Ok);
+        QVERIFY(!ContactActionMan::importContactKey(keyFile("Bob"), contacts, store.get()));
+        QCOMPARE(answers::shown().last().text, ExistsText);
+        QCOMPARE(answers::shown().last().icon, QMessageBox::Warning);
+        QCOMPARE(texts(*contacts), QStringList { "Bobby" });
+
+        // Bob is turned away while Bobby alone is known: the name is found inside the subject.
+        newProfile();
+        contacts->clear();
+        QVERIFY(addContact(*store, "Bobby"));
+        answers::answer(QMessageBox::Ok);
+        QVERIFY(!ContactActionMan::importContactKey(keyFile("Bob"), contacts, store.get()));
+        QCOMPARE(answers::shown().last().text, ExistsText);
+
+        // Cancelled details, a file that is no certificate, a missing file: nothing changes and
+        // nothing but the dialog is shown.
+        const qsizetype shownBefore = answers::shown().size();
+        answerImportDialog(QStringLiteral("Carol"), QStringLiteral("x"), ContactDetailsDlg::Cancelled);
+        QVERIFY(!ContactActionMan::importContactKey(keyFile("Carol"), contacts, store.get()));
+        const fs::path folder = freshFolder("junk");
+        writeText(folder / "junk.kvxk", "not a certificate");
+        QVERIFY(!ContactActionMan::importContactKey(
+            QString::fromStdString((folder / "junk.kvxk").string()), contacts, store.get()));
+        QVERIFY(!ContactActionMan::importContactKey(
+            QString::fromStdString((folder / "gone.kvxk").string()), contacts, store.get()));
+        QCOMPARE(answers::shown().size(), shownBefore);
+        QVERIFY(contacts->count() == 0);
+        QCOMPARE(contactsOnDisk(profile).size(), std::size_t(1));
+        QVERIFY(!findCertificate(u"Carol"));
+
+        // A failed import still moves the chooser to the file's folder; a cancelled chooser doesn't.
+        answers::answerPath(QString::fromStdString((folder / "junk.kvxk").string()));
+        contactAction("Add New Contact")->trigger();
+        QCOMPARE(contactMan->lastImportFolder(), QString::fromStdString(folder.string()));
+        answers::answerPath(QString());
+        contactAction("Add New Contact")->trigger();
+        QCOMPARE(contactMan->lastImportFolder(), QString::fromStdString(folder.string()));
+    }
+
+    void saveNamesGetTheKeySuffix()
+    {
+        const QStringList chosen { "/t/alice", "/t/alice.txt", "/t/alice.kvxk", "/t/alice.KvXk", "/t/report.old.kvxk",
+            "" };
+        const QStringList expected { "/t/alice.kvxk", "/t/alice.txt.kvxk", "/t/alice.kvxk", "/t/alice.KvXk",
+            "/t/report.old.kvxk.kvxk", "" };
+        for (int at = 0; at < chosen.size(); ++at) {
+            answers::answerPath(chosen[at]);
+            QCOMPARE(contactMan->chooseKeyFileToSave(QStringLiteral("alice")), expected[at]);
+        }
+    }
+
+    void exportWritesTheCertificateDer()
+    {
+        const auto bob = addContact(*store, "Bob");
+        QVERIFY(bob);
+        selectOnly(*contacts, { addItem(*contacts, bob) });
+        const fs::path folder = freshFolder("export");
+        const QString chosen = QString::fromStdString((folder / "bob").string());
+
+        answers::answerPath(chosen);
+        answers::answer(QStringLiteral("Details"));
+        contactAction("Export Contact")->trigger();
+        const QString written = chosen + ".kvxk";
+        QCOMPARE(readBytes(written.toStdString()), readBytes(keyFile("Bob").toStdString()));
+        const Dialogs::Shown report = answers::shown().last();
+        QCOMPARE(report.text, QStringLiteral("Contact exported successfully."));
+        QCOMPARE(report.icon, QMessageBox::Information);
+        QVERIFY(report.buttons.contains(QStringLiteral("Details")));
+        QCOMPARE(shownInFolder, QStringList { QUrl::fromLocalFile(written).toString() });
+
+        // OK alone shows no folder; an unwritable target shows nothing at all.
+        answers::answerPath(chosen);
+        answers::answer(QMessageBox::Ok);
+        contactAction("Export Contact")->trigger();
+        QCOMPARE(shownInFolder.size(), 1);
+        const qsizetype shownBefore = answers::shown().size();
+        answers::answerPath(QString::fromStdString((folder / "missing" / "bob.kvxk").string()));
+        contactAction("Export Contact")->trigger();
+        QCOMPARE(answers::shown().size(), shownBefore);
+    }
+
+    void menusOfferWhatTheSelectionAllows()
+    {
+        QVERIFY2(contactMan->entries().isEmpty(), "actions are made on first use");
+        QVERIFY(contacts->actions().isEmpty());
+
+        const QStringList emptyContacts { "-", "-", "Add New Contact", "-" };
+        contactMan->updateActions();
+        QCOMPARE(visibleMenu(contactMan->contextMenu()->actions()), emptyContacts);
+        recipientMan->updateActions();
+        QCOMPARE(visibleMenu(recipientMan->contextMenu()->actions()), QStringList({ "-", "-" }));
+
+        QListWidgetItem* own = addItem(*contacts, named(u"Ann Owner"), true);
+        QListWidgetItem* bob = addItem(*contacts, named(u"Bob"));
+        QListWidgetItem* carol = addItem(*contacts, named(u"Carol"));
+
+        struct Case {
+            const char* what;
+            QList<QListWidgetItem*> selected;
+            QStringList menu;
+        };
+        const QList<Case> cases {
+            { "nothing selected", {}, { "-", "Select All", "-", "Add New Contact", "-" } },
+            { "one contact", { bob },
+                { "Add to Recipients List", "-", "Select All", "Clear Selection", "-", "Add New Contact",
+                    "Export Contact", "Remove Contact", "-", "Contact Details" } },
+            { "own contact alone", { own },
+                { "Add to Recipients List", "-", "Select All", "Clear Selection", "-", "Add New Contact",
+                    "Export Contact", "-", "Contact Details" } },
+            { "own and another", { own, bob },
+                { "Add to Recipients List", "-", "Select All", "Clear Selection", "-", "Add New Contact",
+                    "Remove Contact", "-" } },
+            { "all", { own, bob, carol },
+                { "Add to Recipients List", "-", "Clear Selection", "-", "Add New Contact", "Remove Contact", "-" } },
+        };
+        for (const Case& test : cases) {
+            selectOnly(*contacts, test.selected);
+            contactMan->updateActions();
+            QVERIFY2(visibleMenu(contactMan->contextMenu()->actions()) == test.menu, test.what);
+            for (const ActionEntry* entry : contactMan->entries())
+                QCOMPARE(entry->action->isEnabled(), entry->action->isVisible());
+        }
+
+        // Each list's shortcuts reach that list only.
+        for (const ActionEntry* entry : contactMan->entries()) {
+            QCOMPARE(entry->action->shortcutContext(), Qt::WidgetShortcut);
+            QVERIFY(contacts->actions().contains(entry->action));
+        }
+        QCOMPARE(recipientMan->entries().first()->action->text(), QStringLiteral("Remove"));
+        QCOMPARE(recipientMan->entries().first()->action->shortcut(), QKeySequence(QKeySequence::Delete));
+
+        addItem(*recipients, named(u"Dave"))->setSelected(true);
+        recipientMan->updateActions();
+        QCOMPARE(visibleMenu(recipientMan->contextMenu()->actions()),
+            QStringList({ "Remove", "-", "Clear Selection", "-", "Contact Details" }));
+
+        // A manager that outlives its list must not delete the actions that went with the list
+        // (the sanitizer run would report it).
+        auto* shortLived = new KvxListWidget;
+        auto manager = std::make_unique<RecipientActionMan>(shortLived, contacts);
+        manager->updateActions();
+        QCOMPARE(shortLived->actions().size(), 4);
+        delete shortLived;
+        manager.reset();
+    }
+
+    void movingByActionKeepsToolTipIconAndDetails()
+    {
+        const auto bob = addContact(*store, "Bob", u"Robert");
+        const auto carol = addContact(*store, "Carol");
+        QListWidgetItem* bobItem = addItem(*contacts, bob);
+        addItem(*contacts, carol);
+        QPixmap red(8, 8);
+        red.fill(Qt::red);
+        bobItem->setIcon(QIcon(red));
+        const qint64 iconKey = bobItem->icon().cacheKey();
+        const QString tip = bobItem->toolTip();
+        QSignalSpy recipientRows(recipients, &KvxListWidget::on_event);
+
+        selectOnly(*contacts, { bobItem });
+        contactAction("Add to Recipients List")->trigger();
+        QCOMPARE(texts(*contacts), QStringList { "Carol" });
+        QCOMPARE(texts(*recipients), QStringList { "Bob" });
+        QListWidgetItem* moved = recipients->item(0);
+        QCOMPARE(contactItemData(moved).contact.get(), bob.get());
+        QCOMPARE(moved->toolTip(), tip);
+        QCOMPARE(moved->icon().cacheKey(), iconKey);
+        QCOMPARE(recipientRows.count(), 1);
+
+        selectOnly(*recipients, { moved });
+        recipientAction("Remove")->trigger();
+        QCOMPARE(texts(*contacts), QStringList({ "Carol", "Bob" }));
+        QCOMPARE(recipients->count(), 0);
+        QCOMPARE(recipientRows.count(), 2);
+        QCOMPARE(contactItemData(contacts->item(1)).contact.get(), bob.get());
+        QCOMPARE(contacts->item(1)->toolTip(), tip);
+        QCOMPARE(contactsOnDisk(profile).size(), std::size_t(2));
+
+        // Putting all recipients back, as a new package does.
+        contacts->addClonesOf(allItems(*contacts));
+        QCOMPARE(texts(*contacts), QStringList({ "Carol", "Bob", "Carol", "Bob" }));
+        QCOMPARE(contactItemData(contacts->item(3)).contact.get(), bob.get());
+    }
+
+    void dragMovesClonesToTheOtherListOnly()
+    {
+        const auto bob = addContact(*store, "Bob", u"Robert");
+        const auto carol = addContact(*store, "Carol");
+        QListWidgetItem* bobItem = addItem(*contacts, bob);
+        QListWidgetItem* carolItem = addItem(*contacts, carol, true);
+
+        std::unique_ptr<QMimeData> drag(KvxListWidget::makeDragData({ carolItem, bobItem }, contacts));
+        QVERIFY(drag->property(KvxListWidget::dragProperty).isValid());
+        QVERIFY(sendDragEnter(*recipients, drag.get()));
+        Qt::DropAction action = Qt::IgnoreAction;
+        QVERIFY(sendDrop(*recipients, drag.get(), &action));
+        QCOMPARE(action, Qt::MoveAction);
+        QCOMPARE(texts(*recipients), QStringList({ "Carol", "Bob" }));
+        QCOMPARE(contactItemData(recipients->item(1)).contact.get(), bob.get());
+        QCOMPARE(recipients->item(1)->toolTip(), bobItem->toolTip());
+        QVERIFY(contactItemData(recipients->item(0)).isOwn);
+        drag.reset();
+        QCOMPARE(recipients->count(), 2);
+
+        // Onto its own list: refused, and the clones go with the drag's data.
+        std::unique_ptr<QMimeData> back(KvxListWidget::makeDragData({ bobItem }, contacts));
+        QVERIFY(!sendDragEnter(*contacts, back.get()));
+        QVERIFY(!sendDrop(*contacts, back.get()));
+        QCOMPARE(contacts->count(), 2);
+        back.reset();
+
+        // A drag that no list takes: nothing changes, and nothing is left behind.
+        std::unique_ptr<QMimeData> lost(KvxListWidget::makeDragData(allItems(*contacts), contacts));
+        lost.reset();
+        QCOMPARE(contacts->count(), 2);
+        QCOMPARE(recipients->count(), 2);
+
+        // Foreign data that isn't a key file isn't the list's to take.
+        QMimeData text;
+        text.setText(QStringLiteral("hello"));
+        QVERIFY(!sendDragEnter(*recipients, &text));
+    }
+
+    void keyFileDropLandsOnTheListThatGotIt()
+    {
+        const fs::path folder = freshFolder("drop");
+        fs::copy_file(keyFile("Carol").toStdString(), folder / "CAROL.KVXK");
+        fs::copy_file(keyFile("Bob").toStdString(), folder / "bob.kvxk");
+        fs::copy_file(keyFile("Bob").toStdString(), folder / "bob.cer");
+        const QString carolKey = QString::fromStdString((folder / "CAROL.KVXK").string());
+        const QString bobKey = QString::fromStdString((folder / "bob.kvxk").string());
+
+        OutsideDrop two({ carolKey, bobKey });
+        QVERIFY2(!sendDragEnter(*recipients, &two.data), "two key files at once");
+        OutsideDrop wrongSuffix({ QString::fromStdString((folder / "bob.cer").string()) });
+        QVERIFY(!sendDragEnter(*recipients, &wrongSuffix.data));
+        QVERIFY(!sendDrop(*recipients, &wrongSuffix.data));
+
+        OutsideDrop one({ carolKey });
+        QVERIFY(sendDragEnter(*recipients, &one.data));
+        answerImportDialog(QStringLiteral("Carol"), QStringLiteral("Caroline"));
+        answers::answer(QMessageBox::Ok);
+        QVERIFY(sendDrop(*recipients, &one.data));
+        QCOMPARE(texts(*recipients), QStringList { "Carol" });
+        QCOMPARE(contacts->count(), 0);
+        QCOMPARE(contactsOnDisk(profile).size(), std::size_t(1));
+        QCOMPARE(contactsOnDisk(profile)[0].firstName, std::u16string(u"Caroline"));
+    }
+
+    void removingKeepsTheOwnContact()
+    {
+        const auto own = addContact(*store, "Ann Owner");
+        const auto bob = addContact(*store, "Bob");
+        const auto carol = addContact(*store, "Carol");
+        QListWidgetItem* ownItem = addItem(*contacts, own, true);
+        QListWidgetItem* bobItem = addItem(*contacts, bob);
+        addItem(*contacts, carol);
+
+        selectOnly(*contacts, { ownItem, bobItem });
+        answers::answer(QMessageBox::No);
+        contactAction("Remove Contact")->trigger();
+        QCOMPARE(contacts->count(), 3);
+        const Dialogs::Shown question = answers::shown().last();
+        QCOMPARE(question.text, QStringLiteral("Are you sure you want to remove this contact?\n\"Bob\""));
+        QCOMPARE(question.icon, QMessageBox::Question);
+        QCOMPARE(question.title, QStringLiteral("Halvoren"));
+
+        answers::answer(QMessageBox::Yes);
+        contactAction("Remove Contact")->trigger();
+        QCOMPARE(texts(*contacts), QStringList({ "Ann Owner", "Carol" }));
+        QVERIFY(!findCertificate(u"Bob"));
+        const std::vector<ContactRecord> left = contactsOnDisk(profile);
+        QCOMPARE(left.size(), std::size_t(2));
+        QCOMPARE(left[0].name, std::u16string(u"Ann Owner"));
+        QCOMPARE(left[1].name, std::u16string(u"Carol"));
+
+        // The own contact alone can't be removed, not even by its shortcut's action.
+        selectOnly(*contacts, { ownItem });
+        QVERIFY(!contactAction("Remove Contact")->isEnabled());
+        contactAction("Remove Contact")->trigger();
+        QCOMPARE(contacts->count(), 2);
+    }
+
+    void editingDetailsUpdatesStoreAndToolTip()
+    {
+        const auto bob = addContact(*store, "Bob", u"Robert");
+        const auto carol = addContact(*store, "Carol");
+        addItem(*contacts, carol);
+        QListWidgetItem* bobItem = addItem(*recipients, bob);
+        selectOnly(*recipients, { bobItem });
+
+        answers::answer([](QDialog& dialog) {
+            dialog.show();
+            if (dialog.windowTitle() != QStringLiteral("Contact details for -Bob")
+                || !dialog.findChild<QLineEdit*>("ContactNameLE")->isReadOnly() || okEnabled(dialog)
+                || field(dialog, "FirstNameLE") != QStringLiteral("Robert"))
+                return 0;
+            QTest::keyClicks(dialog.findChild<QLineEdit*>("OrganizationLE"), QStringLiteral("<i>Acme</i>"));
+            QTest::keyClicks(dialog.findChild<QTextEdit*>("CommentsTE"), QStringLiteral("met in 2020"));
+            return okEnabled(dialog) ? 1 : 0;
+        });
+        recipientAction("Contact Details")->trigger();
+
+        const ContactItemData data = contactItemData(bobItem);
+        QCOMPARE(data.contact->organization, std::u16string(u"<i>Acme</i>"));
+        QCOMPARE(data.contact->firstName, std::u16string(u"Robert"));
+        QCOMPARE(bobItem->toolTip(),
+            QStringLiteral("<html><head/><body><b>First Name:</b>Robert<br><b>Last Name:</b><br>"
+                           "<b>Organization:</b><i>Acme</i><br><b>Email:</b><br><b>Comments:</b>met in 2020"
+                           "</body></html>"));
+        const std::vector<ContactRecord> onDisk = contactsOnDisk(profile);
+        QCOMPARE(onDisk[0].organization, std::u16string(u"<i>Acme</i>"));
+        QCOMPARE(onDisk[0].comments, std::u16string(u"met in 2020"));
+        QCOMPARE(onDisk[1].organization, std::u16string());
+        QCOMPARE(contactItemData(contacts->item(0)).contact.get(), carol.get());
+
+        // Cancel changes nothing.
+        const QString tip = bobItem->toolTip();
+        answers::answer([](QDialog& dialog) {
+            dialog.show();
+            QTest::keyClicks(dialog.findChild<QLineEdit*>("EMailLE"), QStringLiteral("b@x"));
+            return int(ContactDetailsDlg::Cancelled);
+        });
+        recipientAction("Contact Details")->trigger();
+        QCOMPARE(bobItem->toolTip(), tip);
+        QCOMPARE(contactsOnDisk(profile)[0].email, std::u16string());
+    }
+
+    void storeFailureShowsTheSystemMessageAndKeepsTheLists()
+    {
+        const auto bob = addContact(*store, "Bob", u"Robert");
+        QListWidgetItem* bobItem = addItem(*contacts, bob);
+        selectOnly(*contacts, { bobItem });
+        const QString diskFull = QString::fromStdU16String(platform::errorText(win::ERROR_DISK_FULL));
+
+        platform::faults::failAfter(platform::faults::Kind::Rename, 0, win::ERROR_DISK_FULL, true);
+        answers::answer([](QDialog& dialog) {
+            dialog.show();
+            QTest::keyClicks(dialog.findChild<QLineEdit*>("LastNameLE"), QStringLiteral("Builder"));
+            return 1;
+        });
+        answers::answer(QMessageBox::Ok);
+        contactAction("Contact Details")->trigger();
+        QCOMPARE(answers::shown().last().text, diskFull);
+        QCOMPARE(answers::shown().last().icon, QMessageBox::Warning);
+        QCOMPARE(contactItemData(bobItem).contact.get(), bob.get());
+        QVERIFY(bob->lastName.empty());
+
+        // An import that can't be filed shows the cause and adds no item.
+        answerImportDialog(QStringLiteral("Carol"), QString());
+        answers::answer(QMessageBox::Ok);
+        QVERIFY(!ContactActionMan::importContactKey(keyFile("Carol"), contacts, store.get()));
+        QCOMPARE(answers::shown().last().text, diskFull);
+        QCOMPARE(texts(*contacts), QStringList { "Bob" });
+        platform::faults::reset();
+        QCOMPARE(contactsOnDisk(profile).size(), std::size_t(1));
+    }
+
+    void shortcutsSeeTheSelectionOfTheirOwnList()
+    {
+        const auto bob = addContact(*store, "Bob");
+        const auto carol = addContact(*store, "Carol");
+        addItem(*contacts, bob);
+        addItem(*contacts, carol);
+        window->show();
+        QApplication::setActiveWindow(window.get());
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+
+        contacts->setFocus();
+        QTest::keyClick(contacts, Qt::Key_A, Qt::ControlModifier);
+        QCOMPARE(contacts->selectedItems().size(), 2);
+        QTest::keyClick(contacts, Qt::Key_C, Qt::ControlModifier);
+        QCOMPARE(contacts->count(), 0);
+        QCOMPARE(texts(*recipients), QStringList({ "Bob", "Carol" }));
+
+        // Delete in the recipients list takes a recipient back; it never removes a contact.
+        recipients->setFocus();
+        selectOnly(*recipients, { recipients->item(1) });
+        QTest::keyClick(recipients, Qt::Key_Delete);
+        QCOMPARE(texts(*recipients), QStringList { "Bob" });
+        QCOMPARE(texts(*contacts), QStringList { "Carol" });
+        QCOMPARE(contactsOnDisk(profile).size(), std::size_t(2));
+
+        // With nothing selected the rule takes Delete away before it fires.
+        recipients->clearSelection();
+        QTest::keyClick(recipients, Qt::Key_Delete);
+        QCOMPARE(recipients->count(), 1);
+        window->hide();
+    }
+};
+
+std::unique_ptr<QObject> makeContactListsTest() { return std::make_unique<ContactListsTest>(); }
+
+#include "ContactListsTest.moc"

@@ -1,0 +1,107 @@
+#include "ContactsFixture.h"
+
+#include <QAction>
+#include <QByteArray>
+#include <QFile>
+#include <QListWidget>
+#include <map>
+
+#include "TestSupport.h"
+#include "crypto/CertificateStore.h"
+#include "crypto/IdentityCertificate.h"
+#include "platform/Profile.h"
+
+using namespace testing_support;
+namespace fs = std::filesystem;
+
+namespace contacts_test {
+
+namespace {
+    const fs::path& keyFolder()
+    {
+        static const fs::path folder = [] {
+            const fs::path made = freshFolder("keys");
+            // The key pairs land in a profile of their own, which no test looks at.
+            platform::setProfileDirectory(u16(made / "maker"));
+            closeCertificateStore();
+            for (const char* name : { "Ann Owner", "Bob", "Bobby", "Carol" }) {
+                auto identity = IdentityCertificate::create(u16(std::string(name)));
+                if (identity)
+                    saveCertificateFile(identity->certificate(), u16(made / (std::string(name) + ".kvxk")));
+            }
+            closeCertificateStore();
+            return made;
+        }();
+        return folder;
+    }
+} // namespace
+
+QString keyFile(const std::string& name) { return QString::fromStdString((keyFolder() / (name + ".kvxk")).string()); }
+
+QString pemCopy(const std::string& name, const fs::path& folder, const std::string& fileName)
+{
+    const std::vector<std::uint8_t> der = readBytes(keyFolder() / (name + ".kvxk"));
+    const QByteArray base64 = QByteArray(reinterpret_cast<const char*>(der.data()), qsizetype(der.size())).toBase64();
+    std::string pem = "-----BEGIN CERTIFICATE-----\n";
+    for (qsizetype at = 0; at < base64.size(); at += 64)
+        pem += base64.mid(at, 64).toStdString() + "\n";
+    pem += "-----END CERTIFICATE-----\n";
+    writeText(folder / fileName, pem);
+    return QString::fromStdString((folder / fileName).string());
+}
+
+bool freshProfile(RecipientsStore& store, fs::path& profile)
+{
+    keyFolder();
+    profile = freshFolder("profile");
+    platform::setProfileDirectory(u16(profile));
+    closeCertificateStore();
+    writeText(profile / "RecipientsList.xml", "");
+    std::vector<ContactRecord> none;
+    return store.load(none, u16(profile / "RecipientsList.xml")).ok() && none.empty();
+}
+
+std::shared_ptr<ContactRecord> addContact(
+    RecipientsStore& store, const std::string& name, const std::u16string& firstName)
+{
+    const CertificatePtr certificate = loadCertificateFile(keyFile(name).toStdU16String());
+    if (!certificate)
+        return nullptr;
+    auto record = std::make_shared<ContactRecord>();
+    record->name = u16(name);
+    record->identity = IdentityCertificate(certificate, record->name);
+    record->firstName = firstName;
+    if (!store.add(*record).ok())
+        return nullptr;
+    return record;
+}
+
+std::vector<ContactRecord> contactsOnDisk(const fs::path& profile)
+{
+    RecipientsStore second;
+    std::vector<ContactRecord> contacts;
+    second.load(contacts, u16(profile / "RecipientsList.xml"));
+    return contacts;
+}
+
+QStringList texts(const QListWidget& list)
+{
+    QStringList result;
+    for (int row = 0; row < list.count(); ++row)
+        result << list.item(row)->text();
+    return result;
+}
+
+QStringList visibleMenu(const QList<QAction*>& actions)
+{
+    QStringList result;
+    for (const QAction* action : actions) {
+        if (action->isSeparator())
+            result << QStringLiteral("-");
+        else if (action->isVisible())
+            result << action->text();
+    }
+    return result;
+}
+
+} // namespace contacts_test
