@@ -13,6 +13,7 @@
 #include <QTest>
 #include <QTimer>
 #include <QToolButton>
+#include <QMenu>
 #include <filesystem>
 #include <fstream>
 
@@ -30,6 +31,8 @@
 #include "ui/contacts/ContactDetailsDlg.h"
 #include "ui/contacts/KvxListWidget.h"
 #include "ui/desktop/Autostart.h"
+#include "ui/desktop/ShowInFolder.h"
+#include "ui/desktop/TaskbarProgress.h"
 #include "ui_MainWindow.h"
 #include "ui_OptionsDialog.h"
 
@@ -342,6 +345,106 @@ private slots:
         QCOMPARE(window.mode(), ModeEncrypt);
         QCOMPARE(window.files().size(), 2u);
         QCOMPARE(answers::unanswered(), 0);
+    }
+
+    void trayHidesOnlyWhereTheWindowCanComeBack()
+    {
+        freshProfile("tray");
+        FirstStart seen;
+        answerFirstStart(seen, QStringLiteral("Fred Example"));
+        auto balloons = [] {
+            QList<Dialogs::Shown> list;
+            for (const auto& shown : answers::shown())
+                if (shown.balloon)
+                    list << shown;
+            return list;
+        };
+
+        // No tray on this desktop: minimizing leaves the window where the user can get it back.
+        answers::setTrayAvailable(false);
+        {
+            MainWindow window;
+            window.show();
+            window.showMinimized();
+            QCoreApplication::processEvents();
+            QVERIFY(window.isVisible());
+            QVERIFY(!window.tray()->isVisible());
+        }
+
+        answers::setTrayAvailable(true);
+        auto window = std::make_unique<MainWindow>();
+        window->show();
+        window->move(40, 50);
+        const QPoint where = window->pos();
+        window->showMinimized();
+        QTRY_VERIFY(!window->isVisible());
+        QVERIFY(window->tray()->isVisible());
+        QCOMPARE(balloons().size(), 1);
+        QCOMPARE(balloons().first().title, QStringLiteral("Halvoren"));
+        QCOMPARE(balloons().first().text,
+                 QStringLiteral("When you press the Minimize Button, the application hides away in the System Tray.\n"
+                                "To change this behavior select the - Halvoren->Options->'Do not hide when minimized' "
+                                "Menu Option."));
+
+        // One click: the panel at the corner; the next hides it; Restore brings the window back
+        // where it was, and the tray icon goes.
+        emit window->tray()->activated(QSystemTrayIcon::Trigger);
+        QVERIFY(window->isVisible());
+        QCOMPARE(window->windowType(), Qt::Tool);
+        emit window->tray()->activated(QSystemTrayIcon::Trigger);
+        QVERIFY(!window->isVisible());
+        window->tray()->contextMenu()->actions().first()->trigger();
+        QVERIFY(window->isVisible());
+        QVERIFY(!window->tray()->isVisible());
+        QCOMPARE(window->windowType(), Qt::Window);
+        QCOMPARE(window->restorePosition(), where);
+
+        // The balloon comes once per user, not once per hide or per run.
+        window->showMinimized();
+        QTRY_VERIFY(!window->isVisible());
+        window.reset();
+        window = std::make_unique<MainWindow>();
+        window->show();
+        window->showMinimized();
+        QTRY_VERIFY(!window->isVisible());
+        QCOMPARE(balloons().size(), 1);
+
+        // A run that ends while the window is hidden reports by balloon, and a click on it shows
+        // the package; the taskbar button follows the run and is cleared at its end.
+        QStringList shownPaths;
+        ShowInFolder::setHooks({ [&](const QStringList& uris) {
+                                    shownPaths << uris;
+                                    return true;
+                                },
+                                 [](const QUrl&) { return true; } });
+        QList<std::pair<double, bool>> taskbar;
+        TaskbarProgress::setSender([&](double progress, bool visible) { taskbar.append({ progress, visible }); });
+        const fs::path sources = freshFolder("traysources");
+        writeBytes(sources / "f.bin", randomBytes(200000));
+        window->tray()->contextMenu()->actions().first()->trigger();
+        dropUrls(*window, { QUrl::fromLocalFile(QString::fromStdString((sources / "f.bin").string())) });
+        moveAllToRecipients(*window);
+        window->showMinimized();
+        QTRY_VERIFY(!window->isVisible());
+        const fs::path package = freshFolder("trayout") / "t.kvx";
+        answers::answerPath(QString::fromStdString(package.string()));
+        window->form()->BtnEncDec->click();
+        QTRY_VERIFY_WITH_TIMEOUT(window->thread()->isFinished() && window->currentButtonState() == ButtonEncrypt, 60000);
+        QCOMPARE(balloons().size(), 2);
+        QCOMPARE(balloons().last().title, QStringLiteral("Done!"));
+        QCOMPARE(balloons().last().text, QStringLiteral("The process of Encryption has been completed Successfully.\n"
+                                                         "Click for more details."));
+        emit window->tray()->messageClicked();
+        QCOMPARE(shownPaths.size(), 1);
+        QVERIFY(shownPaths.first().endsWith(QStringLiteral("t.kvx")));
+        QVERIFY(!taskbar.isEmpty());
+        QCOMPARE(taskbar.last(), std::make_pair(0.0, false));
+        QVERIFY(std::any_of(taskbar.begin(), taskbar.end(), [](const auto& p) { return p.second && p.first > 0; }));
+
+        ShowInFolder::setHooks({});
+        TaskbarProgress::setSender({});
+        answers::setTrayAvailable(std::nullopt);
+        answers::clear();
     }
 
     void closeDuringARunStopsItAndEndsOnce()
