@@ -135,22 +135,34 @@ EngineStatus RecipientsStore::add(const ContactRecord& record)
             platform::setLastError(reason);
         }
     };
-    // An element left behind by a certificate that went missing gives way to the new contact:
-    // the file never holds two elements of one name.
-    if (const pugi::xml_node stale = findRecipient(record.name))
-        rootElement.remove_child(stale);
-    pugi::xml_node element = rootElement.append_child(RecipientName);
+    // An element left behind by a certificate that went missing (a damaged certificate file, say)
+    // gives way to the new contact, so the file never holds two elements of one name; the details
+    // it kept stand in for those the new record leaves empty.
+    const pugi::xml_node stale = findRecipient(record.name);
+    pugi::xml_node element
+        = stale ? rootElement.insert_child_after(RecipientName, stale) : rootElement.append_child(RecipientName);
     if (!element) {
         undoCertificate();
         return EngineStatus(win::ERROR_INVALID_FIELD, SeverityError);
     }
     element.append_attribute(NameAttribute).set_value(xmlstore::toXml(record.name).c_str());
-    for (const DetailField& detail : DetailFields)
-        element.append_child(detail.element).text().set(xmlstore::toXml(record.*detail.field).c_str());
+    for (const DetailField& detail : DetailFields) {
+        std::string text = xmlstore::toXml(record.*detail.field);
+        if (text.empty() && stale)
+            text = stale.child(detail.element).text().as_string();
+        element.append_child(detail.element).text().set(text.c_str());
+    }
+    pugi::xml_document staleCopy;
+    if (stale) {
+        staleCopy.append_copy(stale);
+        rootElement.remove_child(stale);
+    }
     const EngineStatus saved = saveAfterChange();
     if (!saved.ok()) {
         // A certificate without its element would make the whole contact list unreadable.
         undoCertificate();
+        if (stale)
+            rootElement.insert_copy_before(staleCopy.first_child(), element);
         rootElement.remove_child(element);
     }
     return saved;
