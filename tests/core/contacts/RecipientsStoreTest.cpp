@@ -255,6 +255,28 @@ TEST_F(RecipientsStoreTest, FailedChangesLeaveTheProfileAsItWas)
     EXPECT_EQ(storedCertificates(), 2u);
 }
 
+TEST_F(RecipientsStoreTest, ChangeStartsFromWhatAnotherWriterLeft)
+{
+    // Two stores loaded at the same moment stand for two programs on one profile: each change
+    // starts from the files as they are, not from what the store read at its load.
+    writeText(file, "");
+    RecipientsStore window, tool;
+    std::vector<ContactRecord> contacts;
+    ASSERT_TRUE(window.load(contacts, u16(file)).ok());
+    ASSERT_TRUE(tool.load(contacts, u16(file)).ok());
+    ASSERT_TRUE(tool.add(contact(0)).ok());
+    ASSERT_TRUE(window.add(contact(1)).ok());
+    ContactRecord ann = contact(0);
+    ann.comments = u"edited";
+    ASSERT_TRUE(window.update(ann).ok());
+    closeCertificateStore();
+    RecipientsStore reader;
+    ASSERT_TRUE(reader.load(contacts, u16(file)).ok());
+    ASSERT_EQ(contacts.size(), 2u);
+    EXPECT_EQ(contacts[0].comments, u"edited");
+    EXPECT_EQ(contacts[1].name, u"Bo");
+}
+
 TEST_F(RecipientsStoreTest, RepairFilesCertificatesThatLostTheirElement)
 {
     ASSERT_TRUE(identities[1]->addToStore().ok());
