@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -15,73 +16,84 @@
 #include "contacts/RecipientsStore.h"
 #include "crypto/CertificateStore.h"
 #include "crypto/IdentityCertificate.h"
+#include "engine/AppConstants.h"
 #include "package/PackageEngine.h"
 #include "platform/ErrorText.h"
 #include "platform/LastError.h"
 #include "platform/NativeFile.h"
-#include "engine/AppConstants.h"
 #include "platform/Profile.h"
+#include "platform/ProfileLock.h"
 #include "platform/Utf.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-const char ToolHelp[] =
-    "Usage: halvoren-cli [--profile DIR] COMMAND ...\n"
-    "\n"
-    "Encrypts files into .kvx packages that only the chosen contacts can open, and keeps your\n"
-    "identity and contacts. Uses the same profile as the Halvoren program unless --profile names\n"
-    "another folder.\n"
-    "\n"
-    "Commands:\n"
-    "  identity create NAME [details]   make your own identity (first start)\n"
-    "  identity show                    your name and certificate fingerprint\n"
-    "  identity export -o FILE.kvxk     save your key file, to give to others\n"
-    "  contacts list                    one contact a line: name, e-mail, (me)\n"
-    "  contacts import FILE.kvxk [details]\n"
-    "  contacts export NAME -o FILE.kvxk\n"
-    "  contacts remove NAME\n"
-    "  encrypt -o OUT.kvx [-r NAME]... [--self] [--plain] [--flat] PATH...\n"
-    "  decrypt PACKAGE.kvx -C DIR\n"
-    "\n"
-    "Details: --first-name T --last-name T --organization T --email T --comments T\n"
-    "Run 'halvoren-cli COMMAND --help' for more.\n";
+const char ToolHelp[] = "Usage: halvoren-cli [--profile DIR] COMMAND ...\n"
+                        "\n"
+                        "Encrypts files into .kvx packages that only the chosen contacts can open, and keeps your\n"
+                        "identity and contacts. Uses the same profile as the Halvoren program unless --profile names\n"
+                        "another folder.\n"
+                        "\n"
+                        "Commands:\n"
+                        "  identity create NAME [details]   make your own identity (first start)\n"
+                        "  identity show                    your name and certificate fingerprint\n"
+                        "  identity export -o FILE.kvxk     save your key file, to give to others\n"
+                        "  contacts list                    one contact a line: name, e-mail, (me)\n"
+                        "  contacts import FILE.kvxk [details]\n"
+                        "  contacts export NAME -o FILE.kvxk\n"
+                        "  contacts remove NAME\n"
+                        "  contacts repair                  file certificates that lost their contact entry again\n"
+                        "  encrypt -o OUT.kvx [-r NAME]... [--self] [--plain] [--flat] [--skip-unreadable] PATH...\n"
+                        "  decrypt PACKAGE.kvx -C DIR\n"
+                        "\n"
+                        "Details: --first-name T --last-name T --organization T --email T --comments T\n"
+                        "Run 'halvoren-cli COMMAND --help' for more.\n";
 
 const std::map<std::string, std::string> CommandHelp {
-    {"identity",
-     "Usage: halvoren-cli identity create NAME [--first-name T] [--last-name T] [--organization T]\n"
-     "                                 [--email T] [--comments T]\n"
-     "       halvoren-cli identity show\n"
-     "       halvoren-cli identity export -o FILE.kvxk\n"
-     "\n"
-     "'create' makes your self-signed identity and its key, and files it as your own contact.\n"
-     "A profile has one identity. 'show' prints your name, e-mail and certificate fingerprint.\n"
-     "'export' writes your key file (your certificate, no private key) for others to import.\n"},
-    {"contacts",
-     "Usage: halvoren-cli contacts list\n"
-     "       halvoren-cli contacts import FILE.kvxk [--first-name T] [--last-name T]\n"
-     "                                  [--organization T] [--email T] [--comments T]\n"
-     "       halvoren-cli contacts export NAME -o FILE.kvxk\n"
-     "       halvoren-cli contacts remove NAME\n"
-     "\n"
-     "'list' prints one contact a line: name, e-mail and \"(me)\" for your own, separated by tabs.\n"
-     "'import' adds the certificate of a key file (DER or PEM) as a contact. NAME is a contact's\n"
-     "exact name.\n"},
-    {"encrypt",
-     "Usage: halvoren-cli encrypt -o OUT.kvx [-r NAME]... [--self] [--plain] [--flat] PATH...\n"
-     "\n"
-     "Makes one package of the files and folders given; folders are walked recursively (links to\n"
-     "files are followed, linked folders are not entered). Only the contacts named with -r (exact\n"
-     "names) and, with --self, you yourself can open it. --plain makes an unencrypted package\n"
-     "instead. Full paths are stored, so that the folders are recreated on extraction; --flat\n"
-     "stores bare file names. Ctrl-C stops the run and leaves nothing behind.\n"},
-    {"decrypt",
-     "Usage: halvoren-cli decrypt PACKAGE.kvx -C DIR\n"
-     "\n"
-     "Checks the package, opens it with your identity's key if it is encrypted, and writes its\n"
-     "files below DIR (created if missing). Existing files of the same names are replaced.\n"
-     "Nothing is ever written outside DIR.\n"},
+    { "identity",
+        "Usage: halvoren-cli identity create NAME [--first-name T] [--last-name T] [--organization T]\n"
+        "                                 [--email T] [--comments T]\n"
+        "       halvoren-cli identity show\n"
+        "       halvoren-cli identity export -o FILE.kvxk\n"
+        "\n"
+        "'create' makes your self-signed identity and its key, and files it as your own contact.\n"
+        "A profile has one identity. 'show' prints your name, e-mail and certificate fingerprint.\n"
+        "'export' writes your key file (your certificate, no private key) for others to import.\n" },
+    { "contacts",
+        "Usage: halvoren-cli contacts list\n"
+        "       halvoren-cli contacts import FILE.kvxk [--first-name T] [--last-name T]\n"
+        "                                  [--organization T] [--email T] [--comments T]\n"
+        "       halvoren-cli contacts export NAME -o FILE.kvxk\n"
+        "       halvoren-cli contacts remove NAME\n"
+        "       halvoren-cli contacts repair\n"
+        "\n"
+        "'list' prints one contact a line: name, e-mail and \"(me)\" for your own, separated by tabs.\n"
+        "'import' adds the certificate of a key file (DER or PEM) as a contact; importing the key file\n"
+        "of a contact whose certificate file is damaged repairs it. NAME is a contact's exact name.\n"
+        "'repair' files every certificate of the store that has no entry in the contact list as a\n"
+        "contact without details; a contact list that isn't readable XML is kept beside as\n"
+        "RecipientsList.xml.unreadable.\n" },
+    { "encrypt",
+        "Usage: halvoren-cli encrypt -o OUT.kvx [-r NAME]... [--self] [--plain] [--flat]\n"
+        "                            [--skip-unreadable] PATH...\n"
+        "\n"
+        "Makes one package of the files and folders given; folders are walked recursively (links to\n"
+        "files are followed, linked folders are not entered). Only the contacts named with -r (exact\n"
+        "names) and, with --self, you yourself can open it. --plain makes an unencrypted package\n"
+        "instead. Each file is stored under the path it was given by, as tar does: 'docs' gives\n"
+        "entries 'docs\\...', an absolute path is stored without its leading '/', and the folders are\n"
+        "recreated on extraction; --flat stores bare file names. A path that climbs out of the\n"
+        "current folder ('../x'), a name with a backslash, and two files that would be stored under\n"
+        "one name are refused before anything is written. A file or folder that can't be read stops\n"
+        "the run with no package; --skip-unreadable leaves it out with a warning instead. Ctrl-C\n"
+        "stops the run and leaves nothing behind.\n" },
+    { "decrypt",
+        "Usage: halvoren-cli decrypt PACKAGE.kvx -C DIR\n"
+        "\n"
+        "Checks the package, opens it with your identity's key if it is encrypted, and writes its\n"
+        "files below DIR (created if missing). Existing files of the same names are replaced.\n"
+        "Nothing is ever written outside DIR.\n" },
 };
 
 std::u16string u16(const std::string& text) { return platform::fromUtf8(text); }
@@ -124,17 +136,53 @@ struct Profile {
     std::vector<ContactRecord> contacts;
     std::u16string ownerName;
 
-    std::string open()
+    // Loads everything; the text says what is wrong and how to get out of it. `mismatch` is set
+    // when the contact list and the certificate store disagree, which 'contacts repair' mends.
+    std::string open(bool& mismatch)
     {
+        mismatch = false;
         if (!ensureFile(configPath()) || !ensureFile(recipientsPath()))
             return "the profile folder " + u8(dataDirectory()) + " can't be written: " + codeText(platform::lastError());
         config.load(configPath());
         ownerName = config.getString(ConfigKey::OwnerName);
-        openCertificateStore(ownerName);
+        if (!openCertificateStore(ownerName))
+            return "the certificate store in " + u8(dataDirectory())
+                + "certificates can't be read: " + codeText(platform::lastError());
+        warnAboutDamagedCertificates();
         const EngineStatus loaded = recipients.load(contacts, recipientsPath());
-        if (!loaded.ok())
-            return "the contact list can't be read: " + statusText(loaded, "it doesn't match the certificate store");
-        return {};
+        if (loaded.ok())
+            return {};
+        const std::string file = u8(recipientsPath());
+        if (!recipients.parsed()) {
+            mismatch = true;
+            return "the contact list " + file
+                + " is not readable XML, so the certificates of the store have no "
+                  "contact. Run 'halvoren-cli contacts repair' to keep that file aside and file every certificate "
+                  "as a contact again";
+        }
+        if (!recipients.unmatchedCertificates().empty()) {
+            mismatch = true;
+            std::string names;
+            for (const std::u16string& name : recipients.unmatchedCertificates())
+                names += (names.empty() ? "'" : ", '") + u8(name) + "'";
+            return "the contact list doesn't match the certificate store: the certificate of " + names
+                + " has no entry in " + file + ". Run 'halvoren-cli contacts repair' to file it as a contact again";
+        }
+        return "the contact list can't be read: " + statusText(loaded, "it doesn't match the certificate store");
+    }
+
+    // A certificate file that can't be read stays on disk; the user learns whose it is.
+    void warnAboutDamagedCertificates() const
+    {
+        for (const DamagedCertificate& damaged : damagedCertificates()) {
+            const std::string name = damaged.name.empty() ? "an unknown contact" : "'" + u8(damaged.name) + "'";
+            const bool own = !damaged.name.empty() && damaged.name == ownerName;
+            std::fprintf(stderr,
+                "halvoren-cli: warning: the certificate of %s%s can't be read (%s: %s); it is left as it is "
+                "and the contact is missing until %s key file is imported again\n",
+                own ? "your own identity " : "", name.c_str(), u8(damaged.path).c_str(), codeText(damaged.code).c_str(),
+                own ? "your" : "its");
+        }
     }
 
     const ContactRecord* find(const std::u16string& name) const
@@ -174,6 +222,9 @@ int identityCommand(const CommandLine& line, Profile& profile)
             return usage("identity create takes one NAME");
         if (profile.own())
             return fail("this profile already has an identity: " + u8(profile.ownerName));
+        // A certificate holds text: a name that isn't UTF-8 would not be the name the user typed.
+        if (!platform::isValidUtf8(line.words[2]))
+            return fail("the name '" + line.words[2] + "' is not valid UTF-8 text");
         const std::u16string name = u16(line.words[2]);
         if (profile.find(name) || findCertificate(name))
             return fail("a contact with a name like '" + line.words[2] + "' exists already");
@@ -187,8 +238,13 @@ int identityCommand(const CommandLine& line, Profile& profile)
         const EngineStatus added = profile.recipients.add(record);
         if (!added.ok())
             return fail("the identity can't be stored: " + statusText(added, "the contact list can't be written"));
-        if (!profile.config.setString(ConfigKey::OwnerName, name))
-            return fail("the settings can't be written to " + u8(configPath()));
+        if (!profile.config.setString(ConfigKey::OwnerName, name)) {
+            // An identity that the settings don't name would pass for a contact: take it back. The
+            // check above made sure that no other certificate holds the name.
+            const std::uint32_t reason = platform::lastError();
+            profile.recipients.remove(record);
+            return fail("the settings can't be written to " + u8(configPath()) + ": " + codeText(reason));
+        }
         return ExitOk;
     }
     if (hasDetails(line.details))
@@ -217,6 +273,30 @@ int identityCommand(const CommandLine& line, Profile& profile)
     return usage("unknown identity command '" + verb + "'");
 }
 
+// Called with the profile locked for a change.
+int repairContacts(Profile& profile)
+{
+    if (!profile.recipients.parsed()) {
+        // The unreadable file is kept, under a name of its own, for whoever wants to look at it.
+        const std::string file = u8(recipientsPath());
+        const std::string aside = file + ".unreadable";
+        if (::rename(file.c_str(), aside.c_str()) != 0)
+            return fail("can't move " + file + " aside: " + codeText(platform::setLastErrorFromErrno()));
+        std::fprintf(stderr, "halvoren-cli: the unreadable contact list was kept as %s\n", aside.c_str());
+        bool mismatch = false;
+        const std::string error = profile.open(mismatch);
+        if (!error.empty() && !mismatch)
+            return fail(error);
+    }
+    std::vector<std::u16string> refiled;
+    const EngineStatus repaired = profile.recipients.repair(refiled);
+    if (!repaired.ok())
+        return fail("the contact list can't be repaired: " + statusText(repaired, "it can't be written"));
+    for (const std::u16string& name : refiled)
+        std::printf("filed again: %s\n", u8(name).c_str());
+    return ExitOk;
+}
+
 int contactsCommand(const CommandLine& line, Profile& profile)
 {
     const std::string verb = line.words.size() > 1 ? line.words[1] : "";
@@ -230,6 +310,11 @@ int contactsCommand(const CommandLine& line, Profile& profile)
                         &contact == profile.own() ? "\t(me)" : "");
         }
         return ExitOk;
+    }
+    if (verb == "repair") {
+        if (line.words.size() != 2)
+            return usage("contacts repair takes no arguments");
+        return repairContacts(profile);
     }
     if (line.words.size() != 3)
         return verb == "import" || verb == "export" || verb == "remove"
@@ -285,10 +370,33 @@ std::string systemText(const std::error_code& code)
         : code.message();
 }
 
+// A source as the user gave it: the "./" that keeps a relative path relative is ours.
+std::string shownSource(const std::string& path) { return path.rfind("./", 0) == 0 ? path.substr(2) : path; }
+
+// Sources that can't be read: without --skip-unreadable the first stops the run, with it each
+// is left out with a warning and counted.
+struct UnreadableSources {
+    bool skip = false;
+    int skipped = 0;
+    std::string error;
+
+    // False when the run must stop.
+    bool report(const std::string& what, const std::string& reason)
+    {
+        if (!skip) {
+            error = "can't read " + what + ": " + reason
+                + "; no package was made (--skip-unreadable leaves out what can't be read)";
+            return false;
+        }
+        std::fprintf(stderr, "halvoren-cli: skipping %s: %s\n", what.c_str(), reason.c_str());
+        ++skipped;
+        return true;
+    }
+};
+
 // Every regular file below a folder, links to files included. Linked folders are not entered, so
-// a link can't pull in a tree the user didn't name or make the walk go round in a circle. A folder
-// that can't be read is left out with a warning, as the engine leaves out a file it can't read.
-void walkFolder(const fs::path& top, FileSet& files)
+// a link can't pull in a tree the user didn't name or make the walk go round in a circle.
+bool walkFolder(const fs::path& top, FileSet& files, UnreadableSources& unreadable)
 {
     std::vector<fs::path> pending {top};
     while (!pending.empty()) {
@@ -307,16 +415,45 @@ void walkFolder(const fs::path& top, FileSet& files)
                 files.insert(u16(entry->path().string()));
             }
         }
-        if (code)
-            std::fprintf(stderr, "halvoren-cli: skipping the folder %s: %s\n", folder.c_str(), systemText(code).c_str());
+        if (code && !unreadable.report("the folder " + shownSource(folder.string()), systemText(code)))
+            return false;
     }
+    return true;
+}
+
+// The path by which the engine reads a source, chosen so that the engine's full-path rule (all
+// after the first separator) stores it as the user gave it, as tar does: an absolute path as it
+// stands ("/home/ann/a" is stored as "home\ann\a"), a relative one behind "./" ("docs" is read as
+// "./docs" and stored as "docs\..."). With --flat only the bare name is stored, so any form does.
+bool sourcePath(const std::string& given, bool flat, fs::path& path, std::string& error)
+{
+    fs::path normal = fs::path(given).lexically_normal();
+    if (normal.has_relative_path() && normal.filename().empty())
+        normal = normal.parent_path();
+    if (flat || normal.is_absolute()) {
+        path = flat ? absolutePath(given) : normal;
+        return true;
+    }
+    if (!normal.empty() && *normal.begin() == "..") {
+        // Its entries would start with "..", which extraction refuses: the whole package would
+        // be lost to its recipients.
+        error = given
+            + " lies outside the current folder, and entries are stored under the path given; give it "
+              "from a folder above it, as an absolute path, or use --flat";
+        return false;
+    }
+    path = normal.empty() || normal == "." ? fs::path(".") : fs::path(".") / normal;
+    return true;
 }
 
 // Files and folders as the window's drop takes them: a file as it is, a folder by its files.
-bool collectFiles(const std::vector<std::string>& paths, FileSet& files, std::string& error)
+bool collectFiles(
+    const std::vector<std::string>& paths, bool flat, FileSet& files, UnreadableSources& unreadable, std::string& error)
 {
     for (const std::string& given : paths) {
-        const fs::path path = absolutePath(given);
+        fs::path path;
+        if (!sourcePath(given, flat, path, error))
+            return false;
         std::error_code code;
         const fs::file_status status = fs::status(path, code);
         if (code || !fs::exists(status)) {
@@ -325,10 +462,45 @@ bool collectFiles(const std::vector<std::string>& paths, FileSet& files, std::st
         }
         if (fs::is_regular_file(status))
             files.insert(u16(path.string()));
-        else if (fs::is_directory(status))
-            walkFolder(path, files);
-        else {
+        else if (fs::is_directory(status)) {
+            if (!walkFolder(path, files, unreadable)) {
+                error = unreadable.error;
+                return false;
+            }
+        } else {
             error = given + " is neither a file nor a folder";
+            return false;
+        }
+    }
+    return true;
+}
+
+// Every name is checked before anything is written: a name that would come back as something
+// else, or not at all, is refused with the file it came from.
+bool checkEntryNames(const FileSet& files, bool flat, std::string& error)
+{
+    const std::uint32_t mode = flat ? NameModeBareName : NameModeFullPath;
+    std::map<std::u16string, const std::u16string*> stored;
+    for (const std::u16string& path : files) {
+        const std::string shown = shownSource(u8(path));
+        const auto cut = flat ? path.rfind(NativeSeparator) : path.find(NativeSeparator);
+        if (path.find(u'\\', cut == std::u16string::npos ? 0 : cut + 1) != std::u16string::npos) {
+            error = shown
+                + ": a name with a backslash can't be stored, since the backslash separates folders in a "
+                  "package; rename it first";
+            return false;
+        }
+        const std::u16string name = PackageEngine::entryNameFor(path, mode);
+        std::vector<std::u16string> parts;
+        if (!PackageEngine::splitEntryName(name, parts).ok()) {
+            error = shown + ": its entry name '" + u8(name) + "' would be refused on extraction";
+            return false;
+        }
+        const auto [earlier, added] = stored.emplace(name, &path);
+        if (!added) {
+            const std::u16string& first = *earlier->second;
+            error = (flat ? "--flat would store both " : "both ") + shownSource(u8(first)) + " and " + shown + " as '"
+                + u8(name) + "'; no package was made";
             return false;
         }
     }
@@ -365,10 +537,13 @@ int encryptCommand(const CommandLine& line, Profile& profile)
 
     FileSet files;
     std::string error;
-    if (!collectFiles(paths, files, error))
+    UnreadableSources unreadable;
+    unreadable.skip = line.skipUnreadable;
+    if (!collectFiles(paths, line.flat, files, unreadable, error) || !checkEntryNames(files, line.flat, error))
         return fail(error);
     if (files.empty())
-        return fail("there are no files to encrypt in what was given");
+        return fail(unreadable.skipped ? "no package was made: nothing that was given could be read"
+                                       : "there are no files to encrypt in what was given");
     const fs::path output = absolutePath(line.output);
 
     const ContactRecord none;
@@ -378,6 +553,7 @@ int encryptCommand(const CommandLine& line, Profile& profile)
     engine.setRecipients(recipients);
     engine.setNameMode(line.flat ? NameModeBareName : NameModeFullPath);
     ProgressPrinter progress(ProgressPrinter::Mode::Create);
+    progress.setSkipUnreadable(line.skipUnreadable);
     engine.setCallback(ProgressPrinter::callback);
     engine.setUserParameter(progress.record());
     EngineStatus status = engine.create();
@@ -387,12 +563,18 @@ int encryptCommand(const CommandLine& line, Profile& profile)
         fail("stopped; no package was made");
         return ExitStopped;
     }
+    if (!status.ok() && progress.reportedFailure())
+        return fail("no package was made (--skip-unreadable leaves out what can't be read)");
     if (!status.ok())
         return fail("the package can't be made: " + statusText(status, "the run was stopped"));
     // The engine calls a run whose every source was skipped a success, and leaves whatever lay at
     // the output path before; only the count of skipped files tells.
     if (static_cast<std::size_t>(progress.skippedFiles()) >= files.size())
         return fail("no package was made: none of the files could be read");
+    if (const int skipped = unreadable.skipped + progress.skippedFiles(); skipped > 0) {
+        std::fprintf(stderr, "halvoren-cli: the package was made without %d %s that couldn't be read\n", skipped,
+            skipped == 1 ? "source" : "sources");
+    }
     return ExitOk;
 }
 
@@ -469,13 +651,34 @@ int runCommand(const CommandLine& line)
     if (command != "encrypt" && (line.self || line.plain || line.flat || !line.recipients.empty()))
         return usage("-r, --self, --plain and --flat go with encrypt only");
 
+    if (command != "encrypt" && line.skipUnreadable)
+        return usage("--skip-unreadable goes with encrypt only");
+
+    // A command that changes the profile holds it exclusively from the first read to the last
+    // write, so that two tools at once can't lose each other's change. The others read it under
+    // the shared lock and let go before the long work of a package.
+    const std::string verb = line.words.size() > 1 ? line.words[1] : "";
+    const bool changes = (command == "identity" && verb == "create")
+        || (command == "contacts" && (verb == "import" || verb == "remove" || verb == "repair"));
+    platform::ProfileLock::setWaitNotice(
+        [] { std::fputs("halvoren-cli: waiting for another program that is using the profile...\n", stderr); });
+    auto lock = std::make_unique<platform::ProfileLock>(
+        changes ? platform::ProfileLock::Mode::Exclusive : platform::ProfileLock::Mode::Shared);
+    if (changes && !lock->held())
+        return fail(
+            "the profile " + u8(dataDirectory()) + " can't be locked for a change: " + codeText(platform::lastError()));
+
     Profile profile;
-    if (const std::string error = profile.open(); !error.empty())
-        return fail(error);
+    bool mismatch = false;
+    if (const std::string error = profile.open(mismatch); !error.empty()) {
+        if (!(mismatch && command == "contacts" && verb == "repair"))
+            return fail(error);
+    }
     if (command == "identity")
         return identityCommand(line, profile);
     if (command == "contacts")
         return contactsCommand(line, profile);
+    lock.reset();
     ProgressPrinter::installInterruptHandlers();
     return command == "encrypt" ? encryptCommand(line, profile) : decryptCommand(line, profile);
 }

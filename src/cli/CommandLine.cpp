@@ -45,6 +45,10 @@ bool parseCommandLine(int argc, char** argv, CommandLine& line, std::string& err
             line.help = true;
             continue;
         }
+        if (arg == "--skip-unreadable") {
+            line.skipUnreadable = true;
+            continue;
+        }
         if (arg == "--self" || arg == "--plain" || arg == "--flat") {
             (arg == "--self" ? line.self : arg == "--plain" ? line.plain : line.flat) = true;
             continue;

@@ -23,6 +23,7 @@ struct CommandLine {
     bool self = false;
     bool plain = false;
     bool flat = false;
+    bool skipUnreadable = false;
     bool help = false;
     ContactDetailOptions details;
 };

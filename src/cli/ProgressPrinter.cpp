@@ -15,6 +15,14 @@ std::atomic<bool> interruptRequested {false};
 
 extern "C" void onInterrupt(int) { interruptRequested.store(true); }
 
+// Sources named relative to the working folder reach the engine as "./name"; the user gave "name".
+std::string shownPath(std::u16string_view path)
+{
+    if (path.substr(0, 2) == u"./")
+        path.remove_prefix(2);
+    return platform::toUtf8(path);
+}
+
 const char* operationName(std::uint32_t operation)
 {
     switch (operation) {
@@ -47,6 +55,7 @@ void ProgressPrinter::installInterruptHandlers()
     sigemptyset(&action.sa_mask);
     ::sigaction(SIGINT, &action, nullptr);
     ::sigaction(SIGTERM, &action, nullptr);
+    ::sigaction(SIGHUP, &action, nullptr);
 }
 
 bool ProgressPrinter::interrupted() { return interruptRequested.load(); }
@@ -75,11 +84,17 @@ int ProgressPrinter::report(std::uint32_t operation, std::int64_t total, std::in
         const std::uint32_t code = parameter ? parameter->status.code() : 0;
         const std::string text = platform::toUtf8(platform::userText(code));
         if (mode_ == Mode::Create && parameter && parameter->fileName) {
-            // A source that can't be read is left out; the rest of the package still gets made.
-            std::fprintf(stderr, "halvoren-cli: skipping %s: %s\n", platform::toUtf8(parameter->fileName).c_str(),
-                         text.c_str());
-            ++skipped_;
-            return 1;
+            const std::string file = shownPath(parameter->fileName);
+            if (skipUnreadable_) {
+                // Left out as asked; the rest of the package still gets made.
+                std::fprintf(stderr, "halvoren-cli: skipping %s: %s\n", file.c_str(), text.c_str());
+                ++skipped_;
+                return 1;
+            }
+            // A package without a file the user named is not what was asked for.
+            std::fprintf(stderr, "halvoren-cli: can't read %s: %s\n", file.c_str(), text.c_str());
+            reportedFailure_ = true;
+            return 0;
         }
         std::fprintf(stderr, "halvoren-cli: %s\n", text.c_str());
         reportedFailure_ = true;
@@ -95,7 +110,7 @@ int ProgressPrinter::report(std::uint32_t operation, std::int64_t total, std::in
     lastOperation_ = operation;
     lastPercent_ = percent;
     lastName_.assign(name);
-    std::string file = platform::toUtf8(name);
+    std::string file = shownPath(name);
     if (file.size() > 50)
         file = "..." + file.substr(file.size() - 47);
     std::fprintf(stderr, "\r\x1b[K%s %s %3lld%%", operationName(operation), file.c_str(), static_cast<long long>(percent));

@@ -21,11 +21,14 @@ public:
                         KvxUtils::UserParameter* parameter);
     KvxUtils::UserParameter* record() { return &record_; }
 
+    // With skipping allowed a source that can't be read is left out with a warning; otherwise it
+    // stops the run.
+    void setSkipUnreadable(bool skip) { skipUnreadable_ = skip; }
     // Whether an OpError was already told to the user, so the run's final status needs no words.
     bool reportedFailure() const { return reportedFailure_; }
     int skippedFiles() const { return skipped_; }
 
-    // Ctrl-C and SIGTERM set this; the next callback answers stop.
+    // Ctrl-C, SIGTERM and SIGHUP (the terminal went away) set this; the next callback answers stop.
     static void installInterruptHandlers();
     static bool interrupted();
 
@@ -39,6 +42,7 @@ private:
     bool drawn_ = false;
     bool reportedFailure_ = false;
     int skipped_ = 0;
+    bool skipUnreadable_ = false;
     std::uint32_t lastOperation_ = ~0u;
     std::int64_t lastPercent_ = -1;
     std::u16string lastName_;

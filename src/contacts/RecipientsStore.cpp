@@ -4,6 +4,8 @@
 
 #include "contacts/XmlStoreFile.h"
 #include "crypto/CertificateStore.h"
+#include "platform/LastError.h"
+#include "platform/ProfileLock.h"
 #include "platform/StatusCodes.h"
 
 namespace {
@@ -47,11 +49,38 @@ EngineStatus RecipientsStore::saveAfterChange()
     return EngineStatus();
 }
 
+// Under a lock taken afresh, another process may have changed both halves since they were read:
+// the certificate store is read again, and the file too once it has been loaded. A change needs
+// the lock and a file that parsed: one that doesn't can't be changed without destroying what it
+// holds (1616, as for an element that can't be made).
+EngineStatus RecipientsStore::refreshUnder(const platform::ProfileLock& lock)
+{
+    if (!lock.held())
+        return EngineStatus(platform::lastError(), SeverityError);
+    if (lock.fresh()) {
+        if (!reloadCertificateStore())
+            return EngineStatus(platform::lastError(), SeverityError);
+        if (!path.empty()) {
+            const EngineStatus reloaded = xmlstore::loadDocument(document, path, RootName, rootElement);
+            if (!reloaded.ok())
+                return reloaded;
+        }
+    }
+    if (!rootElement)
+        return EngineStatus(win::ERROR_INVALID_FIELD, SeverityError);
+    return EngineStatus();
+}
+
 EngineStatus RecipientsStore::load(std::vector<ContactRecord>& contacts, const std::u16string& path)
 {
     contacts.clear();
+    unmatched.clear();
     if (path.empty())
         return EngineStatus(win::ERROR_INVALID_NAME, SeverityError);
+    // Shared: no change of another process can fall between the reading of the two halves.
+    const platform::ProfileLock lock(platform::ProfileLock::Mode::Shared);
+    if (lock.fresh() && !reloadCertificateStore())
+        return EngineStatus(platform::lastError(), SeverityError);
     // A file that doesn't parse loads with severity 0 and no root: with certificates in the store
     // the join below then fails, and the start-up offers a reset.
     const EngineStatus loaded = xmlstore::loadDocument(document, path, RootName, rootElement);
@@ -79,6 +108,8 @@ EngineStatus RecipientsStore::load(std::vector<ContactRecord>& contacts, const s
         const pugi::xml_node element = findRecipient(identity.displayName());
         if (element)
             contacts.push_back(recordFrom(element, identity));
+        else
+            unmatched.push_back(identity.displayName());
     }
     if (contacts.size() < identities.size()) {
         contacts.clear();
@@ -89,19 +120,59 @@ EngineStatus RecipientsStore::load(std::vector<ContactRecord>& contacts, const s
 
 EngineStatus RecipientsStore::add(const ContactRecord& record)
 {
+    const platform::ProfileLock lock(platform::ProfileLock::Mode::Exclusive);
+    if (const EngineStatus ready = refreshUnder(lock); !ready.ok())
+        return ready;
+    // Whether the store had this certificate before decides what an undo takes back.
+    const bool storedBefore
+        = record.identity.certificate() && certificatePosition(record.identity.certificate()) != NoCertificatePosition;
     if (!record.identity.addToStore().ok())
         return EngineStatus(win::ERROR_INVALID_PARAMETER, SeverityError);
-    pugi::xml_node element = rootElement.append_child(RecipientName);
-    if (!element)
+    auto undoCertificate = [&] {
+        if (!storedBefore) {
+            const std::uint32_t reason = platform::lastError();
+            deleteCertificate(record.identity.certificate());
+            platform::setLastError(reason);
+        }
+    };
+    // An element left behind by a certificate that went missing (a damaged certificate file, say)
+    // gives way to the new contact, so the file never holds two elements of one name; the details
+    // it kept stand in for those the new record leaves empty.
+    const pugi::xml_node stale = findRecipient(record.name);
+    pugi::xml_node element
+        = stale ? rootElement.insert_child_after(RecipientName, stale) : rootElement.append_child(RecipientName);
+    if (!element) {
+        undoCertificate();
         return EngineStatus(win::ERROR_INVALID_FIELD, SeverityError);
+    }
     element.append_attribute(NameAttribute).set_value(xmlstore::toXml(record.name).c_str());
-    for (const DetailField& detail : DetailFields)
-        element.append_child(detail.element).text().set(xmlstore::toXml(record.*detail.field).c_str());
-    return saveAfterChange();
+    for (const DetailField& detail : DetailFields) {
+        std::string text = xmlstore::toXml(record.*detail.field);
+        if (text.empty() && stale)
+            text = stale.child(detail.element).text().as_string();
+        element.append_child(detail.element).text().set(text.c_str());
+    }
+    pugi::xml_document staleCopy;
+    if (stale) {
+        staleCopy.append_copy(stale);
+        rootElement.remove_child(stale);
+    }
+    const EngineStatus saved = saveAfterChange();
+    if (!saved.ok()) {
+        // A certificate without its element would make the whole contact list unreadable.
+        undoCertificate();
+        if (stale)
+            rootElement.insert_copy_before(staleCopy.first_child(), element);
+        rootElement.remove_child(element);
+    }
+    return saved;
 }
 
 EngineStatus RecipientsStore::update(const ContactRecord& record)
 {
+    const platform::ProfileLock lock(platform::ProfileLock::Mode::Exclusive);
+    if (const EngineStatus ready = refreshUnder(lock); !ready.ok())
+        return ready;
     pugi::xml_node element = findRecipient(record.name);
     if (!element)
         return EngineStatus(win::ERROR_NOT_FOUND, SeverityError);
@@ -115,14 +186,71 @@ EngineStatus RecipientsStore::update(const ContactRecord& record)
 
 EngineStatus RecipientsStore::remove(const ContactRecord& record)
 {
+    const platform::ProfileLock lock(platform::ProfileLock::Mode::Exclusive);
+    if (const EngineStatus ready = refreshUnder(lock); !ready.ok())
+        return ready;
+    // The certificate that the removal will take, with its place, to put it back if need be.
+    const CertificatePtr going
+        = record.identity.displayName().empty() ? nullptr : findCertificate(record.identity.displayName());
+    const std::size_t place = going ? certificatePosition(going) : NoCertificatePosition;
     if (!record.identity.removeFromStore().ok())
         return EngineStatus(win::ERROR_CANNOT_MAKE, SeverityError);
     const pugi::xml_node element = findRecipient(record.name);
     if (!element)
         return EngineStatus(win::ERROR_NOT_FOUND, SeverityError);
+    const pugi::xml_node next = element.next_sibling();
+    pugi::xml_document saved;
+    saved.append_copy(element);
     rootElement.remove_child(element);
-    // The certificate is already gone; an element left in the file is harmless, since the next
-    // load ignores elements without a certificate.
-    saveAfterChange();
+    const EngineStatus written = saveAfterChange();
+    if (!written.ok()) {
+        // The contact stays whole: its certificate goes back to its place, its element too.
+        if (going)
+            addCertificate(going, place);
+        if (next)
+            rootElement.insert_copy_before(saved.first_child(), next);
+        else
+            rootElement.append_copy(saved.first_child());
+        return written;
+    }
     return EngineStatus();
+}
+
+EngineStatus RecipientsStore::repair(std::vector<std::u16string>& refiled)
+{
+    refiled.clear();
+    const platform::ProfileLock lock(platform::ProfileLock::Mode::Exclusive);
+    if (const EngineStatus ready = refreshUnder(lock); !ready.ok())
+        return ready;
+    std::vector<CertificatePtr> certificates;
+    const EngineStatus listed = listCertificates(certificates);
+    if (!listed.ok())
+        return listed;
+    std::vector<pugi::xml_node> added;
+    auto undo = [&] {
+        for (const pugi::xml_node& element : added)
+            rootElement.remove_child(element);
+        refiled.clear();
+    };
+    for (const CertificatePtr& certificate : certificates) {
+        const std::optional<std::u16string> name = certificateDisplayName(certificate);
+        if (!name || name->empty() || findRecipient(*name))
+            continue;
+        pugi::xml_node element = rootElement.append_child(RecipientName);
+        if (!element) {
+            undo();
+            return EngineStatus(win::ERROR_INVALID_FIELD, SeverityError);
+        }
+        added.push_back(element);
+        element.append_attribute(NameAttribute).set_value(xmlstore::toXml(*name).c_str());
+        for (const DetailField& detail : DetailFields)
+            element.append_child(detail.element);
+        refiled.push_back(*name);
+    }
+    if (refiled.empty())
+        return EngineStatus();
+    const EngineStatus saved = saveAfterChange();
+    if (!saved.ok())
+        undo();
+    return saved;
 }

@@ -57,7 +57,7 @@ bool saveDocument(const pugi::xml_document& document, const std::u16string& path
     return platform::writeFileAtomically(path, writer.text, 0600);
 }
 
-std::string toXml(std::u16string_view text) { return platform::toUtf8(text); }
+std::string toXml(std::u16string_view text) { return platform::toValidUtf8(text); }
 
 std::u16string fromXml(const char* text) { return platform::fromUtf8(text ? text : ""); }
 

@@ -126,6 +126,30 @@ std::u16string nameText(const X509_NAME* name)
     return text;
 }
 
+// The subject's values without their keys, as the platform's subject search sees a name: a search
+// for "C" must not match every certificate just because its subject has a "CN=" in it.
+std::u16string valuesText(const X509_NAME* name)
+{
+    std::u16string text;
+    for (int i = 0; i < X509_NAME_entry_count(name); ++i) {
+        if (i > 0)
+            text += u", ";
+        std::u16string value = entryValue(X509_NAME_get_entry(name, i));
+        if (needsQuotes(value)) {
+            text += u'"';
+            for (char16_t c : value) {
+                text += c;
+                if (c == u'"')
+                    text += u'"';
+            }
+            text += u'"';
+        } else {
+            text += value;
+        }
+    }
+    return text;
+}
+
 // What an unquoted value of an X.500 string can hold: the separators, quotes and line ends would
 // change the name's structure, and blanks at either end would be lost.
 bool validX500Value(const std::u16string& value)
@@ -162,7 +186,7 @@ bool isPrintableString(const std::string& text)
 // table of upper bounds (64 for a common name) would otherwise refuse names that it allows.
 bool addNameEntry(X509_NAME* name, int nid, const std::u16string& value)
 {
-    const std::string utf8 = platform::toUtf8(value);
+    const std::string utf8 = platform::toValidUtf8(value);
     const int type = isPrintableString(utf8) ? V_ASN1_PRINTABLESTRING : V_ASN1_UTF8STRING;
     return X509_NAME_add_entry_by_NID(name, nid, type, reinterpret_cast<const unsigned char*>(utf8.data()),
                                       static_cast<int>(utf8.size()), -1, 0) == 1;
@@ -332,6 +356,11 @@ std::optional<std::u16string> certificateDisplayName(const CertificatePtr& certi
 std::u16string certificateSubject(const CertificatePtr& certificate)
 {
     return certificate ? nameText(X509_get_subject_name(certificate->x509())) : std::u16string();
+}
+
+std::u16string certificateSubjectValues(const CertificatePtr& certificate)
+{
+    return certificate ? valuesText(X509_get_subject_name(certificate->x509())) : std::u16string();
 }
 
 std::u16string certificateDescription(const CertificatePtr& certificate)

@@ -3,12 +3,17 @@
 // certificates in store order with their properties:
 //
 //     HalvorenCertificateStore 1
-//     <der file> <description> <friendly name> <key container>
+//     <der file> <description> <friendly name> <key container> <name>
 //
-// The three properties are hex-encoded UTF-8, "-" when empty. The index is the truth: a change
+// The properties and the subject's display name are hex-encoded UTF-8, "-" when empty; the name
+// is there so that a certificate whose file is damaged can still be told by the contact it
+// belongs to (lines written before it existed have no name). The index is the truth: a change
 // first writes any new DER file, then replaces the index atomically, and only then removes a DER
 // file that the index no longer names. A crash between two steps leaves at worst a DER file that
-// nothing refers to, and the next open sweeps it away.
+// nothing refers to, and the next open sweeps it away. A file that the index names is never
+// swept: when it can't be read (truncated, an I/O error, no descriptor left) its line stays in
+// the index as it was and the store reports it, since it may be the only copy of someone's
+// identity.
 
 #include "crypto/CertificateStore.h"
 
@@ -22,6 +27,7 @@
 
 #include "crypto/CertificateData.h"
 #include "platform/AtomicFile.h"
+#include "platform/CaseFold.h"
 #include "platform/LastError.h"
 #include "platform/NativeFile.h"
 #include "platform/Profile.h"
@@ -36,7 +42,11 @@ constexpr std::size_t LargestIndexFile = 64u << 20;
 
 struct StoreEntry {
     std::u16string fileName;
+    // Null for a named file that couldn't be read; such an entry keeps its index line verbatim.
     CertificatePtr certificate;
+    std::string damagedLine;
+    std::u16string damagedName;
+    std::uint32_t damagedCode = 0;
 };
 
 // Process-wide, like the store handle it stands for; no lock, since the main thread changes the
@@ -117,6 +127,7 @@ CertificatePtr readDerFile(const std::u16string& path)
     X509Ptr x509(d2i_X509(nullptr, &cursor, static_cast<long>(der.size())));
     if (!x509 || cursor != begin + der.size()) {
         ERR_clear_error();
+        platform::setLastError(win::CRYPT_E_BAD_ENCODE);
         return nullptr;
     }
     return std::make_shared<Certificate>(std::move(x509));
@@ -126,13 +137,19 @@ bool writeIndex(const std::vector<StoreEntry>& entries)
 {
     std::string text = std::string(IndexHeader) + "\n";
     for (const auto& entry : entries) {
-        text += platform::toUtf8(entry.fileName) + ' ' + toHexField(entry.certificate->description) + ' ' +
-                toHexField(entry.certificate->friendlyName) + ' ' + toHexField(entry.certificate->keyContainer) + '\n';
+        if (!entry.certificate) {
+            text += entry.damagedLine + '\n';
+            continue;
+        }
+        text += platform::toUtf8(entry.fileName) + ' ' + toHexField(entry.certificate->description) + ' '
+            + toHexField(entry.certificate->friendlyName) + ' ' + toHexField(entry.certificate->keyContainer) + ' '
+            + toHexField(certificateDisplayName(entry.certificate).value_or(u"")) + '\n';
     }
     return platform::writeFileAtomically(state().folder + IndexName, text, 0600);
 }
 
-// DER files that the index doesn't name are what an interrupted change left behind.
+// DER files that the index doesn't name are what an interrupted change left behind. `entries`
+// holds every file the index names, readable or not.
 void sweepOrphans(const std::u16string& folder, const std::vector<StoreEntry>& entries)
 {
     const std::string native = platform::toUtf8(folder);
@@ -174,22 +191,32 @@ bool loadStore(StoreState& store)
             if (line.empty())
                 continue;
             std::istringstream fields(line);
-            std::string file, description, friendlyName, container;
+            std::string file, description, friendlyName, container, name;
             if (!(fields >> file >> description >> friendlyName >> container) || !validDerFileName(file)) {
                 platform::setLastError(win::ERROR_FILE_INVALID);
                 return false;
             }
-            // An entry whose DER file is gone or damaged can't be used; the store goes on without it.
-            CertificatePtr certificate = readDerFile(folder + platform::fromUtf8(file));
-            if (!certificate || !fromHexField(description, certificate->description) ||
-                !fromHexField(friendlyName, certificate->friendlyName) ||
-                !fromHexField(container, certificate->keyContainer))
+            fields >> name;
+            const std::u16string fileName = platform::fromUtf8(file);
+            // A certificate that can't be read is kept as it is, reported, and written back
+            // unchanged by every later change: it may be repaired, but never lost.
+            CertificatePtr certificate = readDerFile(folder + fileName);
+            if (!certificate || !fromHexField(description, certificate->description)
+                || !fromHexField(friendlyName, certificate->friendlyName)
+                || !fromHexField(container, certificate->keyContainer)) {
+                StoreEntry damaged { fileName, nullptr, line, {},
+                    certificate ? win::ERROR_INVALID_DATA : platform::lastError() };
+                std::u16string keyContainer;
+                if (!fromHexField(name, damaged.damagedName) || damaged.damagedName.empty())
+                    damaged.damagedName = fromHexField(container, keyContainer) ? keyContainer : u"";
+                entries.push_back(std::move(damaged));
                 continue;
+            }
             const bool duplicate = std::any_of(entries.begin(), entries.end(), [&](const StoreEntry& e) {
                 return sameCertificate(e.certificate, certificate);
             });
             if (!duplicate)
-                entries.push_back({platform::fromUtf8(file), std::move(certificate)});
+                entries.push_back({ fileName, std::move(certificate), {}, {}, 0 });
         }
     } else if (platform::lastError() != win::ERROR_FILE_NOT_FOUND && platform::lastError() != win::ERROR_HANDLE_EOF) {
         return false;
@@ -207,41 +234,6 @@ bool ensureOpen()
     return store.open || loadStore(store);
 }
 
-char16_t foldCase(char16_t c)
-{
-    if (c < 0x80)
-        return (c >= u'A' && c <= u'Z') ? static_cast<char16_t>(c + 0x20) : c;
-    switch (c) {
-    case 0x178: return 0xFF;
-    case 0x386: return 0x3AC;
-    case 0x38C: return 0x3CC;
-    case 0x38E: return 0x3CD;
-    case 0x38F: return 0x3CE;
-    case 0x3C2: return 0x3C3;  // final sigma
-    default: break;
-    }
-    if (c >= 0x388 && c <= 0x38A)
-        return static_cast<char16_t>(c + 0x25);
-    if ((c >= 0xC0 && c <= 0xDE && c != 0xD7) || (c >= 0x391 && c <= 0x3AB && c != 0x3A2) || (c >= 0x410 && c <= 0x42F))
-        return static_cast<char16_t>(c + 0x20);
-    if (c >= 0x400 && c <= 0x40F)
-        return static_cast<char16_t>(c + 0x50);
-    // Latin Extended-A pairs upper and lower case on even and odd code points.
-    if (c >= 0x100 && c <= 0x17F && c != 0x130 && c != 0x131 && c != 0x138 && c != 0x149 && c != 0x17F) {
-        const bool evenIsUpper = !((c >= 0x139 && c <= 0x148) || (c >= 0x179 && c <= 0x17E));
-        if (evenIsUpper == (c % 2 == 0))
-            return static_cast<char16_t>(c + 1);
-    }
-    return c;
-}
-
-std::u16string folded(const std::u16string& text)
-{
-    std::u16string out(text);
-    std::transform(out.begin(), out.end(), out.begin(), foldCase);
-    return out;
-}
-
 std::size_t indexOf(const CertificatePtr& certificate)
 {
     const auto& entries = state().entries;
@@ -255,6 +247,27 @@ std::size_t indexOf(const CertificatePtr& certificate)
 }  // namespace
 
 bool certificateStore() { return ensureOpen(); }
+
+std::vector<DamagedCertificate> damagedCertificates()
+{
+    std::vector<DamagedCertificate> damaged;
+    if (!ensureOpen())
+        return damaged;
+    for (const auto& entry : state().entries) {
+        if (!entry.certificate)
+            damaged.push_back({ state().folder + entry.fileName, entry.damagedName, entry.damagedCode });
+    }
+    return damaged;
+}
+
+bool reloadCertificateStore()
+{
+    StoreState& store = state();
+    const std::u16string ownName = store.ownName;
+    closeCertificateStore();
+    store.ownName = ownName;
+    return ensureOpen();
+}
 
 bool openCertificateStore(const std::u16string& ownName)
 {
@@ -271,7 +284,7 @@ void closeCertificateStore()
     store.ownName.clear();
 }
 
-bool addCertificate(const CertificatePtr& certificate)
+bool addCertificate(const CertificatePtr& certificate, std::size_t position)
 {
     if (!certificate) {
         platform::setLastError(win::ERROR_INVALID_PARAMETER);
@@ -290,14 +303,21 @@ bool addCertificate(const CertificatePtr& certificate)
         return false;
 
     std::vector<StoreEntry> entries = store.entries;
-    StoreEntry entry{fileName, crypto_detail::cloneCertificate(*certificate)};
-    const std::size_t at = indexOf(certificate);
+    StoreEntry entry { fileName, crypto_detail::cloneCertificate(*certificate), {}, {}, 0 };
+    std::size_t at = indexOf(certificate);
+    // The same certificate over a damaged file of it repairs that entry in its place.
+    if (at == entries.size()) {
+        at = static_cast<std::size_t>(std::find_if(entries.begin(), entries.end(), [&](const StoreEntry& e) {
+            return !e.certificate && e.fileName == fileName;
+        }) - entries.begin());
+    }
     std::u16string replacedFile;
     if (at < entries.size()) {
         replacedFile = entries[at].fileName;
         entries[at] = std::move(entry);
     } else {
-        entries.push_back(std::move(entry));
+        entries.insert(
+            entries.begin() + static_cast<std::ptrdiff_t>(std::min(position, entries.size())), std::move(entry));
     }
     if (!writeIndex(entries)) {
         // The DER file written above belongs to no entry now, unless the store already used it.
@@ -316,13 +336,22 @@ bool addCertificate(const CertificatePtr& certificate)
     return true;
 }
 
+std::size_t certificatePosition(const CertificatePtr& certificate)
+{
+    if (!certificate || !ensureOpen())
+        return NoCertificatePosition;
+    const std::size_t at = indexOf(certificate);
+    return at < state().entries.size() ? at : NoCertificatePosition;
+}
+
 CertificatePtr findCertificate(const std::u16string& name)
 {
     if (!ensureOpen())
         return nullptr;
-    const std::u16string needle = folded(name);
+    const std::u16string needle = platform::foldCase(name);
     for (const auto& entry : state().entries) {
-        if (folded(certificateSubject(entry.certificate)).find(needle) != std::u16string::npos)
+        if (entry.certificate
+            && platform::foldCase(certificateSubjectValues(entry.certificate)).find(needle) != std::u16string::npos)
             return crypto_detail::cloneCertificate(*entry.certificate);
     }
     platform::setLastError(win::CRYPT_E_NOT_FOUND);
@@ -343,8 +372,10 @@ EngineStatus listCertificates(std::vector<CertificatePtr>& list)
 {
     if (!ensureOpen())
         return EngineStatus(platform::lastError(), SeverityError);
-    for (const auto& entry : state().entries)
-        list.push_back(crypto_detail::cloneCertificate(*entry.certificate));
+    for (const auto& entry : state().entries) {
+        if (entry.certificate)
+            list.push_back(crypto_detail::cloneCertificate(*entry.certificate));
+    }
     return EngineStatus();
 }
 

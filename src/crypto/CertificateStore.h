@@ -2,6 +2,8 @@
 // The per-user certificate store ("Halvoren Certificate Store") and the certificate primitives.
 // Functions return a pointer or a truth value and leave the cause of a failure in the last error.
 
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,10 +18,30 @@ bool certificateStore();
 // Forgets the open store and the own name, so that the next call opens the store of the profile
 // in force then (the command line's --profile, tests).
 void closeCertificateStore();
+// Reads the store again from disk, keeping the own name: what another process changed becomes
+// visible. Called with the profile locked.
+bool reloadCertificateStore();
 
+// A certificate that the store's index names but whose file can't be read. It stays on disk and
+// in the index, and is left out of every list and search until it is repaired (by adding the
+// same certificate again) or removed by hand.
+struct DamagedCertificate {
+    std::u16string path;
+    // The display name of the contact it belongs to, as far as the index tells; may be empty.
+    std::u16string name;
+    std::uint32_t code = 0;
+};
+std::vector<DamagedCertificate> damagedCertificates();
+
+inline constexpr std::size_t NoCertificatePosition = static_cast<std::size_t>(-1);
 // Adds the certificate with its properties, replacing one with the same issuer and serial in place.
-bool addCertificate(const CertificatePtr& certificate);
-// The first certificate in store order whose subject text contains `name`, ignoring case.
+// A new one goes to `position` in store order (the end when that is past it).
+bool addCertificate(const CertificatePtr& certificate, std::size_t position = NoCertificatePosition);
+// The place of a certificate in store order (damaged entries count, as they keep their places);
+// NoCertificatePosition if the store doesn't hold it.
+std::size_t certificatePosition(const CertificatePtr& certificate);
+// The first certificate in store order whose subject values (certificateSubjectValues) contain
+// `name`, ignoring case.
 CertificatePtr findCertificate(const std::u16string& name);
 CertificatePtr ownCertificate();
 // Appends every certificate of the store, in store order.
@@ -44,6 +66,8 @@ std::u16string certificateDescription(const CertificatePtr& certificate);
 std::u16string certificateFriendlyName(const CertificatePtr& certificate);
 // The full subject as text, for display.
 std::u16string certificateSubject(const CertificatePtr& certificate);
+// The subject's values alone, joined by ", " ("Ann, Halvoren"): the text a name search looks in.
+std::u16string certificateSubjectValues(const CertificatePtr& certificate);
 // SHA-256 of the DER encoding as upper-case hex pairs separated by colons.
 std::string certificateFingerprint(const CertificatePtr& certificate);
 // True if the key container linked to this certificate holds its private key.

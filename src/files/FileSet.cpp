@@ -1,41 +1,8 @@
 #include "files/FileSet.h"
 
-namespace {
-// Folds the letters of the scripts a file name commonly uses, one UTF-16 unit at a time, so that
-// matching does not depend on the process's locale.
-char16_t foldCase(char16_t unit)
-{
-    if (unit >= u'A' && unit <= u'Z')
-        return static_cast<char16_t>(unit + 32);
-    if (unit < 0xC0)
-        return unit;
-    if ((unit >= 0xC0 && unit <= 0xDE && unit != 0xD7) || (unit >= 0x391 && unit <= 0x3AB && unit != 0x3A2)
-        || (unit >= 0x410 && unit <= 0x42F))
-        return static_cast<char16_t>(unit + 32);
-    if (unit >= 0x400 && unit <= 0x40F)
-        return static_cast<char16_t>(unit + 80);
-    if (unit >= 0x100 && unit <= 0x17F && unit != 0x130 && unit != 0x131 && unit != 0x138 && unit != 0x149
-        && unit != 0x178 && unit != 0x17F) {
-        // Latin Extended-A pairs capitals and small letters on even and odd units, with the
-        // pairs shifted by one between U+0139 and U+0148 and from U+0179 on.
-        const bool shifted = (unit >= 0x139 && unit <= 0x148) || unit >= 0x179;
-        const bool capital = shifted ? (unit % 2 == 1) : (unit % 2 == 0);
-        return capital ? static_cast<char16_t>(unit + 1) : unit;
-    }
-    return unit;
-}
-}  // namespace
+#include "platform/CaseFold.h"
 
-bool startsWithIgnoringCase(const std::u16string& text, const std::u16string& prefix)
-{
-    if (text.size() < prefix.size())
-        return false;
-    for (std::size_t i = 0; i < prefix.size(); ++i) {
-        if (foldCase(text[i]) != foldCase(prefix[i]))
-            return false;
-    }
-    return true;
-}
+using platform::startsWithIgnoringCase;
 
 std::set<std::u16string> deriveRoots(const FileSet& files)
 {

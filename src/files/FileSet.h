@@ -25,6 +25,3 @@ void removeFile(const std::u16string& path, FileSet& files);
 void removeTree(const std::u16string& folder, FileSet& files);
 // The components of a path for walking the tree; the first keeps its separator.
 std::vector<std::u16string> splitTreePath(const std::u16string& path);
-
-// Whether the first prefix.size() units of text equal prefix, ignoring case unit by unit.
-bool startsWithIgnoringCase(const std::u16string& text, const std::u16string& prefix);

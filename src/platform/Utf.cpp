@@ -1,5 +1,6 @@
 #include "platform/Utf.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace platform {
@@ -38,25 +39,47 @@ void appendUtf16(std::u16string& out, char32_t cp)
 }
 }  // namespace
 
-std::string toUtf8(std::u16string_view text)
-{
-    std::string out;
-    out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        char32_t cp = text[i];
-        if (cp >= 0xD800 && cp <= 0xDBFF) {
-            if (i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF) {
-                cp = 0x10000 + ((cp - 0xD800) << 10) + (text[i + 1] - 0xDC00);
-                ++i;
-            } else {
+namespace {
+    constexpr char16_t EscapeBase = 0xDC00;
+
+    bool isEscapedByte(char16_t unit) { return unit >= EscapeBase + 0x80 && unit <= EscapeBase + 0xFF; }
+
+    std::string encode(std::u16string_view text, bool keepEscapes)
+    {
+        std::string out;
+        out.reserve(text.size());
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            char32_t cp = text[i];
+            if (cp >= 0xD800 && cp <= 0xDBFF) {
+                if (i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF) {
+                    cp = 0x10000 + ((cp - 0xD800) << 10) + (text[i + 1] - 0xDC00);
+                    ++i;
+                } else {
+                    cp = Replacement;
+                }
+            } else if (cp >= 0xDC00 && cp <= 0xDFFF) {
+                // Only bytes 0x80..0xFF are ever escaped: an escape can't turn into a separator,
+                // a dot or a NUL.
+                if (keepEscapes && isEscapedByte(text[i])) {
+                    out += static_cast<char>(text[i] - EscapeBase);
+                    continue;
+                }
                 cp = Replacement;
             }
-        } else if (cp >= 0xDC00 && cp <= 0xDFFF) {
-            cp = Replacement;
+            appendUtf8(out, cp);
         }
-        appendUtf8(out, cp);
+        return out;
     }
-    return out;
+} // namespace
+
+std::string toUtf8(std::u16string_view text) { return encode(text, true); }
+
+std::string toValidUtf8(std::u16string_view text) { return encode(text, false); }
+
+bool isValidUtf8(std::string_view text)
+{
+    const std::u16string decoded = fromUtf8(text);
+    return std::none_of(decoded.begin(), decoded.end(), [](char16_t unit) { return isEscapedByte(unit); });
 }
 
 std::u16string fromUtf8(std::string_view text)
@@ -78,7 +101,7 @@ std::u16string fromUtf8(std::string_view text)
         } else if ((lead & 0xF8) == 0xF0) {
             extra = 3, cp = lead & 0x07, minimum = 0x10000;
         } else {
-            appendUtf16(out, Replacement);
+            out += static_cast<char16_t>(EscapeBase + lead);
             ++i;
             continue;
         }
@@ -92,8 +115,9 @@ std::u16string fromUtf8(std::string_view text)
             cp = (cp << 6) | (static_cast<std::uint8_t>(text[i + j]) & 0x3F);
         }
         if (!valid || cp < minimum || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) {
-            appendUtf16(out, Replacement);
-            i += j;  // the lead and the continuation bytes read so far
+            // Only the lead is escaped; what followed it is looked at again as a byte of its own.
+            out += static_cast<char16_t>(EscapeBase + lead);
+            ++i;
             continue;
         }
         appendUtf16(out, cp);

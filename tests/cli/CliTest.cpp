@@ -26,8 +26,10 @@ struct ToolRun {
     std::string err;
 };
 
-// Starts the tool with no standard input; `whileRunning` may act on the child (send a signal).
-ToolRun runTool(const std::vector<std::string>& args, const std::function<void(pid_t)>& whileRunning = nullptr)
+// Starts the tool with no standard input, in `folder` if one is given; `whileRunning` may act
+// on the child (send a signal).
+ToolRun runTool(const std::vector<std::string>& args, const std::function<void(pid_t)>& whileRunning = nullptr,
+    const fs::path& folder = {})
 {
     int outPipe[2];
     int errPipe[2];
@@ -35,6 +37,8 @@ ToolRun runTool(const std::vector<std::string>& args, const std::function<void(p
     EXPECT_EQ(pipe(errPipe), 0);
     const pid_t child = fork();
     if (child == 0) {
+        if (!folder.empty() && chdir(folder.c_str()) != 0)
+            _exit(126);
         const int devNull = open("/dev/null", O_RDONLY);
         dup2(devNull, 0);
         dup2(outPipe[1], 1);
@@ -107,8 +111,30 @@ protected:
                           .exitCode,
                       0);
         }
+        // A profile with an identity and nothing else, copied by the tests that change profiles.
+        // Its owner is called "C", a name that is also an attribute key of every subject.
+        const ToolRun base = runTool({ "--profile", (*root / "base").string(), "identity", "create", "C" });
+        ASSERT_EQ(base.exitCode, 0) << base.err;
+        ASSERT_EQ(
+            runTool({ "--profile", (*root / "base").string(), "identity", "export", "-o", (*root / "c.kvxk").string() })
+                .exitCode,
+            0);
+    }
+
+    // A new profile that holds only the identity "C".
+    static fs::path freshProfile(const std::string& hint)
+    {
+        const fs::path profile = freshFolder(hint) / "profile";
+        fs::copy(*root / "base", profile, fs::copy_options::recursive);
+        return profile;
+    }
+    static ToolRun in(const fs::path& profile, std::vector<std::string> args, const fs::path& folder = {})
+    {
+        args.insert(args.begin(), { "--profile", profile.string() });
+        return runTool(args, nullptr, folder);
     }
     static void TearDownTestSuite() { delete root; }
+    static void interruptOnce(int signal);
 
     static ToolRun as(const std::string& who, std::vector<std::string> args)
     {
@@ -202,8 +228,9 @@ TEST_F(CliTest, FoldersAreWalkedThroughFileLinksButNotLinkedFolders)
 
     // A path with "." and ".." goes into the package as the plain path it stands for.
     const fs::path package = folder / "walk.kvx";
-    const ToolRun made = as("ann", {"encrypt", "--plain", "-o", package.string(),
-                                (folder / "tree" / "sub" / ".." / "." / "").string()});
+    const ToolRun made = as("ann",
+        { "encrypt", "--plain", "--skip-unreadable", "-o", package.string(),
+            (folder / "tree" / "sub" / ".." / "." / "").string() });
     if (!root)
         fs::permissions(folder / "tree" / "locked", fs::perms::owner_all);
     ASSERT_EQ(made.exitCode, 0) << made.err;
@@ -218,7 +245,7 @@ TEST_F(CliTest, FoldersAreWalkedThroughFileLinksButNotLinkedFolders)
                                  }));
 }
 
-TEST_F(CliTest, UnreadableSourcesAreSkippedAndNoneReadableMakesNoPackage)
+TEST_F(CliTest, UnreadableSourcesStopTheRunUnlessSkippingIsAsked)
 {
     const fs::path folder = freshFolder("unreadable");
     writeText(folder / "a.txt", "abc");
@@ -235,18 +262,230 @@ TEST_F(CliTest, UnreadableSourcesAreSkippedAndNoneReadableMakesNoPackage)
         GTEST_SKIP() << "no file here that exists and can't be read";
     }
 
+    // Without the option: exit 1, and the package of an earlier run stays as it was.
     const fs::path package = folder / "one.kvx";
-    const ToolRun partly = as("ann", {"encrypt", "--plain", "--flat", "-o", package.string(), locked.string(),
-                                  (folder / "a.txt").string()});
+    writeText(package, "earlier");
+    const ToolRun stopped = as("ann",
+        { "encrypt", "--plain", "--flat", "-o", package.string(), locked.string(), (folder / "a.txt").string() });
+    EXPECT_EQ(stopped.exitCode, 1) << stopped.err;
+    EXPECT_NE(stopped.err.find("can't read " + locked.string() + ": "), std::string::npos) << stopped.err;
+    EXPECT_NE(stopped.err.find("--skip-unreadable"), std::string::npos) << stopped.err;
+    EXPECT_EQ(readBytes(package), (Bytes { 'e', 'a', 'r', 'l', 'i', 'e', 'r' }));
+    const ToolRun encrypted = as("ann",
+        { "encrypt", "--self", "-o", (folder / "two.kvx").string(), (folder / "a.txt").string(), locked.string() });
+    EXPECT_EQ(encrypted.exitCode, 1) << encrypted.err;
+    EXPECT_FALSE(fs::exists(folder / "two.kvx"));
+
+    // With it: one warning per file, a count at the end, and the rest in the package.
+    const ToolRun partly = as("ann",
+        { "encrypt", "--plain", "--flat", "--skip-unreadable", "-o", package.string(), locked.string(),
+            (folder / "a.txt").string() });
     EXPECT_EQ(partly.exitCode, 0) << partly.err;
-    EXPECT_NE(partly.err.find("skipping " + locked.string() + ": "), std::string::npos) << partly.err;
+    const std::string warning = "skipping " + locked.string() + ": ";
+    EXPECT_NE(partly.err.find(warning), std::string::npos) << partly.err;
+    EXPECT_EQ(partly.err.find(warning), partly.err.rfind(warning)) << partly.err;
+    EXPECT_NE(partly.err.find("without 1 source that couldn't be read"), std::string::npos) << partly.err;
     EXPECT_EQ(readBytes(package), craftedPackage({{EntryTypeData, u"a.txt", {'a', 'b', 'c'}}}));
 
-    // The package of the run before is still at the path: that must not pass for a new one.
-    const ToolRun none = as("ann", {"encrypt", "--plain", "-o", package.string(), locked.string()});
+    // Nothing readable is no package, with the option too.
+    const ToolRun none
+        = as("ann", { "encrypt", "--plain", "--skip-unreadable", "-o", package.string(), locked.string() });
     EXPECT_EQ(none.exitCode, 1);
     EXPECT_NE(none.err.find("no package was made"), std::string::npos) << none.err;
+    EXPECT_EQ(as("ann", { "decrypt", package.string(), "--skip-unreadable", "-C", folder.string() }).exitCode, 2);
     EXPECT_TRUE(leftoverTempFiles().empty());
+}
+
+TEST_F(CliTest, EntriesAreStoredUnderThePathsAsGiven)
+{
+    const fs::path folder = freshFolder("tarlike");
+    const fs::path work = folder / "work";
+    fs::create_directories(work / "docs" / "sub");
+    writeText(work / "docs" / "a.txt", "a");
+    writeText(work / "docs" / "sub" / "b.txt", "b");
+    writeText(work / "top.txt", "t");
+    writeText(folder / "outside.txt", "o");
+    const std::string absolute = (folder / "outside.txt").string();
+
+    // Run from the work folder: relative paths are taken from there, and keep their form.
+    const ToolRun run = runTool({ "--profile", (*root / "ann").string(), "encrypt", "--plain", "-o", "../p.kvx",
+                                    "docs/", "./docs/sub/../sub", "top.txt", absolute },
+        nullptr, work);
+    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const fs::path out = folder / "out";
+    ASSERT_EQ(as("bob", { "decrypt", (folder / "p.kvx").string(), "-C", out.string() }).exitCode, 0);
+    EXPECT_EQ(treeContents(out),
+        (std::map<std::string, Bytes> {
+            { "docs/a.txt", { 'a' } },
+            { "docs/sub/b.txt", { 'b' } },
+            { fs::relative(folder / "outside.txt", "/").string(), { 'o' } },
+            { "top.txt", { 't' } },
+        }));
+
+    // "." stores what lies in the folder; --flat stores bare names whatever the path.
+    ASSERT_EQ(runTool({ "--profile", (*root / "ann").string(), "encrypt", "--plain", "-o",
+                          (folder / "dot.kvx").string(), "." },
+                  nullptr, work / "docs")
+                  .exitCode,
+        0);
+    ASSERT_EQ(as("bob", { "decrypt", (folder / "dot.kvx").string(), "-C", (folder / "dot").string() }).exitCode, 0);
+    EXPECT_EQ(treeContents(folder / "dot"),
+        (std::map<std::string, Bytes> { { "a.txt", { 'a' } }, { "sub/b.txt", { 'b' } } }));
+    ASSERT_EQ(runTool({ "--profile", (*root / "ann").string(), "encrypt", "--plain", "--flat", "-o", "../flat.kvx",
+                          "../outside.txt", "docs/sub" },
+                  nullptr, work)
+                  .exitCode,
+        0);
+    ASSERT_EQ(as("bob", { "decrypt", (folder / "flat.kvx").string(), "-C", (folder / "flat").string() }).exitCode, 0);
+    EXPECT_EQ(treeContents(folder / "flat"),
+        (std::map<std::string, Bytes> { { "b.txt", { 'b' } }, { "outside.txt", { 'o' } } }));
+
+    // A path above the current folder would give entries that no extraction accepts.
+    const ToolRun above
+        = runTool({ "--profile", (*root / "ann").string(), "encrypt", "--plain", "-o", "../up.kvx", "../outside.txt" },
+            nullptr, work);
+    EXPECT_EQ(above.exitCode, 1);
+    EXPECT_NE(above.err.find("../outside.txt lies outside the current folder"), std::string::npos) << above.err;
+    EXPECT_FALSE(fs::exists(folder / "up.kvx"));
+}
+
+TEST_F(CliTest, NamesThatCannotTravelAreKeptExactOrRefused)
+{
+    const fs::path folder = freshFolder("names");
+    const fs::path work = folder / "work";
+    fs::create_directories(work / "odd");
+    // Two names that are not UTF-8, which once both became U+FFFD.
+    writeText(work / "odd" / "caf\xff", "ff");
+    writeText(work / "odd" / "caf\xfe", "fe");
+    ASSERT_EQ(runTool({ "--profile", (*root / "ann").string(), "encrypt", "--plain", "-o", "../odd.kvx", "odd" },
+                  nullptr, work)
+                  .exitCode,
+        0);
+    ASSERT_EQ(as("bob", { "decrypt", (folder / "odd.kvx").string(), "-C", (folder / "out").string() }).exitCode, 0);
+    EXPECT_EQ(treeContents(folder / "out"),
+        (std::map<std::string, Bytes> { { "odd/caf\xfe", { 'f', 'e' } }, { "odd/caf\xff", { 'f', 'f' } } }));
+
+    // A backslash would come back as a folder: refused before anything is written, by name.
+    fs::create_directories(work / "slash");
+    writeText(work / "slash" / "fine.txt", "1");
+    writeText(work / "slash" / "a\\b.txt", "2");
+    writeText(folder / "kept.kvx", "earlier");
+    ToolRun refused = runTool(
+        { "--profile", (*root / "ann").string(), "encrypt", "--plain", "-o", "../kept.kvx", "slash" }, nullptr, work);
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_NE(refused.err.find("slash/a\\b.txt: a name with a backslash"), std::string::npos) << refused.err;
+    refused = as("ann",
+        { "encrypt", "--plain", "--flat", "-o", (folder / "kept.kvx").string(),
+            (work / "slash" / "a\\b.txt").string() });
+    EXPECT_EQ(refused.exitCode, 1);
+
+    // --flat with two files of one bare name: refused, naming both.
+    fs::create_directories(work / "one");
+    fs::create_directories(work / "two");
+    writeText(work / "one" / "x.txt", "1");
+    writeText(work / "two" / "x.txt", "2");
+    refused = as("ann",
+        { "encrypt", "--self", "--flat", "-o", (folder / "kept.kvx").string(), (work / "one").string(),
+            (work / "two").string() });
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_NE(refused.err.find("--flat would store both " + (work / "one" / "x.txt").string() + " and "
+                  + (work / "two" / "x.txt").string() + " as 'x.txt'"),
+        std::string::npos)
+        << refused.err;
+    EXPECT_EQ(readBytes(folder / "kept.kvx"), (Bytes { 'e', 'a', 'r', 'l', 'i', 'e', 'r' }));
+    EXPECT_TRUE(leftoverTempFiles().empty());
+}
+
+TEST_F(CliTest, ContactNamedLikeAnAttributeKeyImports)
+{
+    // "C" is the identity of the base profile; Ann's subject "CN=Ann, T=Halvoren" holds a "C".
+    ASSERT_EQ(as("bob", { "contacts", "import", (*root / "c.kvxk").string() }).exitCode, 0);
+    const ToolRun list = as("bob", { "contacts", "list" });
+    EXPECT_NE(list.out.find("C\t\n"), std::string::npos) << list.out;
+    // And the owner "C" finds their own certificate, not a contact's whose subject holds a C.
+    const fs::path profile = freshProfile("own-c");
+    ASSERT_EQ(in(profile, { "contacts", "import", (*root / "ann.kvxk").string() }).exitCode, 0);
+    const ToolRun show = in(profile, { "identity", "show" });
+    EXPECT_NE(show.out.find("name: C\n"), std::string::npos) << show.out;
+    const fs::path folder = freshFolder("own-c-files");
+    writeText(folder / "f", "x");
+    ASSERT_EQ(
+        in(profile, { "encrypt", "--self", "-o", (folder / "f.kvx").string(), (folder / "f").string() }).exitCode, 0);
+    const ToolRun opened = in(profile, { "decrypt", (folder / "f.kvx").string(), "-C", (folder / "out").string() });
+    EXPECT_EQ(opened.exitCode, 0) << opened.err;
+}
+
+TEST_F(CliTest, TwoImportsAtOnceBothArrive)
+{
+    const int rounds = 50;
+    for (int round = 0; round < rounds; ++round) {
+        const fs::path profile = freshProfile("concurrent");
+        ToolRun first, second;
+        std::thread other([&] { second = in(profile, { "contacts", "import", (*root / "cid.kvxk").string() }); });
+        first = in(profile, { "contacts", "import", (*root / "bob.kvxk").string() });
+        other.join();
+        ASSERT_EQ(first.exitCode, 0) << first.err;
+        ASSERT_EQ(second.exitCode, 0) << second.err;
+        const ToolRun list = in(profile, { "contacts", "list" });
+        ASSERT_EQ(list.exitCode, 0) << "round " << round << ": " << list.err;
+        ASSERT_NE(list.out.find("Bob\t"), std::string::npos) << "round " << round << ": " << list.out;
+        ASSERT_NE(list.out.find("Cid\t"), std::string::npos) << "round " << round << ": " << list.out;
+        ASSERT_NE(list.out.find("C\t\t(me)"), std::string::npos) << "round " << round << ": " << list.out;
+    }
+}
+
+TEST_F(CliTest, BrokenProfileIsExplainedAndRepaired)
+{
+    const fs::path profile = freshProfile("broken");
+    ASSERT_EQ(
+        in(profile, { "contacts", "import", (*root / "bob.kvxk").string(), "--email", "bob@example.org" }).exitCode, 0);
+    // The state an interrupted import used to leave: Bob's certificate without his entry.
+    writeText(profile / "RecipientsList.xml", "<Recipients><Recipient Name=\"C\"/></Recipients>");
+    ToolRun list = in(profile, { "contacts", "list" });
+    EXPECT_EQ(list.exitCode, 1);
+    EXPECT_NE(list.err.find("the certificate of 'Bob' has no entry in"), std::string::npos) << list.err;
+    EXPECT_NE(list.err.find("halvoren-cli contacts repair"), std::string::npos) << list.err;
+    const ToolRun repaired = in(profile, { "contacts", "repair" });
+    ASSERT_EQ(repaired.exitCode, 0) << repaired.err;
+    EXPECT_EQ(repaired.out, "filed again: Bob\n");
+    list = in(profile, { "contacts", "list" });
+    EXPECT_EQ(list.out, "C\t\t(me)\nBob\t\n");
+
+    // A contact list that isn't XML at all is kept aside, and every certificate filed again.
+    writeText(profile / "RecipientsList.xml", "garbage <");
+    list = in(profile, { "contacts", "list" });
+    EXPECT_EQ(list.exitCode, 1);
+    EXPECT_NE(list.err.find("contacts repair"), std::string::npos) << list.err;
+    ASSERT_EQ(in(profile, { "contacts", "repair" }).exitCode, 0);
+    EXPECT_EQ(
+        readBytes(profile / "RecipientsList.xml.unreadable"), (Bytes { 'g', 'a', 'r', 'b', 'a', 'g', 'e', ' ', '<' }));
+    EXPECT_EQ(in(profile, { "contacts", "list" }).out, "C\t\t(me)\nBob\t\n");
+
+    // A certificate file that can't be read is named, kept, and mended by importing it again;
+    // the details of the contact come back with it.
+    writeText(profile / "RecipientsList.xml",
+        "<Recipients><Recipient Name=\"C\"/><Recipient Name=\"Bob\"><EMail>bob@example.org</EMail>"
+        "</Recipient></Recipients>");
+    ASSERT_EQ(in(profile, { "contacts", "list" }).out, "C\t\t(me)\nBob\tbob@example.org\n");
+    fs::path bobFile;
+    for (const auto& entry : fs::directory_iterator(profile / "certificates")) {
+        if (entry.path().extension() == ".der" && readBytes(entry.path()) != readBytes(*root / "c.kvxk"))
+            bobFile = entry.path();
+    }
+    ASSERT_FALSE(bobFile.empty());
+    const Bytes whole = readBytes(bobFile);
+    writeBytes(bobFile, Bytes(whole.begin(), whole.begin() + 40));
+    list = in(profile, { "contacts", "list" });
+    EXPECT_EQ(list.exitCode, 0) << list.err;
+    EXPECT_EQ(list.out, "C\t\t(me)\n");
+    EXPECT_NE(list.err.find("the certificate of 'Bob' can't be read (" + bobFile.string()), std::string::npos)
+        << list.err;
+    EXPECT_EQ(readBytes(bobFile).size(), 40u);
+    ASSERT_EQ(in(profile, { "contacts", "import", (*root / "bob.kvxk").string() }).exitCode, 0);
+    list = in(profile, { "contacts", "list" });
+    EXPECT_EQ(list.out, "C\t\t(me)\nBob\tbob@example.org\n");
+    EXPECT_TRUE(list.err.empty()) << list.err;
+    EXPECT_EQ(readBytes(bobFile), whole);
 }
 
 TEST_F(CliTest, HostilePackagesCannotWriteOutsideTheFolder)
@@ -302,6 +541,14 @@ TEST_F(CliTest, UsageErrorsHelpAndExitCodes)
 
 TEST_F(CliTest, InterruptStopsTheRunAndLeavesNothingBehind)
 {
+    // Ctrl-C, and the hang-up of a terminal that was closed.
+    for (const int signal : { SIGINT, SIGHUP })
+        interruptOnce(signal);
+}
+
+void CliTest::interruptOnce(int signal)
+{
+    SCOPED_TRACE(signal);
     const fs::path folder = freshFolder("interrupt");
     const fs::path big = folder / "big.bin";
     const fs::path package = folder / "big.kvx";
@@ -311,12 +558,12 @@ TEST_F(CliTest, InterruptStopsTheRunAndLeavesNothingBehind)
             writeText(big, "");
             fs::resize_file(big, size);
         }
-        const ToolRun run = runTool({"--profile", (*root / "ann").string(), "encrypt", "--self", "-o", package.string(),
-                                 big.string()},
-                                [](pid_t child) {
-                                    std::this_thread::sleep_for(std::chrono::milliseconds(400));
-                                    kill(child, SIGINT);
-                                });
+        const ToolRun run = runTool(
+            { "--profile", (*root / "ann").string(), "encrypt", "--self", "-o", package.string(), big.string() },
+            [signal](pid_t child) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(400));
+                kill(child, signal);
+            });
         if (run.exitCode == 0)
             continue;  // The machine outran the signal; try a larger file.
         EXPECT_EQ(run.exitCode, 130) << run.err;

@@ -5,11 +5,13 @@
 
 #include "CryptoTestHelpers.h"
 #include "crypto/IdentityCertificate.h"
+#include "platform/CaseFold.h"
 #include "platform/FaultInjection.h"
 #include "platform/KeyContainer.h"
 #include "platform/StatusCodes.h"
 
 using namespace crypto_tests;
+using Bytes = std::vector<std::uint8_t>;
 using testing_support::readBytes;
 using testing_support::u16;
 using testing_support::u8;
@@ -54,7 +56,9 @@ TEST(CertificateStore, KeepsOrderReplacesInPlaceFindsIgnoringCaseAndPersists)
     // A part of a name finds the first certificate that contains it, in any case.
     EXPECT_TRUE(sameCertificate(findCertificate(u"bo"), contact["Bob"]));
     EXPECT_TRUE(sameCertificate(findCertificate(u"ALICE"), contact["Alice"]));
-    EXPECT_TRUE(sameCertificate(findCertificate(u"t=halvoren"), contact["Bob"]));
+    EXPECT_TRUE(sameCertificate(findCertificate(u"halvoren"), contact["Bob"]));
+    EXPECT_TRUE(sameCertificate(findCertificate(u"alice, halvoren"), contact["Alice"]));
+    EXPECT_EQ(certificateSubjectValues(contact["Bob"]), u"Bob, Halvoren");
     EXPECT_FALSE(findCertificate(u"Zed"));
     ASSERT_TRUE(openCertificateStore(u"Bo"));
     EXPECT_TRUE(sameCertificate(ownCertificate(), contact["Bob"]));
@@ -102,6 +106,92 @@ TEST(CertificateStore, KeepsOrderReplacesInPlaceFindsIgnoringCaseAndPersists)
     EXPECT_TRUE(storedNames().empty());
     EXPECT_TRUE(deleteAllCertificates());
     EXPECT_EQ(derFilesIn(profile / "certificates"), 0u);
+}
+
+TEST(CertificateStore, NameSearchLooksAtValuesNotKeysWithUnicodeCase)
+{
+    const fs::path profile = useFreshProfile("store-values");
+    // Names that are also attribute keys, and letters outside any small table of our own.
+    const char* const Emile = "\xC3\x89MILE \xC5\x81\xC3\x93"
+                              "D\xC5\xB9";
+    const char* const Cyrillic = "\xD0\x81\xD0\x96\xD0\x98\xD0\x9A";
+    const char* const Others = "\xE1\xBA\x9E\xC8\xBA\xE2\x84\xAB";
+    std::map<std::string, CertificatePtr> contact;
+    for (const char* name : { "Ann", "C", "T", Emile, Cyrillic, Others }) {
+        const fs::path pem = opensslCertificate(
+            profile, "c" + std::to_string(contact.size()), std::string("/CN=") + name + "/title=Halvoren");
+        ASSERT_FALSE(pem.empty()) << name;
+        contact[name] = loadCertificateFile(u16(pem));
+        ASSERT_TRUE(contact[name]);
+    }
+    ASSERT_TRUE(addCertificate(contact["Ann"]));
+    // "CN=Ann, T=Halvoren" holds a "C" and a "T" among its keys, "Ann, Halvoren" doesn't: a
+    // contact named C or T is not taken for Ann's, so it can be imported and found.
+    EXPECT_FALSE(findCertificate(u"C"));
+    EXPECT_FALSE(findCertificate(u"T="));
+    EXPECT_FALSE(findCertificate(u"CN"));
+    for (const char* name : { "C", "T" }) {
+        ASSERT_TRUE(addCertificate(contact[name]));
+        EXPECT_TRUE(sameCertificate(findCertificate(testing_support::u16(std::string(name))), contact[name])) << name;
+    }
+    // Case folds as the C library's Unicode tables fold it: Latin Extended, Cyrillic, the
+    // capital sharp s, and the Angstrom sign.
+    for (const char* name : { Emile, Cyrillic, Others })
+        ASSERT_TRUE(addCertificate(contact[name]));
+    EXPECT_TRUE(sameCertificate(findCertificate(u"\u00E9mile \u0142\u00F3d\u017A"), contact[Emile]));
+    EXPECT_TRUE(sameCertificate(findCertificate(u"\u0451\u0436\u0438\u043A"), contact[Cyrillic]));
+    EXPECT_TRUE(sameCertificate(findCertificate(u"\u00DF\u2C65\u00E5"), contact[Others]));
+    EXPECT_TRUE(platform::startsWithIgnoringCase(u"\u2C65bc", u"\u023AB"));
+    EXPECT_FALSE(platform::startsWithIgnoringCase(u"\u2C65", u"\u023AB"));
+    EXPECT_EQ(platform::foldCase(U'\U00010400'), U'\U00010428');
+    EXPECT_EQ(platform::foldCase(std::u16string(u"A\U00010400")), u"a\U00010428");
+}
+
+TEST(CertificateStore, DamagedCertificateFileIsKeptAndReported)
+{
+    const fs::path profile = useFreshProfile("store-damaged");
+    std::vector<CertificatePtr> people;
+    for (const char* name : { "Ann", "Bob", "Cid" }) {
+        const fs::path pem = opensslCertificate(profile, name, std::string("/CN=") + name + "/title=Halvoren");
+        ASSERT_FALSE(pem.empty());
+        people.push_back(loadCertificateFile(u16(pem)));
+        ASSERT_TRUE(addCertificate(people.back()));
+    }
+    const fs::path store = profile / "certificates";
+    fs::path bobFile;
+    for (const auto& entry : fs::directory_iterator(store)) {
+        if (entry.path().extension() == ".der" && sameCertificate(loadCertificateFile(u16(entry.path())), people[1]))
+            bobFile = entry.path();
+    }
+    ASSERT_FALSE(bobFile.empty());
+    const Bytes whole = readBytes(bobFile);
+    const Bytes truncated(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(whole.size() / 2));
+    writeBytes(bobFile, truncated);
+
+    // Opening the store loads the others, keeps the damaged file and says whose it is.
+    closeCertificateStore();
+    EXPECT_EQ(storedNames(), (std::vector<std::u16string> { u"Ann", u"Cid" }));
+    EXPECT_EQ(readBytes(bobFile), truncated);
+    std::vector<DamagedCertificate> damaged = damagedCertificates();
+    ASSERT_EQ(damaged.size(), 1u);
+    EXPECT_EQ(damaged[0].name, u"Bob");
+    EXPECT_EQ(fs::path(u8(damaged[0].path)), bobFile);
+    EXPECT_NE(damaged[0].code, 0u);
+
+    // Changes of the store keep the damaged entry named, so no later open sweeps it away.
+    ASSERT_TRUE(deleteCertificate(people[0]));
+    closeCertificateStore();
+    EXPECT_EQ(storedNames(), std::vector<std::u16string> { u"Cid" });
+    EXPECT_EQ(readBytes(bobFile), truncated);
+    ASSERT_EQ(damagedCertificates().size(), 1u);
+
+    // Adding the same certificate again repairs it in its place.
+    ASSERT_TRUE(addCertificate(people[1]));
+    EXPECT_EQ(storedNames(), (std::vector<std::u16string> { u"Bob", u"Cid" }));
+    closeCertificateStore();
+    EXPECT_EQ(storedNames(), (std::vector<std::u16string> { u"Bob", u"Cid" }));
+    EXPECT_TRUE(damagedCertificates().empty());
+    EXPECT_EQ(readBytes(bobFile), whole);
 }
 
 TEST(CertificateStore, IndexIsTheTruthAfterAnInterruptedChange)

@@ -60,8 +60,8 @@ inline fs::path useFreshProfile(const std::string& hint)
 inline fs::path opensslCertificate(const fs::path& folder, const std::string& stem, const std::string& subject)
 {
     const fs::path cert = folder / (stem + ".pem");
-    const std::string command = "openssl req -x509 -newkey rsa:1024 -nodes -days 2 -subj " + shellArg(subject) +
-                                " -keyout " + shellArg(folder / (stem + ".key")) + " -out " + shellArg(cert);
+    const std::string command = "openssl req -utf8 -x509 -newkey rsa:1024 -nodes -days 2 -subj " + shellArg(subject)
+        + " -keyout " + shellArg(folder / (stem + ".key")) + " -out " + shellArg(cert);
     return run(command) == 0 ? cert : fs::path();
 }
 

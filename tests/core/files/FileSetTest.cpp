@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "files/FileSet.h"
+#include "platform/Utf.h"
 
 TEST(FileSet, KeepsCodeUnitOrderAndCaseSensitiveUniqueness)
 {
@@ -43,6 +44,16 @@ TEST(FileSet, RemovesFilesExactlyAndTreesIgnoringCase)
     EXPECT_EQ(files, (FileSet {u"/Dir2/x.txt", u"/\u00c9t\u00e9/z.txt"}));
     removeTree(u"/\u00e9T\u00c9/", files);
     EXPECT_EQ(files, (FileSet {u"/Dir2/x.txt"}));
+
+    // Letters beyond Latin-1, Greek and Cyrillic fold too (Georgian, Armenian, a letter whose
+    // small form lies far from it, one outside the 16-bit range); a dotless i stays apart from I.
+    files = { u"/\u10A0\u0531/a", u"/\u023A/b", u"/\U00010400/c", u"/\u0131/d", u"/i/e" };
+    removeTree(u"/\u2D00\u0561/", files);
+    removeTree(u"/\u2C65/", files);
+    removeTree(u"/\U00010428/", files);
+    removeTree(u"/I/", files);
+    EXPECT_EQ(files, (FileSet { u"/\u0131/d" }));
+    EXPECT_EQ(listChildren(u"/\u0131/", FileSet { u"/I/x" }), ChildMap {});
 }
 
 TEST(FileSet, SplitsPathsForWalkingTheTree)
@@ -50,4 +61,34 @@ TEST(FileSet, SplitsPathsForWalkingTheTree)
     EXPECT_EQ(splitTreePath(u"/Dir/f.txt"), (std::vector<std::u16string> {u"/", u"Dir", u"f.txt"}));
     EXPECT_EQ(splitTreePath(u"//server/a"), (std::vector<std::u16string> {u"/", u"", u"server", u"a"}));
     EXPECT_EQ(splitTreePath(u"name"), (std::vector<std::u16string> {u"name/"}));
+}
+
+TEST(FileNames, BytesThatAreNoUtf8SurviveTheRoundTrip)
+{
+    using platform::fromUtf8;
+    using platform::toUtf8;
+    // Two names that once both became U+FFFD stay two names, and come back byte for byte.
+    const std::string ff = "caf\xff.txt", fe = "caf\xfe.txt";
+    EXPECT_NE(fromUtf8(ff), fromUtf8(fe));
+    EXPECT_EQ(fromUtf8(ff), u"caf\xDCFF.txt");
+    for (const std::string& bytes : { ff, fe, std::string("\xc3\xa9t\xc3\xa9"), std::string("\xc3"),
+             std::string("\xc0\xaf/x"), std::string("\xed\xa0\x80\xed\xb0\x80"), std::string("\xf4\x90\x80\x80"),
+             std::string("a\x80\xbf\xe2\x82"), std::string("\xf0\x9f\x98\x80\xf0\x9f") }) {
+        EXPECT_EQ(toUtf8(fromUtf8(bytes)), bytes);
+    }
+    // Valid text never turns into an escape, so text and escapes can't be confused.
+    EXPECT_EQ(fromUtf8("\xc3\xa9\xf0\x9f\x98\x80"), u"\u00e9\U0001F600");
+    EXPECT_TRUE(platform::isValidUtf8("\xc3\xa9\xf0\x9f\x98\x80"));
+    EXPECT_FALSE(platform::isValidUtf8("caf\xff"));
+    EXPECT_FALSE(platform::isValidUtf8("\xed\xa0\x80"));
+
+    // Only bytes 0x80..0xFF are escapes: a lone surrogate that would stand for '/', '.' or NUL,
+    // or any other lone surrogate, is no byte of a name.
+    EXPECT_EQ(toUtf8(u"a\xDC2F\xDC2E\xDC00"
+                     u"b"),
+        "a\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd"
+        "b");
+    EXPECT_EQ(toUtf8(u"\xD800x"), "\xef\xbf\xbdx");
+    // Text that must be valid (stores, certificates) gets U+FFFD for an escape.
+    EXPECT_EQ(platform::toValidUtf8(u"caf\xDCFF"), "caf\xef\xbf\xbd");
 }
