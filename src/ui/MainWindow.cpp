@@ -22,6 +22,7 @@
 #include "engine/AppConstants.h"
 #include "package/PackageEngine.h"
 #include "platform/ErrorText.h"
+#include "platform/ProfileLock.h"
 #include "platform/StatusCodes.h"
 #include "ui/Dialogs.h"
 #include "ui/PackageThread.h"
@@ -100,18 +101,28 @@ MainWindow::~MainWindow()
 
 bool MainWindow::startupCheck()
 {
-    std::vector<CertificatePtr> certificates;
-    listCertificates(certificates);
-    const bool hasCertificates = !certificates.empty();
-    const bool hasStore = QFile::exists(qs(recipientsPath()));
-    if (hasCertificates == hasStore) {
-        if (!hasCertificates)
-            return true;
-        RecipientsStore probe;
-        std::vector<ContactRecord> probeContacts;
-        if (probe.load(probeContacts, recipientsPath()).ok())
-            return true;
+    bool hasCertificates = false;
+    {
+        // Read both halves under the shared lock, so that a change by the command-line tool in
+        // the middle can't look like a broken profile.
+        platform::ProfileLock lock(platform::ProfileLock::Mode::Shared);
+        std::vector<CertificatePtr> certificates;
+        listCertificates(certificates);
+        // A certificate whose file can't be read still counts: its contact exists, only damaged.
+        hasCertificates = !certificates.empty() || !damagedCertificates().empty();
+        const bool hasStore = QFile::exists(qs(recipientsPath()));
+        if (hasCertificates == hasStore) {
+            if (!hasCertificates)
+                return true;
+            RecipientsStore probe;
+            std::vector<ContactRecord> probeContacts;
+            if (probe.load(probeContacts, recipientsPath()).ok()) {
+                reportDamagedCertificates();
+                return true;
+            }
+        }
     }
+    reportDamagedCertificates();
 
     QMessageBox question(QMessageBox::Critical, qs(AppName),
                          tr("An error occurred during application startup. Do you want to reset all changes that "
@@ -119,11 +130,34 @@ bool MainWindow::startupCheck()
                          QMessageBox::Yes | QMessageBox::No, this);
     if (Dialogs::exec(question) != QMessageBox::Yes)
         return false;
+    platform::ProfileLock lock(platform::ProfileLock::Mode::Exclusive);
     QFile::remove(qs(recipientsPath()));
     QFile::remove(qs(configPath()));
     if (hasCertificates)
         deleteAllCertificates();
     return true;
+}
+
+// A certificate file that can't be read is left on disk and its contact left out of the lists;
+// the user learns which contact it is and how to mend it.
+void MainWindow::reportDamagedCertificates()
+{
+    const std::vector<DamagedCertificate> damaged = damagedCertificates();
+    if (damaged.empty())
+        return;
+    QStringList lines;
+    for (const DamagedCertificate& entry : damaged) {
+        const QString name = entry.name.empty() ? tr("an unknown contact") : QStringLiteral("\"%1\"").arg(qs(entry.name));
+        lines << tr("The certificate of %1 can't be read: %2 (%3)")
+                     .arg(name, QDir::toNativeSeparators(qs(entry.path)),
+                          QString::fromStdU16String(platform::errorText(entry.code)));
+    }
+    QMessageBox box(QMessageBox::Warning, qs(AppName),
+                    lines.join(u'\n') + QStringLiteral("\n\n")
+                        + tr("These contacts are left out of the lists. Import their key files again to repair them; "
+                             "the damaged files stay where they are."),
+                    QMessageBox::Ok, this);
+    Dialogs::exec(box);
 }
 
 void MainWindow::createSetupMutexes()
@@ -236,6 +270,8 @@ void MainWindow::enterOwnContact()
         return;
     }
     const ContactDetails details = dialog.details();
+    // Identity, contact and owner name change together, as one change of the profile.
+    platform::ProfileLock lock(platform::ProfileLock::Mode::Exclusive);
     std::unique_ptr<IdentityCertificate> identity = IdentityCertificate::create(u16(details.name));
     if (!identity)
         return;

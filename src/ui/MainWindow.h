@@ -129,6 +129,7 @@ public:
 
 private:
     bool startupCheck();
+    void reportDamagedCertificates();
     void createSetupMutexes();
     void createActionManagers();
     void setupSearchBox();

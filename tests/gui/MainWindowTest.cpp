@@ -224,9 +224,34 @@ private slots:
         // The healthy profile starts without a question.
         std::ofstream(contactsFile()) << healthy;
         answers::clear();
-        MainWindow window;
-        QVERIFY(!window.isCancelRequested());
-        QVERIFY(answers::shown().isEmpty());
+        {
+            MainWindow window;
+            QVERIFY(!window.isCancelRequested());
+            QVERIFY(answers::shown().isEmpty());
+            QCOMPARE(answers::unanswered(), 0);
+        }
+
+        // A certificate file that can't be read is named with its contact and kept, and the
+        // profile is not offered for reset.
+        fs::path der;
+        for (const auto& entry : fs::directory_iterator(profile / "certificates"))
+            if (entry.path().extension() == ".der")
+                der = entry.path();
+        QVERIFY(!der.empty());
+        fs::resize_file(der, 10);
+        closeCertificateStore();
+        answers::clear();
+        answers::answer(QMessageBox::Ok);
+        {
+            MainWindow window;
+            QVERIFY(!window.isCancelRequested());
+            QCOMPARE(answers::shown().size(), 1);
+            QCOMPARE(answers::shown().first().icon, QMessageBox::Warning);
+            QVERIFY(answers::shown().first().text.contains(QStringLiteral("\"Bert Example\"")));
+            QVERIFY(answers::shown().first().text.contains(QString::fromStdString(der.filename().string())));
+            QCOMPARE(window.form()->contactListWidget->count(), 0);
+        }
+        QCOMPARE(fs::file_size(der), 10u);
         QCOMPARE(answers::unanswered(), 0);
     }
 
