@@ -274,6 +274,16 @@ private slots:
         QCOMPARE(texts(), QStringList { invalid });
         QCOMPARE(answers::shown().first().icon, QMessageBox::Critical);
 
+        // Shorter than a header: the same words, not the reader's own code.
+        const fs::path stub = freshFolder("stub") / "stub.kvx";
+        writeBytes(stub, randomBytes(10, 6));
+        answers::clear();
+        drop(window, { QUrl::fromLocalFile(qpath(stub)) });
+        answers::answerPath(qpath(freshFolder("stub-out")));
+        answers::answer(QMessageBox::Ok);
+        runAndWait(window);
+        QCOMPARE(texts(), QStringList { invalid });
+
         // Made by Bert for himself alone.
         const fs::path foreign = freshFolder("foreign") / "bert-only.kvx";
         QCOMPARE(cli(bert, { "encrypt", "-o", qpath(foreign), "--self", qpath(sources / "single.bin") }), 0);
