@@ -425,8 +425,9 @@ private:
 ContainerEntry ContainerIndex::entry(std::size_t index) const
 {
     const Item& item = items_.at(index);
-    return ContainerEntry(
-        names_.substr(item.nameStart, item.nameLength), file_, item.dataOffset, item.dataSize, item.entryType);
+    const std::size_t nameEnd = index + 1 < items_.size() ? items_[index + 1].nameStart : names_.size();
+    return ContainerEntry(names_.substr(item.nameStart, nameEnd - item.nameStart), file_, item.dataOffset,
+                          item.dataSize, item.entryType);
 }
 
 void ContainerIndex::clear()
@@ -502,7 +503,6 @@ EngineStatus ContainerFile::readIndex(ContainerIndex& index)
                 }
             }
             index.names_ += name;
-            item.nameLength = static_cast<std::uint32_t>(name.size());
         }
         if (header.dataSize > static_cast<std::uint64_t>(fileLength - reader.position()))
             return fail();

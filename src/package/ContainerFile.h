@@ -61,11 +61,11 @@ public:
 
 private:
     friend class ContainerFile;
+    // The names lie one after another in the arena, so each one ends where the next begins.
     struct Item {
         std::int64_t dataOffset;
         std::int64_t dataSize;
         std::uint32_t nameStart;
-        std::uint32_t nameLength;
         std::uint32_t entryType;
     };
     std::vector<Item> items_;
