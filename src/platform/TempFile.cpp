@@ -56,27 +56,6 @@ std::u16string tempDirectory()
     return fromUtf8(dir);
 }
 
-bool createTempFile(std::u16string& path)
-{
-    if (faults::shouldFail(faults::Kind::Open))
-        return false;
-    std::string pattern = toUtf8(tempDirectory());
-    if (pattern != "/")
-        pattern += '/';
-    pattern += "KVXXXXXXX";
-    std::vector<char> buffer(pattern.begin(), pattern.end());
-    buffer.push_back('\0');
-    // mkstemp makes the file 0600 in the same call that creates it.
-    const int fd = ::mkostemp(buffer.data(), O_CLOEXEC);
-    if (fd < 0) {
-        setLastErrorFromErrno();
-        return false;
-    }
-    ::close(fd);
-    path = fromUtf8(buffer.data());
-    return true;
-}
-
 bool PrivateTemp::create(FileHandle directory, const std::u16string& folderPath, const char* prefix)
 {
     discard();

@@ -15,10 +15,6 @@ namespace platform {
 // $TMPDIR if set and not empty, else /tmp; with no trailing separator.
 std::u16string tempDirectory();
 
-// Creates a new empty named file "KVX…" in the temporary folder with mode 0600 and gives its
-// path. False, with the last error set, if no file could be made.
-bool createTempFile(std::u16string& path);
-
 // Names our named temporaries start with: "KVX" in the temporary folder, ".KVX" beside a
 // package or an extracted file.
 inline constexpr char TempPrefix[] = "KVX";
