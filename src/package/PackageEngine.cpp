@@ -262,8 +262,10 @@ EngineStatus PackageEngine::addFiles(ContainerFile& container)
         entry.setUserParameter(userParameter_);
         status = container.addEntry(entry);
         // A write that failed concerns the package; a read, or a source that shrank, the source.
-        if (!status.ok() && status.severity() != SeverityStopped)
+        if (!status.ok() && status.severity() != SeverityStopped) {
             failedOn(status, status.code() == win::ERROR_DISK_FULL ? packagePath_ : path);
+            failure_.sourceShrank = status.code() == win::ERROR_HANDLE_EOF;
+        }
     }
     if (!goOn && status.ok()) {
         status.setCode(0);

@@ -30,6 +30,7 @@ std::u16string statusText(const EngineStatus& status, const FailureSubject& subj
         return subject.path.empty() ? std::u16string(platform::InvalidPackageText)
                                     : shortened(subject.path) + u": " + platform::InvalidPackageText;
     std::u16string text = subject.linkRefused ? std::u16string(LinkRefusedText)
+        : subject.sourceShrank                ? std::u16string(SourceShrankText)
         : status.code() != 0                  ? platform::userText(status.code())
                                               : platform::errorText(win::ERROR_INVALID_DATA);
     return subject.path.empty() ? text : shortened(subject.path) + u": " + text;

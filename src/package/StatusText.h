@@ -17,9 +17,12 @@ struct FailureSubject {
     bool packageInvalid = false;
     // A symbolic link stood where a file or folder was to be written.
     bool linkRefused = false;
+    // A source got shorter while it was packed.
+    bool sourceShrank = false;
 };
 
 inline constexpr char16_t LinkRefusedText[] = u"refusing to follow a symbolic link";
+inline constexpr char16_t SourceShrankText[] = u"the file got shorter while it was being read";
 
 // The user's text: a stop reads as a stop only; a package that failed its structure reads as
 // the invalid-package text; otherwise the code's text, after the path it concerns.

@@ -775,6 +775,23 @@ TEST_F(PackageEngineTest, EveryFailureNamesWhatItConcernsInWordsAUserCanActOn)
         }
     }
 
+    // A source that shrinks while it is packed.
+    writeBytes(source / "shrinking.bin", randomBytes(6u << 20, 5));
+    session = Session {};
+    session.answer = [&](const Report& r) {
+        if (r.operation == OpWriteFile && r.fileName.find(u"shrinking") != std::u16string::npos)
+            fs::resize_file(source / "shrinking.bin", 100);
+        return 1;
+    };
+    auto shrinking = engineFor(*ann);
+    shrinking->setFiles({u16(source / "shrinking.bin")});
+    shrinking->setPackagePath(u16(folder / "s.kvx"));
+    const EngineStatus shrank = shrinking->create();
+    EXPECT_EQ(shrank.code(), win::ERROR_HANDLE_EOF);
+    EXPECT_EQ(statusText(shrank, shrinking->failure()),
+              u16(source / "shrinking.bin") + u": the file got shorter while it was being read");
+    EXPECT_FALSE(fs::exists(folder / "s.kvx"));
+
     // A source that can't be read at all, when the run stops for it.
     session = Session {};
     session.answer = [](const Report& r) { return r.operation == OpError ? 0 : 1; };
