@@ -396,9 +396,9 @@ EngineStatus PackageEngine::extract()
         return EngineStatus(win::ERROR_INVALID_PARAMETER, SeverityError);
     failure_ = FailureSubject {};
     platform::sweepStaleTemporaries(platform::tempDirectory(), platform::TempPrefix);
-    // Read access is all that extraction needs, so the package is opened for reading only, not
-    // for reading and writing as the format's first reader did: a package that is read-only, owned
-    // by somebody else or on read-only media (a saved attachment, a disc) opens all the same.
+    // A deliberate change from opening the package for reading and writing: extraction only
+    // reads it, so it asks for no more, and a package that is read-only, owned by somebody else or
+    // on read-only media (a saved attachment, a disc) opens all the same.
     ScopedFile package;
     if (!package.open(packagePath_, win::OPEN_EXISTING, win::GENERIC_READ, ShareAll))
         return failedOn(EngineStatus(win::ERROR_FILE_INVALID, SeverityError), packagePath_);
