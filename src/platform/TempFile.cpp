@@ -69,6 +69,9 @@ bool PrivateTemp::create(FileHandle directory, const std::u16string& folderPath,
         // Code that takes names (the cipher, the key envelope) reaches the file through /proc;
         // without /proc the file has to have a name after all.
         if (::access(procPath(fd).c_str(), R_OK | W_OK) == 0) {
+            // The lock covers the name it gets when it is published under a name of its own
+            // before it takes its final one: a sweep leaves that name alone while we live.
+            ::flock(fd, LOCK_EX | LOCK_NB);
             handle_ = fd;
             path_ = fromUtf8(procPath(fd));
             name_ = fromUtf8(TempPrefix + randomSuffix());
