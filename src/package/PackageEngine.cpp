@@ -261,9 +261,12 @@ EngineStatus PackageEngine::addFiles(ContainerFile& container)
         entry.setCallback(callback_);
         entry.setUserParameter(userParameter_);
         status = container.addEntry(entry);
-        // A write that failed concerns the package; a read, or a source that shrank, the source.
+        // A write that failed concerns what is being written; a read, or a source that shrank, the
+        // source.
         if (!status.ok() && status.severity() != SeverityStopped) {
-            failedOn(status, status.code() == win::ERROR_DISK_FULL ? packagePath_ : path);
+            // (The inner package of an encrypted one is written in the temporary folder.)
+            const std::u16string written = recipients_.empty() ? packagePath_ : platform::tempDirectory();
+            failedOn(status, status.code() == win::ERROR_DISK_FULL ? written : path);
             failure_.sourceShrank = status.code() == win::ERROR_HANDLE_EOF;
         }
     }
@@ -316,6 +319,9 @@ EngineStatus PackageEngine::create()
     if (status.ok() && container.entryCount() > 0) {
         status = container.close();
         finished = status.ok();
+        // Writing the header and digest can fail too, on a full disk.
+        if (!finished && status.code() != win::NTE_BAD_HASH)
+            failedOn(status, encrypted ? platform::tempDirectory() : packagePath_);
     }
     if (container.handle() != platform::InvalidHandle)
         platform::closeFile(container.handle());
