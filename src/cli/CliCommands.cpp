@@ -566,7 +566,7 @@ int encryptCommand(const CommandLine& line, Profile& profile)
     if (!status.ok() && progress.reportedFailure())
         return fail("no package was made (--skip-unreadable leaves out what can't be read)");
     if (!status.ok())
-        return fail("the package can't be made: " + statusText(status, "the run was stopped"));
+        return fail("the package can't be made: " + u8(::statusText(status, engine.failure())));
     // The engine calls a run whose every source was skipped a success, and leaves whatever lay at
     // the output path before; only the count of skipped files tells.
     if (static_cast<std::size_t>(progress.skippedFiles()) >= files.size())
@@ -595,6 +595,7 @@ int decryptCommand(const CommandLine& line, Profile& profile)
     engine.setPackagePath(u16(absolutePath(line.words[1]).string()));
     engine.setExtractFolder(u16(folder.string()));
     ProgressPrinter progress(ProgressPrinter::Mode::Extract);
+    progress.setPackagePath(u16(line.words[1]));
     engine.setCallback(ProgressPrinter::callback);
     engine.setUserParameter(progress.record());
     const EngineStatus status = engine.extract();
@@ -602,8 +603,8 @@ int decryptCommand(const CommandLine& line, Profile& profile)
     if (status.ok())
         return ExitOk;
     if (ProgressPrinter::interrupted()) {
-        // The entry in hand is left as far as it was written.
-        fail("stopped; the files extracted so far stay in " + line.folder + ", the last of them possibly incomplete");
+        // An entry is put at its name only when it is whole, so the one in hand is simply not there.
+        fail("stopped; the files extracted so far stay in " + line.folder);
         return ExitStopped;
     }
     // The words for a refused package or a missing recipient record were given with the report.
@@ -611,7 +612,7 @@ int decryptCommand(const CommandLine& line, Profile& profile)
         return ExitFailed;
     if (status.code() == win::ERROR_FILE_INVALID)
         return fail("can't open " + line.words[1] + ": " + codeText(platform::lastError() ? platform::lastError() : status.code()));
-    return fail(statusText(status, "the package can't be extracted"));
+    return fail(u8(::statusText(status, engine.failure())));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <string>
 
+#include "package/StatusText.h"
 #include "platform/ErrorText.h"
 #include "platform/Utf.h"
 
@@ -81,8 +82,17 @@ int ProgressPrinter::report(std::uint32_t operation, std::int64_t total, std::in
 {
     if (operation == OpError) {
         clearLine();
-        const std::uint32_t code = parameter ? parameter->status.code() : 0;
-        const std::string text = platform::toUtf8(platform::userText(code));
+        // A stop makes the package check fail too; it is reported as the stop it is, once, by the
+        // command.
+        if (interrupted())
+            return 0;
+        const EngineStatus status = parameter ? parameter->status : EngineStatus();
+        // A report without a file name while a package is opened is about the package itself.
+        FailureSubject subject;
+        subject.packageInvalid = mode_ == Mode::Extract;
+        subject.path = parameter && parameter->fileName ? std::u16string(parameter->fileName) : packagePath_;
+        const std::string text = platform::toUtf8(
+            mode_ == Mode::Create ? platform::userText(status.code()) : ::statusText(status, subject));
         if (mode_ == Mode::Create && parameter && parameter->fileName) {
             const std::string file = shownPath(parameter->fileName);
             if (skipUnreadable_) {

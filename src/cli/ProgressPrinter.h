@@ -27,6 +27,8 @@ public:
     // Whether an OpError was already told to the user, so the run's final status needs no words.
     bool reportedFailure() const { return reportedFailure_; }
     int skippedFiles() const { return skipped_; }
+    // The package being opened, named in a report about the package itself.
+    void setPackagePath(const std::u16string& path) { packagePath_ = path; }
 
     // Ctrl-C, SIGTERM and SIGHUP (the terminal went away) set this; the next callback answers stop.
     static void installInterruptHandlers();
@@ -46,4 +48,5 @@ private:
     std::uint32_t lastOperation_ = ~0u;
     std::int64_t lastPercent_ = -1;
     std::u16string lastName_;
+    std::u16string packagePath_;
 };

@@ -325,8 +325,9 @@ EngineStatus ContainerFile::verify(platform::FileHandle handle, ContainerHeader&
     std::size_t got = 0;
     if (!platform::readFile(handle, bytes, sizeof bytes, got))
         return lastErrorStatus();
+    // The read itself went well, so whatever the last error holds is left over from elsewhere.
     if (got < sizeof bytes)
-        return EngineStatus(platform::lastError() ? platform::lastError() : win::ERROR_HANDLE_EOF, SeverityError);
+        return EngineStatus(win::ERROR_HANDLE_EOF, SeverityError);
     header = ContainerHeader::fromBytes(bytes);
     if (header.magic != ContainerMagic || header.entryCount == 0)
         return EngineStatus(win::ERROR_BAD_FORMAT, SeverityError);
@@ -363,60 +364,172 @@ EngineStatus ContainerFile::openForRead(platform::FileHandle handle)
     return status;
 }
 
-EngineStatus ContainerFile::readEntries(ContainerEntryList& list)
+namespace {
+// Reads the index front to back in large pieces: an index of millions of small entries would
+// otherwise cost three system calls per entry.
+class IndexReader {
+public:
+    IndexReader(platform::FileHandle file, std::int64_t position) : file_(file), position_(position) {}
+
+    bool read(std::uint8_t* out, std::size_t size)
+    {
+        while (size > 0) {
+            if (start_ == buffer_.size() && !fill())
+                return false;
+            const std::size_t take = std::min(size, buffer_.size() - start_);
+            std::memcpy(out, buffer_.data() + start_, take);
+            start_ += take;
+            position_ += static_cast<std::int64_t>(take);
+            out += take;
+            size -= take;
+        }
+        return true;
+    }
+    void skip(std::int64_t distance)
+    {
+        const auto left = static_cast<std::int64_t>(buffer_.size() - start_);
+        if (distance <= left) {
+            start_ += static_cast<std::size_t>(distance);
+        } else {
+            buffer_.clear();
+            start_ = 0;
+        }
+        position_ += distance;
+    }
+    std::int64_t position() const { return position_; }
+
+private:
+    bool fill()
+    {
+        buffer_.resize(Piece);
+        std::size_t got = 0;
+        if (!platform::seekFile(file_, position_, platform::SeekFrom::Begin)
+            || !platform::readFile(file_, buffer_.data(), buffer_.size(), got) || got == 0) {
+            buffer_.clear();
+            start_ = 0;
+            return false;
+        }
+        buffer_.resize(got);
+        start_ = 0;
+        return true;
+    }
+
+    static constexpr std::size_t Piece = 64 * 1024;
+    platform::FileHandle file_;
+    std::int64_t position_;
+    std::vector<std::uint8_t> buffer_;
+    std::size_t start_ = 0;
+};
+}  // namespace
+
+ContainerEntry ContainerIndex::entry(std::size_t index) const
 {
+    const Item& item = items_.at(index);
+    const std::size_t nameEnd = index + 1 < items_.size() ? items_[index + 1].nameStart : names_.size();
+    return ContainerEntry(names_.substr(item.nameStart, nameEnd - item.nameStart), file_, item.dataOffset,
+                          item.dataSize, item.entryType);
+}
+
+void ContainerIndex::clear()
+{
+    items_.clear();
+    items_.shrink_to_fit();
+    names_.clear();
+    names_.shrink_to_fit();
+    file_ = platform::InvalidHandle;
+}
+
+EngineStatus ContainerFile::readIndex(ContainerIndex& index)
+{
+    index.clear();
     if (file_ == platform::InvalidHandle || entryCount_ == 0)
         return EngineStatus(win::ERROR_INVALID_HANDLE, SeverityError);
 
     const EngineStatus badFormat(win::ERROR_BAD_FORMAT, SeverityError);
-    const std::size_t firstNew = list.size();
     auto fail = [&] {
-        list.erase(list.begin() + static_cast<std::ptrdiff_t>(firstNew), list.end());
+        index.clear();
         return badFormat;
     };
 
     std::int64_t fileLength = 0;
-    if (!platform::fileSize(file_, fileLength) || !platform::seekFile(file_, ContainerHeader::Size, platform::SeekFrom::Begin))
+    if (!platform::fileSize(file_, fileLength))
         return fail();
     // Every entry takes at least its 20 header bytes, so a count the file can't hold is refused
-    // before anything is allocated for it.
+    // before anything is allocated for it; so is one whose index alone would pass the limit.
     if (static_cast<std::uint64_t>(entryCount_) * EntryHeader::Size
-        > static_cast<std::uint64_t>(fileLength - static_cast<std::int64_t>(ContainerHeader::Size)))
+            > static_cast<std::uint64_t>(fileLength - static_cast<std::int64_t>(ContainerHeader::Size))
+        || static_cast<std::uint64_t>(entryCount_) * sizeof(ContainerIndex::Item) > indexLimit_)
         return fail();
+    try {
+        index.items_.reserve(entryCount_);
+    } catch (const std::bad_alloc&) {
+        return fail();
+    }
+    const std::size_t itemBytes = index.items_.capacity() * sizeof(ContainerIndex::Item);
 
-    std::int64_t position = ContainerHeader::Size;
+    IndexReader reader(file_, ContainerHeader::Size);
+    std::vector<std::uint8_t> field;
     for (std::uint32_t i = 0; i < entryCount_; ++i) {
         std::uint8_t bytes[EntryHeader::Size];
-        std::size_t got = 0;
-        if (!platform::readFile(file_, bytes, sizeof bytes, got) || got < sizeof bytes)
+        if (!reader.read(bytes, sizeof bytes))
             return fail();
-        position += EntryHeader::Size;
         const EntryHeader header = EntryHeader::fromBytes(bytes);
         if (header.magic != ContainerMagic)
             return fail();
 
-        std::u16string name;
+        ContainerIndex::Item item {};
+        item.nameStart = static_cast<std::uint32_t>(index.names_.size());
         if (header.nameBytes > 0) {
             // A name can't be longer than what is left of the file; checking first keeps a hostile
             // length from turning into a huge allocation.
-            if (header.nameBytes > MaxNameBytes || header.nameBytes > static_cast<std::uint64_t>(fileLength - position))
+            if (header.nameBytes > MaxNameBytes
+                || header.nameBytes > static_cast<std::uint64_t>(fileLength - reader.position()))
                 return fail();
-            std::vector<std::uint8_t> field(header.nameBytes);
-            if (!platform::readFile(file_, field.data(), field.size(), got) || got < field.size())
+            field.resize(header.nameBytes);
+            if (!reader.read(field.data(), field.size()))
                 return fail();
-            position += header.nameBytes;
-            name = decodeName(field);
+            const std::u16string name = decodeName(field);
+            // The arena grows by half at a time, and never past the limit.
+            const std::size_t needed = index.names_.size() + name.size();
+            if (itemBytes + needed * sizeof(char16_t) > indexLimit_)
+                return fail();
+            if (needed > index.names_.capacity()) {
+                const std::size_t grown = std::max(needed, index.names_.capacity() + index.names_.capacity() / 2);
+                const std::size_t room = (indexLimit_ - itemBytes) / sizeof(char16_t);
+                try {
+                    index.names_.reserve(std::min(grown, room));
+                } catch (const std::bad_alloc&) {
+                    return fail();
+                }
+            }
+            index.names_ += name;
         }
-        if (header.dataSize > static_cast<std::uint64_t>(fileLength - position))
+        if (header.dataSize > static_cast<std::uint64_t>(fileLength - reader.position()))
             return fail();
-        const auto dataSize = static_cast<std::int64_t>(header.dataSize);
-        try {
-            list.emplace_back(std::move(name), file_, position, dataSize, header.entryType);
-        } catch (const std::bad_alloc&) {
-            return fail();
-        }
-        if (!platform::seekFile(file_, dataSize, platform::SeekFrom::Current, &position))
-            return fail();
+        item.dataOffset = reader.position();
+        item.dataSize = static_cast<std::int64_t>(header.dataSize);
+        item.entryType = header.entryType;
+        index.items_.push_back(item);
+        reader.skip(item.dataSize);
+    }
+    index.file_ = file_;
+    return EngineStatus();
+}
+
+EngineStatus ContainerFile::readEntries(ContainerEntryList& list)
+{
+    ContainerIndex index;
+    const EngineStatus status = readIndex(index);
+    if (!status.ok())
+        return status;
+    const std::size_t firstNew = list.size();
+    try {
+        list.reserve(firstNew + index.size());
+        for (std::size_t i = 0; i < index.size(); ++i)
+            list.push_back(index.entry(i));
+    } catch (const std::bad_alloc&) {
+        list.erase(list.begin() + static_cast<std::ptrdiff_t>(firstNew), list.end());
+        return EngineStatus(win::ERROR_BAD_FORMAT, SeverityError);
     }
     return EngineStatus();
 }

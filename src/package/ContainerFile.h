@@ -48,6 +48,31 @@ private:
 
 using ContainerEntryList = std::vector<ContainerEntry>;
 
+// The index of a package as extraction reads it: a few bytes for each entry and all names in one
+// arena, so that a hostile index of millions of entries costs little more than its own size.
+class ContainerIndex {
+public:
+    std::size_t size() const { return items_.size(); }
+    // The entry as an object of its own, reading from the package the index was read from.
+    ContainerEntry entry(std::size_t index) const;
+    // Bytes the index holds on to.
+    std::size_t memoryUse() const { return items_.capacity() * sizeof(Item) + names_.capacity() * sizeof(char16_t); }
+    void clear();
+
+private:
+    friend class ContainerFile;
+    // The names lie one after another in the arena, so each one ends where the next begins.
+    struct Item {
+        std::int64_t dataOffset;
+        std::int64_t dataSize;
+        std::uint32_t nameStart;
+        std::uint32_t entryType;
+    };
+    std::vector<Item> items_;
+    std::u16string names_;
+    platform::FileHandle file_ = platform::InvalidHandle;
+};
+
 // Gives both to every entry of the list.
 void setEntriesCallback(ContainerEntryList& list, EngineCallback callback, KvxUtils::UserParameter* userParameter);
 
@@ -74,6 +99,12 @@ public:
     void expectEntries(std::uint32_t count);
     // Appends one entry for each entry of the package; on any failure the list is emptied.
     EngineStatus readEntries(ContainerEntryList& list);
+    // Reads the index compactly. An index that would take more memory than the limit is refused
+    // as a package that isn't valid (ERROR_BAD_FORMAT); on any failure the index is empty.
+    EngineStatus readIndex(ContainerIndex& index);
+    // The most memory one index may take; the default is generous for any real package.
+    static constexpr std::size_t DefaultIndexLimit = std::size_t(256) << 20;
+    void setIndexLimit(std::size_t bytes) { indexLimit_ = bytes; }
     // Writes header and digest if anything was written, then closes the handle.
     EngineStatus close();
 
@@ -105,4 +136,5 @@ private:
     std::uint32_t expectedEntries_ = 0;
     std::optional<Md5Digest> knownDigest_;
     std::vector<std::uint8_t> gathered_;
+    std::size_t indexLimit_ = DefaultIndexLimit;
 };

@@ -5,9 +5,9 @@
 
 #include "crypto/CertificateStore.h"
 #include "crypto/CryptoSession.h"
-#include "platform/AtomicFile.h"
 #include "platform/LastError.h"
 #include "platform/TempFile.h"
+#include "platform/Utf.h"
 
 namespace {
 constexpr std::uint32_t ReadWrite = win::GENERIC_READ | win::GENERIC_WRITE;
@@ -15,14 +15,12 @@ constexpr std::uint32_t ShareAll = win::FILE_SHARE_READ | win::FILE_SHARE_WRITE;
 // Longest temporary folder path that still leaves room for a file name, as the format's
 // original 261-character limit did.
 constexpr std::size_t MaxTempDirectory = 261;
+// The system's limit for a path, in bytes with its terminating NUL. An entry whose path below the
+// folder would be longer can't be written or opened again, and a name of a hundred thousand
+// separators would otherwise make as many nested folders first.
+constexpr std::size_t MaxPathBytes = 4096;
 
 EngineStatus lastErrorStatus() { return EngineStatus(platform::lastError(), SeverityError); }
-
-void deleteIfSet(const std::u16string& path)
-{
-    if (!path.empty())
-        platform::deleteFile(path);
-}
 
 bool isDrive(const std::u16string& part)
 {
@@ -30,52 +28,93 @@ bool isDrive(const std::u16string& part)
         && ((part[0] >= u'A' && part[0] <= u'Z') || (part[0] >= u'a' && part[0] <= u'z'));
 }
 
-// The package is written beside its final path and renamed over it only when it is complete, so
-// that a failed or stopped run never leaves half a package, nor destroys an earlier one.
+std::u16string joinPath(const std::u16string& folder, const std::u16string& name)
+{
+    if (folder.empty() || folder.back() == NativeSeparator)
+        return folder + name;
+    return folder + NativeSeparator + name;
+}
+
+// What a file the user asked for gets: the mode of the file it replaces, else what the umask
+// allows of 0666.
+mode_t modeFor(platform::EntryKind existing, mode_t existingMode)
+{
+    return existing == platform::EntryKind::Regular ? existingMode
+                                                    : platform::NewUserFileMode & ~platform::currentUmask();
+}
+
+// The package is written to a private temporary (0600, unnamed where the file system allows) in
+// its final folder and put at its path only when it is complete, so that a failed, stopped or
+// killed run never leaves half a package, nor plain text under a name, nor destroys an earlier
+// package.
 class StagedPackage {
 public:
-    explicit StagedPackage(const std::u16string& target) : target_(target) {}
-    ~StagedPackage() { discard(); }
-
-    EngineStatus open(ScopedFile& file)
+    explicit StagedPackage(const std::u16string& target)
+        : target_(target)
     {
-        if (!platform::createSiblingTempFile(target_, path_, platform::UserFileMode))
+        const auto slash = target.rfind(NativeSeparator);
+        folder_ = slash == std::u16string::npos ? u"." : slash == 0 ? u"/" : target.substr(0, slash);
+        name_ = slash == std::u16string::npos ? target : target.substr(slash + 1);
+    }
+
+    EngineStatus open()
+    {
+        directory_.adopt(platform::openDirectory(folder_));
+        if (!directory_.isOpen())
             return lastErrorStatus();
-        if (!file.open(path_, win::CREATE_ALWAYS, ReadWrite, ShareAll, platform::UserFileMode))
+        // Named stand-ins of earlier runs that died on a file system without unnamed files.
+        platform::sweepStaleTemporaries(folder_, platform::HiddenTempPrefix);
+        if (!temp_.create(directory_.handle(), folder_, platform::HiddenTempPrefix))
             return lastErrorStatus();
         return EngineStatus();
     }
+    // A second handle for the writer, which closes its own.
+    platform::FileHandle duplicate() const { return platform::duplicateHandle(temp_.handle()); }
+
     EngineStatus commit()
     {
-        if (!platform::replaceFile(path_, target_))
+        mode_t existingMode = 0;
+        const platform::EntryKind existing = platform::entryKindAt(directory_.handle(), name_, &existingMode);
+        if (existing == platform::EntryKind::Directory)
+            return EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError);
+        if (!platform::setFileMode(temp_.handle(), modeFor(existing, existingMode))
+            || !temp_.publish(directory_.handle(), name_))
             return lastErrorStatus();
-        path_.clear();
+        platform::syncFile(directory_.handle());
         return EngineStatus();
-    }
-    void discard()
-    {
-        deleteIfSet(path_);
-        path_.clear();
     }
 
 private:
     std::u16string target_;
-    std::u16string path_;
+    std::u16string folder_;
+    std::u16string name_;
+    ScopedFile directory_;
+    platform::PrivateTemp temp_;
 };
-}  // namespace
+} // namespace
 
 PackageEngine::PackageEngine(const ContactRecord& ownContact) { openCertificateStore(ownContact.name); }
 
-EngineStatus PackageEngine::createTempFile(std::u16string& path, ScopedFile& file)
+EngineStatus PackageEngine::failedOn(const EngineStatus& status, const std::u16string& path, bool packageInvalid)
+{
+    if (!status.ok() && failure_.path.empty()) {
+        failure_.path = path;
+        failure_.packageInvalid = packageInvalid;
+    }
+    return status;
+}
+
+EngineStatus PackageEngine::createTempFile(platform::PrivateTemp& temp, ScopedFile& file)
 {
     const std::u16string folder = platform::tempDirectory();
     if (folder.empty() || folder.size() > MaxTempDirectory)
         return EngineStatus(win::ERROR_INVALID_DATA, SeverityError);
-    if (!platform::createTempFile(path))
-        return lastErrorStatus();
-    if (!file.open(path, win::CREATE_ALWAYS, ReadWrite, ShareAll, platform::PrivateFileMode)) {
+    if (!temp.createInTempDirectory())
+        return failedOn(lastErrorStatus(), folder);
+    file.adopt(platform::duplicateHandle(temp.handle()));
+    if (!file.isOpen()) {
         const EngineStatus status = lastErrorStatus();
-        platform::deleteFile(path);
+        temp.discard();
         return status;
     }
     return EngineStatus();
@@ -149,16 +188,25 @@ EngineStatus PackageEngine::appendEntryDirectory(std::u16string& path, const std
 }
 
 EngineStatus PackageEngine::makeDirectories(const std::u16string& base, const std::u16string& relative,
-                                            ScopedFile* deepest)
+    ScopedFile* deepest, std::u16string* failedAt, bool* linkRefused)
 {
     if (base.empty() || relative.empty())
         return EngineStatus(win::ERROR_INVALID_PARAMETER, SeverityError);
     const EngineStatus failed(win::ERROR_DIRECTORY, SeverityError);
+    std::u16string reached = base;
+    auto stop = [&](platform::FileHandle parent, const std::u16string& part) {
+        if (failedAt)
+            *failedAt = reached;
+        if (linkRefused)
+            *linkRefused
+                = parent != platform::InvalidHandle && platform::entryKindAt(parent, part) == platform::EntryKind::Link;
+        return failed;
+    };
     // Each level is opened from the one above it without following links, so a link planted
     // inside the folder can't lead the walk outside.
     auto current = std::make_unique<ScopedFile>(platform::openDirectory(base));
     if (!current->isOpen())
-        return failed;
+        return stop(platform::InvalidHandle, {});
     std::size_t start = 0;
     while (start <= relative.size()) {
         auto end = relative.find(u'\\', start);
@@ -168,13 +216,14 @@ EngineStatus PackageEngine::makeDirectories(const std::u16string& base, const st
         start = end + 1;
         if (part.empty() || part == u".")
             continue;
+        reached = joinPath(reached, part);
         if (part == u"..")
-            return failed;
+            return stop(platform::InvalidHandle, {});
         if (!platform::makeDirectoryAt(current->handle(), part) && platform::lastError() != win::ERROR_ALREADY_EXISTS)
-            return failed;
+            return stop(current->handle(), part);
         auto next = std::make_unique<ScopedFile>(platform::openDirectoryAt(current->handle(), part));
         if (!next->isOpen())
-            return failed;
+            return stop(current->handle(), part);
         current = std::move(next);
     }
     if (deepest) {
@@ -191,22 +240,35 @@ EngineStatus PackageEngine::addFiles(ContainerFile& container)
     for (const std::u16string& path : files_) {
         if (!goOn || !status.ok())
             break;
-        ScopedFile source;
-        if (!source.open(path, win::OPEN_EXISTING, win::GENERIC_READ, ShareAll)) {
+        // Only regular files are read, and the open never waits: a FIFO would hold it for ever,
+        // out of reach of a stop, and a device would never end.
+        ScopedFile source(platform::openSourceFile(path));
+        if (!source.isOpen()) {
             goOn = false;
+            const EngineStatus reason = lastErrorStatus();
             if (callback_ && userParameter_) {
-                userParameter_->status = lastErrorStatus();
+                userParameter_->status = reason;
                 const std::u16string pathCopy = path;
                 userParameter_->fileName = pathCopy.c_str();
                 goOn = callback_(OpError, 0, 0, userParameter_) != 0;
                 userParameter_->fileName = nullptr;
             }
+            if (!goOn)
+                failedOn(reason, path);
             continue;
         }
         ContainerEntry entry(entryNameFor(path, nameMode_), source.handle(), EntryTypeData);
         entry.setCallback(callback_);
         entry.setUserParameter(userParameter_);
         status = container.addEntry(entry);
+        // A write that failed concerns what is being written; a read, or a source that shrank, the
+        // source.
+        if (!status.ok() && status.severity() != SeverityStopped) {
+            // (The inner package of an encrypted one is written in the temporary folder.)
+            const std::u16string written = recipients_.empty() ? packagePath_ : platform::tempDirectory();
+            failedOn(status, status.code() == win::ERROR_DISK_FULL ? written : path);
+            failure_.sourceShrank = status.code() == win::ERROR_HANDLE_EOF;
+        }
     }
     if (!goOn && status.ok()) {
         status.setCode(0);
@@ -219,12 +281,28 @@ EngineStatus PackageEngine::create()
 {
     if (files_.empty() || packagePath_.empty())
         return EngineStatus(win::ERROR_INVALID_DATA, SeverityError);
+    failure_ = FailureSubject {};
+    // A folder at the package's path would otherwise fail only the final rename, after every file
+    // was copied, hashed and encrypted.
+    if (platform::isDirectory(packagePath_))
+        return failedOn(EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError), packagePath_);
+    platform::sweepStaleTemporaries(platform::tempDirectory(), platform::TempPrefix);
 
     const bool encrypted = !recipients_.empty();
-    std::u16string innerPath;
-    ScopedFile target;
+    // The package's place is taken first, so that a folder that is missing or can't be written
+    // fails the run before any work is done.
     StagedPackage staged(packagePath_);
-    EngineStatus status = encrypted ? createTempFile(innerPath, target) : staged.open(target);
+    EngineStatus status = staged.open();
+    if (!status.ok())
+        return failedOn(status, packagePath_);
+    platform::PrivateTemp inner;
+    ScopedFile target;
+    if (encrypted)
+        status = createTempFile(inner, target);
+    else
+        target.adopt(staged.duplicate());
+    if (status.ok() && !target.isOpen())
+        status = lastErrorStatus();
     if (!status.ok())
         return status;
 
@@ -241,36 +319,39 @@ EngineStatus PackageEngine::create()
     if (status.ok() && container.entryCount() > 0) {
         status = container.close();
         finished = status.ok();
+        // Writing the header and digest can fail too, on a full disk.
+        if (!finished && status.code() != win::NTE_BAD_HASH)
+            failedOn(status, encrypted ? platform::tempDirectory() : packagePath_);
     }
-    if (finished)
-        status = encrypted ? encryptPackage(innerPath) : staged.commit();
-
     if (container.handle() != platform::InvalidHandle)
         platform::closeFile(container.handle());
-    deleteIfSet(innerPath);
+    if (finished) {
+        if (encrypted) {
+            ScopedFile out(staged.duplicate());
+            status = out.isOpen() ? encryptPackage(inner, out.release()) : lastErrorStatus();
+        }
+        if (status.ok())
+            status = staged.commit();
+        failedOn(status, packagePath_);
+    }
     return status;
 }
 
-EngineStatus PackageEngine::encryptPackage(const std::u16string& innerPath)
+EngineStatus PackageEngine::encryptPackage(platform::PrivateTemp& inner, platform::FileHandle packageHandle)
 {
-    std::u16string dataPath;
-    std::u16string keyPath;
+    ScopedFile out(packageHandle);
+    platform::PrivateTemp data;
+    platform::PrivateTemp key;
     {
         ScopedFile dataFile;
         ScopedFile keyFile;
-        EngineStatus status = createTempFile(dataPath, dataFile);
+        EngineStatus status = createTempFile(data, dataFile);
         if (!status.ok())
             return status;
-        status = createTempFile(keyPath, keyFile);
-        if (!status.ok()) {
-            dataFile.closeAndDelete();
+        status = createTempFile(key, keyFile);
+        if (!status.ok())
             return status;
-        }
     }
-    auto removeTemporaries = [&] {
-        deleteIfSet(keyPath);
-        deleteIfSet(dataPath);
-    };
 
     CryptoSession session;
     session.setCallback(callback_);
@@ -281,51 +362,37 @@ EngineStatus PackageEngine::encryptPackage(const std::u16string& innerPath)
         for (const ContactRecord* recipient : recipients_)
             certificates.push_back(recipient ? recipient->identity.certificate() : nullptr);
     } catch (const std::bad_alloc&) {
-        removeTemporaries();
         return EngineStatus(win::ERROR_NOT_ENOUGH_MEMORY, SeverityError);
     }
-    if (!session.encryptFile(innerPath, dataPath, keyPath, certificates)) {
-        removeTemporaries();
+    if (!session.encryptFile(inner.path(), data.path(), key.path(), certificates))
         return EngineStatus(win::ERROR_CANNOT_MAKE, SeverityError);
-    }
-    // The plain inner package has served its purpose. Removing it before the outer package is
+    // The plain inner package has served its purpose. Dropping it before the outer package is
     // written keeps the disk and memory at the peak to two copies of the data instead of three.
-    platform::deleteFile(innerPath);
+    inner.discard();
 
-    // Only now, with the cipher text complete, does anything appear at the package's path.
-    StagedPackage staged(packagePath_);
-    ScopedFile out;
-    EngineStatus status = staged.open(out);
-    if (!status.ok()) {
-        removeTemporaries();
-        return status;
-    }
     ContainerFile container;
     container.setCallback(callback_, userParameter_);
-    status = container.openForWrite(out.release(), ContainerTypeEncrypted);
+    EngineStatus status = container.openForWrite(out.release(), ContainerTypeEncrypted);
     if (status.ok()) {
         container.expectEntries(2);
         ScopedFile keyFile;
-        keyFile.open(keyPath, win::OPEN_EXISTING, ReadWrite, ShareAll);
+        keyFile.open(key.path(), win::OPEN_EXISTING, ReadWrite, ShareAll);
         // The envelope is small: no progress and no stop for it.
-        ContainerEntry keyEntry(entryNameFor(keyPath, NameModeBareName), keyFile.handle(), EntryTypeKey);
+        ContainerEntry keyEntry(key.name(), keyFile.handle(), EntryTypeKey);
         status = container.addEntry(keyEntry);
     }
     if (status.ok()) {
         ScopedFile dataFile;
-        dataFile.open(dataPath, win::OPEN_EXISTING, ReadWrite, ShareAll);
-        ContainerEntry dataEntry(entryNameFor(dataPath, NameModeBareName), dataFile.handle(), EntryTypeData);
+        dataFile.open(data.path(), win::OPEN_EXISTING, ReadWrite, ShareAll);
+        ContainerEntry dataEntry(data.name(), dataFile.handle(), EntryTypeData);
         dataEntry.setCallback(callback_);
         dataEntry.setUserParameter(userParameter_);
         status = container.addEntry(dataEntry);
     }
     if (status.ok())
         status = container.close();
-    if (status.ok())
-        status = staged.commit();
     if (container.handle() != platform::InvalidHandle)
         platform::closeFile(container.handle());
-    removeTemporaries();
     return status;
 }
 
@@ -333,31 +400,37 @@ EngineStatus PackageEngine::extract()
 {
     if (packagePath_.empty() || extractFolder_.empty())
         return EngineStatus(win::ERROR_INVALID_PARAMETER, SeverityError);
+    failure_ = FailureSubject {};
+    platform::sweepStaleTemporaries(platform::tempDirectory(), platform::TempPrefix);
+    // A deliberate change from opening the package for reading and writing: extraction only
+    // reads it, so it asks for no more, and a package that is read-only, owned by somebody else or
+    // on read-only media (a saved attachment, a disc) opens all the same.
     ScopedFile package;
-    if (!package.open(packagePath_, win::OPEN_EXISTING, ReadWrite, ShareAll))
-        return EngineStatus(win::ERROR_FILE_INVALID, SeverityError);
+    if (!package.open(packagePath_, win::OPEN_EXISTING, win::GENERIC_READ, ShareAll))
+        return failedOn(EngineStatus(win::ERROR_FILE_INVALID, SeverityError), packagePath_);
 
     ContainerFile container;
     container.setCallback(callback_, userParameter_);
     EngineStatus status = container.openForRead(package.release());
     if (!status.ok())
-        return status;
+        return failedOn(status, packagePath_, true);
 
-    std::u16string plainPath;
+    platform::PrivateTemp plain;
     std::optional<Md5Digest> plainDigest;
     if (container.containerType() & ContainerTypeEncrypted)
-        status = decryptToTemp(container, plainPath, plainDigest);
-    if (status.ok() && !plainPath.empty()) {
+        status = decryptToTemp(container, plain, plainDigest);
+    if (status.ok() && plain.isOpen()) {
         status = container.close();
         if (status.ok()) {
-            ScopedFile plain;
-            if (!plain.open(plainPath, win::OPEN_EXISTING, ReadWrite, ShareAll)) {
+            ScopedFile plainFile;
+            if (!plainFile.open(plain.path(), win::OPEN_EXISTING, ReadWrite, ShareAll)) {
                 status = lastErrorStatus();
             } else {
                 container.setCallback(callback_, userParameter_);
                 if (plainDigest)
                     container.expectDigest(*plainDigest);
-                status = container.openForRead(plain.release());
+                status = container.openForRead(plainFile.release());
+                failedOn(status, packagePath_, true);
             }
         }
     }
@@ -368,103 +441,147 @@ EngineStatus PackageEngine::extract()
     }
     if (container.handle() != platform::InvalidHandle)
         platform::closeFile(container.handle());
-    deleteIfSet(plainPath);
     return status;
 }
 
-EngineStatus PackageEngine::decryptToTemp(ContainerFile& container, std::u16string& plainPath,
-                                          std::optional<Md5Digest>& plainDigest)
+EngineStatus PackageEngine::decryptToTemp(
+    ContainerFile& container, platform::PrivateTemp& plain, std::optional<Md5Digest>& plainDigest)
 {
-    ContainerEntryList entries;
-    EngineStatus status = container.readEntries(entries);
-    setEntriesCallback(entries, callback_, userParameter_);
+    ContainerIndex index;
+    EngineStatus status = failedOn(container.readIndex(index), packagePath_, true);
 
-    std::u16string keyPath;
-    std::u16string dataPath;
-    for (ContainerEntry& entry : entries) {
-        if (!status.ok())
-            break;
-        std::u16string path;
+    // A later entry of the same kind wins; the copy it replaces goes with it.
+    platform::PrivateTemp key;
+    platform::PrivateTemp data;
+    for (std::size_t i = 0; i < index.size() && status.ok(); ++i) {
+        ContainerEntry entry = index.entry(i);
+        entry.setCallback(callback_);
+        entry.setUserParameter(userParameter_);
+        platform::PrivateTemp& slot = (entry.type() & EntryTypeKey) ? key : data;
         ScopedFile file;
-        status = createTempFile(path, file);
+        status = createTempFile(slot, file);
+        if (status.ok())
+            status = entry.extractTo(file.handle());
         if (!status.ok())
-            break;
-        status = entry.extractTo(file.handle());
-        if (!status.ok()) {
-            file.closeAndDelete();
-            break;
-        }
-        file.close();
-        // A later entry of the same kind wins; the copy it replaces must not stay behind.
-        std::u16string& slot = (entry.type() & EntryTypeKey) ? keyPath : dataPath;
-        deleteIfSet(slot);
-        slot = path;
+            slot.discard();
     }
 
-    if (status.ok() && !keyPath.empty() && !dataPath.empty()) {
-        ScopedFile plain;
-        status = createTempFile(plainPath, plain);
-        plain.close();
+    if (status.ok() && key.isOpen() && data.isOpen()) {
+        ScopedFile plainFile;
+        status = createTempFile(plain, plainFile);
         if (status.ok()) {
             CryptoSession session;
             session.setCallback(callback_);
             session.setUserParameter(userParameter_);
             // The inner package is verified next; its digest is taken as it is decrypted.
             session.hashOutputFrom(HashedRangeStart);
-            if (!session.decryptFile(dataPath, plainPath, keyPath))
+            if (!session.decryptFile(data.path(), plain.path(), key.path())) {
                 status = EngineStatus(win::ERROR_CANNOT_MAKE, SeverityError);
-            else
+                plain.discard();
+            } else {
                 plainDigest = session.outputDigest();
+            }
         }
     }
-    deleteIfSet(keyPath);
-    deleteIfSet(dataPath);
     return status;
 }
 
 EngineStatus PackageEngine::extractEntries(ContainerFile& container, const std::u16string& folder)
 {
-    ContainerEntryList entries;
-    EngineStatus status = container.readEntries(entries);
-    if (!status.ok() || entries.empty())
-        return EngineStatus(win::ERROR_FILE_NOT_FOUND, SeverityError);
-    setEntriesCallback(entries, callback_, userParameter_);
+    ContainerIndex index;
+    EngineStatus status = container.readIndex(index);
+    if (!status.ok() || index.size() == 0)
+        return failedOn(EngineStatus(win::ERROR_FILE_NOT_FOUND, SeverityError), packagePath_, true);
+    const std::size_t folderBytes = platform::toUtf8(folder).size();
+    platform::sweepStaleTemporaries(folder, platform::HiddenTempPrefix);
 
     // Entries of one folder stand together, so the folder walked for the last entry usually
     // serves the next one as well; that saves a walk from the top for every small file.
     ScopedFile directory;
     std::u16string directoryFolders;
-    for (ContainerEntry& entry : entries) {
-        if (!status.ok())
-            break;
+    std::u16string directoryPath;
+    for (std::size_t i = 0; i < index.size() && status.ok(); ++i) {
+        ContainerEntry entry = index.entry(i);
+        entry.setCallback(callback_);
+        entry.setUserParameter(userParameter_);
         std::vector<std::u16string> parts;
         status = splitEntryName(entry.name(), parts);
         if (!status.ok())
-            break;
+            return failedOn(status, joinPath(folder, entry.name()));
         std::u16string folders;
-        for (std::size_t i = 0; i + 1 < parts.size(); ++i)
-            folders += parts[i] + u'\\';
+        std::u16string relative;
+        std::size_t pathBytes = folderBytes;
+        for (std::size_t p = 0; p < parts.size(); ++p) {
+            pathBytes += 1 + platform::toUtf8(parts[p]).size();
+            relative = p == 0 ? parts[p] : relative + NativeSeparator + parts[p];
+            if (p + 1 < parts.size())
+                folders += parts[p] + u'\\';
+        }
+        if (pathBytes >= MaxPathBytes)
+            return failedOn(EngineStatus(win::ERROR_FILENAME_EXCED_RANGE, SeverityError), joinPath(folder, relative));
         if (!directory.isOpen() || folders != directoryFolders) {
             directory.close();
+            directoryPath = folder;
             if (folders.empty()) {
                 directory.adopt(platform::openDirectory(folder));
                 if (!directory.isOpen())
-                    status = lastErrorStatus();
+                    return failedOn(lastErrorStatus(), folder);
             } else {
-                status = makeDirectories(folder, folders, &directory);
+                std::u16string failedAt;
+                bool link = false;
+                status = makeDirectories(folder, folders, &directory, &failedAt, &link);
+                if (!status.ok()) {
+                    failedOn(status, failedAt);
+                    failure_.linkRefused = link;
+                    return status;
+                }
+                for (std::size_t p = 0; p + 1 < parts.size(); ++p)
+                    directoryPath = joinPath(directoryPath, parts[p]);
             }
             directoryFolders = folders;
         }
-        if (!status.ok())
-            break;
-        // An existing file of that name is replaced; a link in its place is refused.
-        ScopedFile target(platform::openFileAt(directory.handle(), parts.back(), win::CREATE_ALWAYS, ReadWrite));
-        if (!target.isOpen()) {
-            status = lastErrorStatus();
-            break;
-        }
-        if (entry.size() > 0)
-            status = entry.extractTo(target.handle());
+        status = extractEntry(entry, directory.handle(), directoryPath, parts.back());
     }
     return status;
+}
+
+// Each entry is written to a private temporary in its target folder and put at its name only
+// when it is complete, replacing an earlier file in one step. This departs on purpose from the
+// rule that a stopped copy leaves the target cut to the blocks reported so far: a stopped or
+// failed entry leaves the earlier file of that name as it was and no partial file at all. The
+// reports themselves are the same. Writing into the earlier file in place would destroy it on a
+// full disk or a stop, write through a hard link to a file outside the folder, and could
+// overwrite the very package being read.
+EngineStatus PackageEngine::extractEntry(ContainerEntry& entry, platform::FileHandle directory,
+    const std::u16string& directoryPath, const std::u16string& name)
+{
+    const std::u16string path = joinPath(directoryPath, name);
+    mode_t existingMode = 0;
+    const platform::EntryKind existing = platform::entryKindAt(directory, name, &existingMode);
+    if (existing == platform::EntryKind::Missing && platform::lastError() != win::ERROR_FILE_NOT_FOUND)
+        return failedOn(lastErrorStatus(), path);
+    if (existing == platform::EntryKind::Link) {
+        failedOn(EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError), path);
+        failure_.linkRefused = true;
+        return EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError);
+    }
+    // A folder, a FIFO or a device of that name is never replaced.
+    if (existing == platform::EntryKind::Directory || existing == platform::EntryKind::Other)
+        return failedOn(EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError), path);
+
+    platform::PrivateTemp temp;
+    if (!temp.create(directory, directoryPath, platform::HiddenTempPrefix))
+        return failedOn(lastErrorStatus(), directoryPath);
+    if (entry.size() > 0) {
+        const EngineStatus copied = entry.extractTo(temp.handle());
+        // A package that ends inside the entry is not a valid package; other failures concern the
+        // file being written.
+        if (!copied.ok())
+            return copied.code() == win::ERROR_CANCELLED ? copied
+                : copied.code() == 0                     ? failedOn(copied, packagePath_, true)
+                                                         : failedOn(copied, path);
+    }
+    if (!platform::setFileMode(temp.handle(), modeFor(existing, existingMode)) || !temp.publish(directory, name))
+        return failedOn(lastErrorStatus(), path);
+    return EngineStatus();
 }

@@ -12,6 +12,8 @@
 #include "engine/EngineStatus.h"
 #include "engine/ScopedFile.h"
 #include "files/FileSet.h"
+#include "package/StatusText.h"
+#include "platform/TempFile.h"
 
 inline constexpr std::uint32_t NameModeBareName = 1;
 inline constexpr std::uint32_t NameModeFullPath = 2;
@@ -35,9 +37,13 @@ public:
 
     EngineStatus create();
     EngineStatus extract();
+    // What the last failed run's status concerns: the file, folder or entry, and whether the
+    // package itself failed its structure. Empty after a success.
+    const FailureSubject& failure() const { return failure_; }
 
-    // A new empty private file in the temporary folder, open for reading and writing.
-    EngineStatus createTempFile(std::u16string& path, ScopedFile& file);
+    // A new empty private file in the temporary folder, without a name where the file system
+    // allows. `temp` owns it (and gives a path that opens it); `file` is a second handle on it.
+    EngineStatus createTempFile(platform::PrivateTemp& temp, ScopedFile& file);
     // Bit 2 keeps all after the first separator, else bit 1 all after the last; the stored name
     // always uses backslashes.
     static std::u16string entryNameFor(const std::u16string& path, std::uint32_t mode);
@@ -48,16 +54,22 @@ public:
     // Appends the folder part of `name` (before its last backslash) to `path`; 13 without one.
     static EngineStatus appendEntryDirectory(std::u16string& path, const std::u16string& name);
     // Creates each folder of `relative` (backslash-separated) below `base`, never following a
-    // symbolic link. With `deepest` set, it receives the open handle of the last folder.
+    // symbolic link. With `deepest` set, it receives the open handle of the last folder; with
+    // `failedAt` set, a failure gives the folder it stopped at, and `linkRefused` says whether a
+    // link stood there.
     static EngineStatus makeDirectories(const std::u16string& base, const std::u16string& relative,
-                                        ScopedFile* deepest = nullptr);
+                                        ScopedFile* deepest = nullptr, std::u16string* failedAt = nullptr,
+                                        bool* linkRefused = nullptr);
 
 private:
     EngineStatus addFiles(ContainerFile& container);
-    EngineStatus encryptPackage(const std::u16string& innerPath);
-    EngineStatus decryptToTemp(ContainerFile& container, std::u16string& plainPath,
+    EngineStatus encryptPackage(platform::PrivateTemp& inner, platform::FileHandle packageHandle);
+    EngineStatus decryptToTemp(ContainerFile& container, platform::PrivateTemp& plain,
                                std::optional<Md5Digest>& plainDigest);
     EngineStatus extractEntries(ContainerFile& container, const std::u16string& folder);
+    EngineStatus extractEntry(ContainerEntry& entry, platform::FileHandle directory,
+                              const std::u16string& directoryPath, const std::u16string& name);
+    EngineStatus failedOn(const EngineStatus& status, const std::u16string& path, bool packageInvalid = false);
 
     FileSet files_;
     std::vector<const ContactRecord*> recipients_;
@@ -66,4 +78,5 @@ private:
     std::u16string extractFolder_;
     EngineCallback callback_ = nullptr;
     KvxUtils::UserParameter* userParameter_ = nullptr;
+    FailureSubject failure_;
 };

@@ -57,6 +57,7 @@ constexpr Entry Table[] = {
     {win::ERROR_CANCELLED, "The operation was canceled by the user."},
     {win::ERROR_TIMEOUT, "This operation returned because the timeout period expired."},
     {win::ERROR_INVALID_FIELD, "Invalid field."},
+    {win::ERROR_CANT_ACCESS_FILE, "The file cannot be accessed by the system: it is not a regular file."},
     {win::ERROR_CANT_RESOLVE_FILENAME, "The name of the file cannot be resolved by the system."},
     {win::NTE_BAD_HASH, "Bad Hash."},
     {win::NTE_BAD_KEY, "Bad Key."},

@@ -26,12 +26,25 @@ inline constexpr FileHandle InvalidHandle = -1;
 inline constexpr mode_t PrivateFileMode = 0600;
 // Mode for files the user receives (extracted files, packages); the umask still applies.
 inline constexpr mode_t UserFileMode = 0644;
+// What a file the user asked for gets when nothing earlier had its name: all that the umask allows.
+inline constexpr mode_t NewUserFileMode = 0666;
 
 // Opens a file as CreateFileW would with the given disposition and access. Directories are
 // refused with ERROR_ACCESS_DENIED, as on Windows.
 FileHandle openFile(const std::u16string& path, std::uint32_t disposition, std::uint32_t access,
                     mode_t mode = UserFileMode);
 bool closeFile(FileHandle handle);
+// Opens a file to be read as a source: without blocking (a FIFO or a device would hold the open,
+// or the reads, for ever) and only if it is a regular file; anything else is refused with
+// ERROR_CANT_ACCESS_FILE.
+FileHandle openSourceFile(const std::u16string& path);
+bool setFileMode(FileHandle handle, mode_t mode);
+// A second handle on the same open file (same position); InvalidHandle on failure.
+FileHandle duplicateHandle(FileHandle handle);
+// Flushes a file or a folder to the disk.
+bool syncFile(FileHandle handle);
+// True if the path names a folder (links followed).
+bool isDirectory(const std::u16string& path);
 bool deleteFile(const std::u16string& path);
 
 // Reads until `size` bytes came or the end of the file; `got` says how many.
@@ -56,6 +69,11 @@ FileHandle openDirectory(const std::u16string& path);
 FileHandle openDirectoryAt(FileHandle directory, const std::u16string& name);
 // Creates the child folder; an existing one leaves ERROR_ALREADY_EXISTS and answers false.
 bool makeDirectoryAt(FileHandle directory, const std::u16string& name, mode_t mode = 0755);
+enum class EntryKind { Missing, Regular, Directory, Link, Other };
+// What the child `name` of `directory` is, without following a link; `mode` receives the
+// permission bits of an existing entry. Missing when it isn't there or can't be looked at (the
+// last error then tells which).
+EntryKind entryKindAt(FileHandle directory, const std::u16string& name, mode_t* mode = nullptr);
 // Opens the child file `name` of `directory`; a link in its place is refused.
 FileHandle openFileAt(FileHandle directory, const std::u16string& name, std::uint32_t disposition,
                       std::uint32_t access, mode_t mode = UserFileMode);

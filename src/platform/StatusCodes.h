@@ -45,6 +45,7 @@ inline constexpr std::uint32_t ERROR_ARITHMETIC_OVERFLOW = 534;
 inline constexpr std::uint32_t ERROR_FILE_INVALID = 1006;
 inline constexpr std::uint32_t ERROR_IO_DEVICE = 1117;
 inline constexpr std::uint32_t ERROR_NOT_FOUND = 1168;
+inline constexpr std::uint32_t ERROR_CANT_ACCESS_FILE = 1920;
 inline constexpr std::uint32_t ERROR_CANT_RESOLVE_FILENAME = 1921;
 inline constexpr std::uint32_t ERROR_CANCELLED = 1223;
 inline constexpr std::uint32_t ERROR_INVALID_FIELD = 1616;

@@ -1,17 +1,51 @@
 #include "platform/TempFile.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <stdlib.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <mutex>
+#include <random>
 #include <vector>
 
 #include "platform/FaultInjection.h"
 #include "platform/LastError.h"
+#include "platform/StatusCodes.h"
 #include "platform/Utf.h"
 
 namespace platform {
+
+namespace {
+    std::string randomSuffix()
+    {
+        static const char letters[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+        thread_local std::mt19937_64 generator(std::random_device {}());
+        std::string suffix;
+        for (int i = 0; i < 6; ++i)
+            suffix += letters[generator() % (sizeof letters - 1)];
+        return suffix;
+    }
+
+    bool sameFile(const struct stat& a, const struct stat& b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
+
+    // True if `name` in `directory` is still the file open as `fd`.
+    bool nameIsFile(FileHandle directory, const std::string& name, FileHandle fd)
+    {
+        struct stat byName { };
+        struct stat byHandle { };
+        return ::fstatat(directory, name.c_str(), &byName, AT_SYMLINK_NOFOLLOW) == 0 && ::fstat(fd, &byHandle) == 0
+            && sameFile(byName, byHandle);
+    }
+
+    std::string procPath(FileHandle fd) { return "/proc/self/fd/" + std::to_string(fd); }
+} // namespace
 
 std::u16string tempDirectory()
 {
@@ -22,25 +56,198 @@ std::u16string tempDirectory()
     return fromUtf8(dir);
 }
 
-bool createTempFile(std::u16string& path)
+bool PrivateTemp::create(FileHandle directory, const std::u16string& folderPath, const char* prefix)
 {
+    discard();
     if (faults::shouldFail(faults::Kind::Open))
         return false;
-    std::string pattern = toUtf8(tempDirectory());
-    if (pattern != "/")
-        pattern += '/';
-    pattern += "KVXXXXXXX";
-    std::vector<char> buffer(pattern.begin(), pattern.end());
-    buffer.push_back('\0');
-    // mkstemp makes the file 0600 in the same call that creates it.
-    const int fd = ::mkostemp(buffer.data(), O_CLOEXEC);
-    if (fd < 0) {
+    int fd;
+    do {
+        fd = ::openat(directory, ".", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    } while (fd < 0 && errno == EINTR);
+    if (fd >= 0) {
+        // Code that takes names (the cipher, the key envelope) reaches the file through /proc;
+        // without /proc the file has to have a name after all.
+        if (::access(procPath(fd).c_str(), R_OK | W_OK) == 0) {
+            // The lock covers the name it gets when it is published under a name of its own
+            // before it takes its final one: a sweep leaves that name alone while we live.
+            ::flock(fd, LOCK_EX | LOCK_NB);
+            handle_ = fd;
+            path_ = fromUtf8(procPath(fd));
+            name_ = fromUtf8(TempPrefix + randomSuffix());
+            return true;
+        }
+        ::close(fd);
+    } else if (errno != EOPNOTSUPP && errno != EISDIR && errno != EINVAL) {
+        // A missing or unwritable folder: the named way would fail the same.
         setLastErrorFromErrno();
         return false;
     }
-    ::close(fd);
-    path = fromUtf8(buffer.data());
-    return true;
+
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        const std::string name = prefix + randomSuffix();
+        fd = ::openat(directory, name.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0600);
+        if (fd < 0) {
+            if (errno == EEXIST || errno == EINTR)
+                continue;
+            setLastErrorFromErrno();
+            return false;
+        }
+        // The lock says "alive" to a sweeping run. A sweeper that took the name between the
+        // create and the lock has deleted it; then the name no longer leads here.
+        while (::flock(fd, LOCK_EX) != 0 && errno == EINTR) { }
+        if (!nameIsFile(directory, name, fd)) {
+            ::close(fd);
+            continue;
+        }
+        handle_ = fd;
+        linkName_ = name;
+        std::string folder = toUtf8(folderPath);
+        if (folder.empty() || folder.back() != '/')
+            folder += '/';
+        path_ = fromUtf8(folder + name);
+        name_ = fromUtf8(name[0] == '.' ? name.substr(1) : name);
+        directory_ = ::fcntl(directory, F_DUPFD_CLOEXEC, 0);
+        return true;
+    }
+    setLastError(win::ERROR_FILE_EXISTS);
+    return false;
 }
 
-}  // namespace platform
+bool PrivateTemp::createInTempDirectory()
+{
+    const std::u16string folder = tempDirectory();
+    const int directory = ::open(toUtf8(folder).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (directory < 0) {
+        setLastErrorFromErrno();
+        return false;
+    }
+    const bool made = create(directory, folder, TempPrefix);
+    const std::uint32_t reason = lastError();
+    ::close(directory);
+    setLastError(reason);
+    return made;
+}
+
+bool PrivateTemp::publish(FileHandle directory, const std::u16string& name)
+{
+    if (!isOpen()) {
+        setLastError(win::ERROR_INVALID_HANDLE);
+        return false;
+    }
+    if (faults::shouldFail(faults::Kind::Rename))
+        return false;
+    const std::string target = toUtf8(name);
+    if (isNamed()) {
+        if (::renameat(directory, linkName_.c_str(), directory, target.c_str()) != 0) {
+            setLastErrorFromErrno();
+            return false;
+        }
+        linkName_.clear();
+        discard();
+        return true;
+    }
+    const std::string source = procPath(handle_);
+    if (::linkat(AT_FDCWD, source.c_str(), directory, target.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+        discard();
+        return true;
+    }
+    if (errno != EEXIST) {
+        setLastErrorFromErrno();
+        return false;
+    }
+    // An earlier file has the name: the new one gets a name of its own first and then takes the
+    // earlier one's place in one rename, so that nothing is ever written through the old file
+    // (nor through a hard link to it elsewhere).
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        const std::string hidden = HiddenTempPrefix + randomSuffix();
+        if (::linkat(AT_FDCWD, source.c_str(), directory, hidden.c_str(), AT_SYMLINK_FOLLOW) != 0) {
+            if (errno == EEXIST)
+                continue;
+            setLastErrorFromErrno();
+            return false;
+        }
+        if (::renameat(directory, hidden.c_str(), directory, target.c_str()) != 0) {
+            const std::uint32_t reason = setLastErrorFromErrno();
+            ::unlinkat(directory, hidden.c_str(), 0);
+            setLastError(reason);
+            return false;
+        }
+        discard();
+        return true;
+    }
+    setLastError(win::ERROR_FILE_EXISTS);
+    return false;
+}
+
+void PrivateTemp::discard()
+{
+    if (!linkName_.empty() && directory_ != InvalidHandle)
+        ::unlinkat(directory_, linkName_.c_str(), 0);
+    if (handle_ != InvalidHandle)
+        ::close(handle_);
+    if (directory_ != InvalidHandle)
+        ::close(directory_);
+    handle_ = directory_ = InvalidHandle;
+    linkName_.clear();
+    path_.clear();
+    name_.clear();
+}
+
+int sweepStaleTemporaries(const std::u16string& folder, const char* prefix)
+{
+    const int directory = ::open(toUtf8(folder).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (directory < 0)
+        return 0;
+    const int listing = ::dup(directory);
+    DIR* stream = listing >= 0 ? ::fdopendir(listing) : nullptr;
+    if (!stream) {
+        if (listing >= 0)
+            ::close(listing);
+        ::close(directory);
+        return 0;
+    }
+    const std::string start = prefix;
+    std::vector<std::string> candidates;
+    while (const dirent* entry = ::readdir(stream)) {
+        const std::string name = entry->d_name;
+        if (name.compare(0, start.size(), start) == 0)
+            candidates.push_back(name);
+    }
+    ::closedir(stream);
+
+    int swept = 0;
+    for (const std::string& name : candidates) {
+        const int fd = ::openat(directory, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+        if (fd < 0)
+            continue;
+        struct stat info { };
+        // Only our own regular files, and only those whose owner no longer holds them.
+        if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_uid == ::geteuid()
+            && ::flock(fd, LOCK_EX | LOCK_NB) == 0 && nameIsFile(directory, name, fd)
+            && ::unlinkat(directory, name.c_str(), 0) == 0)
+            ++swept;
+        ::close(fd);
+    }
+    ::close(directory);
+    return swept;
+}
+
+mode_t currentUmask()
+{
+    // umask(2) can only be read by setting it, which races with other threads creating files;
+    // /proc says it without a change.
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line)) {
+        if (line.rfind("Umask:", 0) == 0)
+            return static_cast<mode_t>(std::strtoul(line.c_str() + 6, nullptr, 8) & 0777);
+    }
+    static std::mutex guard;
+    const std::lock_guard<std::mutex> lock(guard);
+    const mode_t mask = ::umask(022);
+    ::umask(mask);
+    return mask;
+}
+
+} // namespace platform

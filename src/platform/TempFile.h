@@ -1,15 +1,66 @@
 #pragma once
-// Temporary files of the engine: unique, empty, private from birth, named "KVX…" in $TMPDIR.
+// Temporary files of the engine. Wherever the file system allows, a temporary has no name at all
+// (O_TMPFILE): the kernel reclaims it on any death of the process, so plain text can't outlive
+// us. Where a name is unavoidable, the file carries an flock for as long as it lives, and a
+// later run sweeps the ones whose owner died.
+
+#include <sys/types.h>
 
 #include <string>
+
+#include "platform/NativeFile.h"
 
 namespace platform {
 
 // $TMPDIR if set and not empty, else /tmp; with no trailing separator.
 std::u16string tempDirectory();
 
-// Creates a new empty file with mode 0600 and gives its path. False, with the last error set,
-// if no file could be made.
-bool createTempFile(std::u16string& path);
+// Names our named temporaries start with: "KVX" in the temporary folder, ".KVX" beside a
+// package or an extracted file.
+inline constexpr char TempPrefix[] = "KVX";
+inline constexpr char HiddenTempPrefix[] = ".KVX";
 
-}  // namespace platform
+// One private temporary (0600), open for reading and writing from birth. The object owns the
+// file: destroying it, or discard(), makes the file go away.
+class PrivateTemp {
+public:
+    PrivateTemp() = default;
+    ~PrivateTemp() { discard(); }
+    PrivateTemp(const PrivateTemp&) = delete;
+    PrivateTemp& operator=(const PrivateTemp&) = delete;
+
+    // In the folder open as `directory`, unnamed where the file system can, else named with
+    // `prefix`. `folderPath` only serves to give a named one a path.
+    bool create(FileHandle directory, const std::u16string& folderPath, const char* prefix);
+    // In the temporary folder.
+    bool createInTempDirectory();
+
+    bool isOpen() const { return handle_ != InvalidHandle; }
+    FileHandle handle() const { return handle_; }
+    // A path that opens this very file while the object lives (for code that takes names).
+    const std::u16string& path() const { return path_; }
+    // A short name of the "KVX…" kind, for what needs to call the file something.
+    const std::u16string& name() const { return name_; }
+    bool isNamed() const { return !linkName_.empty(); }
+
+    // Puts the complete file at `name` in `directory` (the folder it was made in), replacing an
+    // earlier file there in one step. The file stops being a temporary.
+    bool publish(FileHandle directory, const std::u16string& name);
+    void discard();
+
+private:
+    FileHandle handle_ = InvalidHandle;
+    FileHandle directory_ = InvalidHandle;
+    std::u16string path_;
+    std::u16string name_;
+    std::string linkName_;
+};
+
+// Deletes our named temporaries in `folder` (names starting with `prefix`, regular files of this
+// user) that no living process holds. Answers how many went.
+int sweepStaleTemporaries(const std::u16string& folder, const char* prefix);
+
+// The process's file creation mask, read without changing it.
+mode_t currentUmask();
+
+} // namespace platform

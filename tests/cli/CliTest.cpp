@@ -575,3 +575,48 @@ void CliTest::interruptOnce(int signal)
     }
     ADD_FAILURE() << "the run was never interrupted";
 }
+
+TEST_F(CliTest, PackageFailuresNameTheFileAndAStopReadsAsAStopOnly)
+{
+    const fs::path folder = freshFolder("messages");
+    const fs::path out = folder / "out";
+    // Shorter than a header, and an index that can't be walked: the engine says 38 and 2, the
+    // user reads that the file is no package.
+    writeBytes(folder / "short.kvx", {'k', 'v', 'x'});
+    writeBytes(folder / "noindex.kvx", craftedPackage(1, entryHeader(EntryTypeData, 0, 5)));
+    for (const char* name : {"short.kvx", "noindex.kvx"}) {
+        const ToolRun run = as("bob", {"decrypt", (folder / name).string(), "-C", out.string()});
+        EXPECT_EQ(run.exitCode, 1) << name;
+        EXPECT_NE(run.err.find((folder / name).string() + ": " + InvalidPackage), std::string::npos) << run.err;
+    }
+
+    // A link where an entry goes is named, with the reason.
+    fs::create_directories(out / "x");
+    fs::create_symlink(folder, out / "x" / "link");
+    writeBytes(folder / "l.kvx", craftedPackage({{EntryTypeData, u"x\\link", {'1'}}}));
+    const ToolRun linked = as("bob", {"decrypt", (folder / "l.kvx").string(), "-C", out.string()});
+    EXPECT_EQ(linked.exitCode, 1);
+    EXPECT_NE(linked.err.find((out / "x" / "link").string() + ": refusing to follow a symbolic link"), std::string::npos)
+        << linked.err;
+
+    // Ctrl-C while a large package is checked: its digest is wrong, so a check that ran to the
+    // end would call it invalid; the stop must say only that it stopped.
+    const fs::path big = folder / "big.kvx";
+    for (std::uint64_t size : {std::uint64_t(3) << 30, std::uint64_t(8) << 30}) {
+        writeBytes(big, craftedPackage(1, entryHeader(EntryTypeData, 0, size - 52)));
+        fs::resize_file(big, size);
+        const ToolRun run = runTool({"--profile", (*root / "bob").string(), "decrypt", big.string(), "-C", out.string()},
+                                    [](pid_t child) {
+                                        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+                                        kill(child, SIGINT);
+                                    });
+        if (run.exitCode == 1 && run.err.find(InvalidPackage) != std::string::npos
+            && run.err.find("stopped") == std::string::npos)
+            continue;  // The check ended before the signal came; try a larger file.
+        EXPECT_EQ(run.exitCode, 130) << run.err;
+        EXPECT_EQ(run.err.find(InvalidPackage), std::string::npos) << run.err;
+        EXPECT_NE(run.err.find("stopped"), std::string::npos) << run.err;
+        return;
+    }
+    ADD_FAILURE() << "the check was never interrupted";
+}

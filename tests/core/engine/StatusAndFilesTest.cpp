@@ -233,20 +233,6 @@ TEST(FilePositionGuard, RestoresPositionsAndNests)
     FilePositionGuard nothing(platform::InvalidHandle);
 }
 
-TEST(TempFile, IsPrivateAndNamedKvx)
-{
-    std::u16string path;
-    ASSERT_TRUE(platform::createTempFile(path));
-    const fs::path native(u8(path));
-    EXPECT_EQ(native.filename().string().rfind("KVX", 0), 0u);
-    EXPECT_EQ(native.parent_path().string(), std::string(getenv("TMPDIR")));
-    struct stat info {};
-    ASSERT_EQ(stat(native.c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0600u);
-    EXPECT_EQ(info.st_size, 0);
-    fs::remove(native);
-}
-
 namespace {
 struct HashLog {
     std::vector<std::int64_t> processed;

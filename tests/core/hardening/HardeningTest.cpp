@@ -7,12 +7,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <new>
 #include <fstream>
+#include <map>
 #include <random>
+#include <thread>
 
 #include "PackageBytes.h"
 #include "TestSupport.h"
@@ -21,10 +25,12 @@
 #include "crypto/CertificateStore.h"
 #include "crypto/CryptoSession.h"
 #include "crypto/IdentityCertificate.h"
+#include "package/ContainerFile.h"
 #include "package/PackageEngine.h"
 #include "platform/FaultInjection.h"
 #include "engine/AppConstants.h"
 #include "platform/Profile.h"
+#include "platform/TempFile.h"
 
 using namespace testing_support;
 namespace fs = std::filesystem;
@@ -65,6 +71,14 @@ int rounds(int normal)
 {
     const char* value = std::getenv("HALVOREN_STRESS_ROUNDS");
     return value ? std::max(normal, std::atoi(value)) : normal;
+}
+
+// The kill loops are slow by nature: a few rounds on every run, more in the long form.
+int killRounds() { return std::getenv("HALVOREN_STRESS_ROUNDS") ? 20 : 3; }
+
+bool holds(const Bytes& haystack, const std::string& needle)
+{
+    return std::search(haystack.begin(), haystack.end(), needle.begin(), needle.end()) != haystack.end();
 }
 
 int goOn(std::uint32_t, std::int64_t, std::int64_t, KvxUtils::UserParameter*) { return 1; }
@@ -329,4 +343,167 @@ TEST_F(HardeningTest, StoresSurviveAKillAtAnyMomentOfASave)
     platform::setProfileDirectory(u16(*profile));
     closeCertificateStore();
     openCertificateStore(me->name);
+}
+
+TEST_F(HardeningTest, AHugeIndexStaysWithinItsMemoryLimitAndDeepNamesAreRefused)
+{
+    const fs::path folder = freshFolder("index");
+    const fs::path package = folder / "many.kvx";
+    // Five million entries without data, each named "x": 24 bytes apiece on disk, written in
+    // large pieces with the digest taken on the way.
+    constexpr std::uint32_t Count = 5'000'000;
+    {
+        Bytes entry = entryHeader(EntryTypeData, 4, 0);
+        const Bytes name = utf16z(u"x");
+        entry.insert(entry.end(), name.begin(), name.end());
+        Bytes header(32, 0);
+        putU32(header.data(), ContainerMagic);
+        putU32(header.data() + 20, ContainerTypePlain);
+        putU32(header.data() + 24, 1);
+        putU32(header.data() + 28, Count);
+        EVP_MD_CTX* md5 = EVP_MD_CTX_new();
+        ASSERT_TRUE(md5 && EVP_DigestInit_ex(md5, EVP_md5(), nullptr) == 1);
+        EVP_DigestUpdate(md5, header.data() + 20, 12);
+        std::ofstream out(package, std::ios::binary);
+        out.write(reinterpret_cast<const char*>(header.data()), 32);
+        Bytes piece;
+        for (std::uint32_t i = 0; i < Count; i += 50'000) {
+            piece.clear();
+            for (int j = 0; j < 50'000; ++j)
+                piece.insert(piece.end(), entry.begin(), entry.end());
+            EVP_DigestUpdate(md5, piece.data(), piece.size());
+            out.write(reinterpret_cast<const char*>(piece.data()), static_cast<std::streamsize>(piece.size()));
+        }
+        unsigned int length = 0;
+        EVP_DigestFinal_ex(md5, header.data() + 4, &length);
+        EVP_MD_CTX_free(md5);
+        out.seekp(4);
+        out.write(reinterpret_cast<const char*>(header.data() + 4), 16);
+        ASSERT_TRUE(out.good());
+    }
+
+    ContainerFile container;
+    ASSERT_TRUE(container.openForRead(platform::openFile(u16(package), win::OPEN_EXISTING, win::GENERIC_READ)).ok());
+    ContainerIndex index;
+    const long long before = liveBytes.load();
+    peakBytes = before;
+    ASSERT_TRUE(container.readIndex(index).ok());
+    ASSERT_EQ(index.size(), Count);
+    EXPECT_EQ(index.entry(Count - 1).name(), u"x");
+    EXPECT_EQ(index.entry(Count - 1).dataOffset(), static_cast<std::int64_t>(fs::file_size(package)));
+    EXPECT_LE(index.memoryUse(), ContainerFile::DefaultIndexLimit);
+    if (CountingAllocations) {
+        EXPECT_LE(peakBytes.load() - before, static_cast<long long>(ContainerFile::DefaultIndexLimit));
+        // Little more than the index's own bytes on disk, not several times them.
+        EXPECT_LT(peakBytes.load() - before, static_cast<long long>(fs::file_size(package)) * 3 / 2);
+    }
+    // The same index under a tighter limit is refused as a package that isn't valid, and nothing
+    // of it is kept.
+    container.setIndexLimit(64 << 20);
+    EXPECT_EQ(container.readIndex(index).code(), win::ERROR_BAD_FORMAT);
+    EXPECT_EQ(index.size(), 0u);
+    EXPECT_LT(index.memoryUse(), 64u);
+    container.close();
+    fs::remove(package);
+
+    // An entry whose path below the folder would pass the system's limit is refused before a
+    // single folder is made; one just short of it is written.
+    const fs::path out = folder / "out";
+    fs::create_directories(out);
+    std::u16string deep;
+    for (int i = 0; i < 100'000; ++i)
+        deep += u"a\\";
+    writeBytes(folder / "deep.kvx", craftedPackage({{EntryTypeData, deep + u"f", {'x'}}}));
+    EXPECT_EQ(extract(folder / "deep.kvx", out).code(), win::ERROR_FILENAME_EXCED_RANGE);
+    EXPECT_TRUE(fs::is_empty(out));
+    auto nameOfPathLength = [&](std::size_t total) {
+        std::u16string name;
+        std::size_t length = out.string().size();
+        while (total - length > 201) {
+            name += std::u16string(200, u'd') + u'\\';
+            length += 201;
+        }
+        return name + std::u16string(total - length - 1, u'f');
+    };
+    writeBytes(folder / "edge.kvx", craftedPackage({{EntryTypeData, nameOfPathLength(4095), {'y'}}}));
+    EXPECT_TRUE(extract(folder / "edge.kvx", out).ok());
+    writeBytes(folder / "over.kvx", craftedPackage({{EntryTypeData, nameOfPathLength(4096), {'z'}}}));
+    EXPECT_EQ(extract(folder / "over.kvx", out).code(), win::ERROR_FILENAME_EXCED_RANGE);
+}
+
+TEST_F(HardeningTest, AKillDuringEncryptionOrDecryptionLeavesNoPlainText)
+{
+    const fs::path folder = freshFolder("killed");
+    const std::string marker = "plain text that must not outlive the process";
+    FileSet files;
+    std::map<fs::path, Bytes> sources;
+    fs::create_directories(folder / "in");
+    for (int i = 0; i < 4; ++i) {
+        Bytes data = randomBytes(3u << 20, 50 + i);
+        for (std::size_t at = 0; at + marker.size() < data.size(); at += 64 * 1024)
+            std::copy(marker.begin(), marker.end(), data.begin() + static_cast<std::ptrdiff_t>(at));
+        const fs::path path = folder / "in" / ("f" + std::to_string(i));
+        writeBytes(path, data);
+        sources[path] = data;
+        files.insert(u16(path));
+    }
+    const fs::path package = folder / "p.kvx";
+    const fs::path out = folder / "out";
+    const fs::path tmp = std::getenv("TMPDIR");
+    ASSERT_TRUE(create(files, package, goOn).ok());
+
+    // Anything with the marker outside the sources and the finished extracted files is a leak.
+    auto leaks = [&](const fs::path& top) {
+        std::vector<std::string> found;
+        for (const auto& entry : fs::recursive_directory_iterator(top)) {
+            const fs::path path = entry.path();
+            if (!entry.is_regular_file() || path.parent_path() == folder / "in")
+                continue;
+            const Bytes bytes = readBytes(path);
+            if (path.string().rfind(out.string(), 0) == 0) {
+                const auto source = sources.find(folder / "in" / path.filename());
+                if (source != sources.end() && source->second == bytes)
+                    continue;  // a whole extracted file is what the user asked for
+            }
+            if (holds(bytes, marker) || path.filename().string().rfind(".", 0) == 0)
+                found.push_back(path.string());
+        }
+        return found;
+    };
+
+    std::mt19937 random(99);
+    for (const bool encrypting : {true, false}) {
+        int killed = 0;
+        for (int round = 0; round < killRounds(); ++round) {
+            const pid_t child = fork();
+            if (child == 0) {
+                for (;;) {
+                    if (encrypting)
+                        create(files, package, goOn);
+                    else
+                        extract(package, out);
+                }
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(20 + random() % 150));
+            kill(child, SIGKILL);
+            int status = 0;
+            waitpid(child, &status, 0);
+            killed += WIFSIGNALED(status) ? 1 : 0;
+            // A file that replaces an earlier one takes a name of its own for the moment between
+            // two system calls; a kill right there leaves it, complete, for the next run to sweep.
+            platform::sweepStaleTemporaries(u16(folder), platform::HiddenTempPrefix);
+            if (fs::exists(out))
+                for (const auto& entry : fs::recursive_directory_iterator(out))
+                    if (entry.is_directory())
+                        platform::sweepStaleTemporaries(u16(entry.path()), platform::HiddenTempPrefix);
+            EXPECT_EQ(leaks(folder), std::vector<std::string> {}) << (encrypting ? "encrypt" : "decrypt") << ", round " << round;
+            EXPECT_EQ(leaks(tmp), std::vector<std::string> {}) << (encrypting ? "encrypt" : "decrypt") << ", round " << round;
+            EXPECT_TRUE(leftoverTempFiles().empty());
+        }
+        EXPECT_EQ(killed, killRounds());
+        // The package a killed run leaves is the last whole one.
+        if (encrypting) {
+            ASSERT_TRUE(extract(package, out).ok());
+        }
+    }
 }

@@ -1,0 +1,29 @@
+#pragma once
+// The one place that chooses the words a user is shown for a failed or stopped run, for the
+// window and the command line alike. The engine's codes stay as they are; only the text depends
+// on what the code concerned.
+
+#include <cstdint>
+#include <string>
+
+#include "engine/EngineStatus.h"
+
+// What a failure concerns, as far as the engine knows it.
+struct FailureSubject {
+    // The file, folder or entry that could not be read or written; empty if none in particular.
+    std::u16string path;
+    // The package failed its structure (header, digest, index): whatever the code, the user is
+    // told that the file is not a valid package.
+    bool packageInvalid = false;
+    // A symbolic link stood where a file or folder was to be written.
+    bool linkRefused = false;
+    // A source got shorter while it was packed.
+    bool sourceShrank = false;
+};
+
+inline constexpr char16_t LinkRefusedText[] = u"refusing to follow a symbolic link";
+inline constexpr char16_t SourceShrankText[] = u"the file got shorter while it was being read";
+
+// The user's text: a stop reads as a stop only; a package that failed its structure reads as
+// the invalid-package text; otherwise the code's text, after the path it concerns.
+std::u16string statusText(const EngineStatus& status, const FailureSubject& subject = {}, bool stopped = false);

@@ -1,0 +1,145 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <set>
+
+#include "TestSupport.h"
+#include "platform/LastError.h"
+#include "platform/NativeFile.h"
+#include "platform/StatusCodes.h"
+#include "platform/TempFile.h"
+
+using namespace testing_support;
+namespace fs = std::filesystem;
+
+namespace {
+std::set<std::string> namesIn(const fs::path& folder)
+{
+    std::set<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder))
+        names.insert(entry.path().filename().string());
+    return names;
+}
+
+mode_t modeOf(platform::FileHandle handle)
+{
+    struct stat info {};
+    EXPECT_EQ(::fstat(handle, &info), 0);
+    return info.st_mode & 07777;
+}
+}  // namespace
+
+TEST(PrivateTemp, HasNoNameIsPrivateAndReachableByItsPathWhileItLives)
+{
+    const fs::path tmp = std::getenv("TMPDIR");
+    const auto before = namesIn(tmp);
+    platform::PrivateTemp temp;
+    ASSERT_TRUE(temp.createInTempDirectory());
+    EXPECT_FALSE(temp.isNamed());
+    EXPECT_EQ(namesIn(tmp), before);
+    EXPECT_EQ(modeOf(temp.handle()), 0600u);
+    EXPECT_EQ(u8(temp.name()).rfind("KVX", 0), 0u);
+
+    // What is written through the handle is read through the path, and the other way round.
+    ASSERT_TRUE(platform::writeFile(temp.handle(), "secret", 6));
+    EXPECT_EQ(readBytes(u8(temp.path())), (std::vector<std::uint8_t> {'s', 'e', 'c', 'r', 'e', 't'}));
+    const platform::FileHandle other = platform::openFile(temp.path(), win::CREATE_ALWAYS, win::GENERIC_WRITE);
+    ASSERT_NE(other, platform::InvalidHandle);
+    EXPECT_TRUE(platform::writeFile(other, "x", 1));
+    platform::closeFile(other);
+    std::int64_t size = 0;
+    EXPECT_TRUE(platform::fileSize(temp.handle(), size));
+    EXPECT_EQ(size, 1);
+
+    temp.discard();
+    EXPECT_FALSE(temp.isOpen());
+    EXPECT_EQ(namesIn(tmp), before);
+}
+
+TEST(PrivateTemp, PublishingPutsTheWholeFileAtItsNameAndReplacesWithoutWritingThrough)
+{
+    const fs::path folder = freshFolder("publish");
+    const int directory = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY);
+    ASSERT_GE(directory, 0);
+    auto publish = [&](const std::string& name, const std::string& text) {
+        platform::PrivateTemp temp;
+        EXPECT_TRUE(temp.create(directory, u16(folder), platform::HiddenTempPrefix));
+        EXPECT_TRUE(platform::writeFile(temp.handle(), text.data(), text.size()));
+        EXPECT_TRUE(namesIn(folder).count(name) == 0 || readBytes(folder / name) != std::vector<std::uint8_t>(text.begin(), text.end()));
+        const bool done = temp.publish(directory, u16(name));
+        EXPECT_FALSE(temp.isOpen());
+        return done;
+    };
+    ASSERT_TRUE(publish("new", "one"));
+    EXPECT_EQ(readBytes(folder / "new"), (std::vector<std::uint8_t> {'o', 'n', 'e'}));
+
+    writeText(folder / "elsewhere", "keep");
+    fs::create_hard_link(folder / "elsewhere", folder / "linked");
+    ASSERT_TRUE(publish("linked", "two"));
+    EXPECT_EQ(readBytes(folder / "linked"), (std::vector<std::uint8_t> {'t', 'w', 'o'}));
+    EXPECT_EQ(readBytes(folder / "elsewhere"), (std::vector<std::uint8_t> {'k', 'e', 'e', 'p'}));
+    EXPECT_EQ(namesIn(folder), (std::set<std::string> {"elsewhere", "linked", "new"}));
+
+    // A temporary that is dropped leaves nothing.
+    {
+        platform::PrivateTemp dropped;
+        ASSERT_TRUE(dropped.create(directory, u16(folder), platform::HiddenTempPrefix));
+        ASSERT_TRUE(platform::writeFile(dropped.handle(), "x", 1));
+    }
+    EXPECT_EQ(namesIn(folder), (std::set<std::string> {"elsewhere", "linked", "new"}));
+    ::close(directory);
+}
+
+TEST(PrivateTemp, OnlyNamedTemporariesThatNobodyHoldsAreSwept)
+{
+    const fs::path folder = freshFolder("sweep");
+    writeText(folder / ".KVXdead01", "left by a run that died");
+    writeText(folder / ".KVXheld01", "held by a live run");
+    writeText(folder / "KVXother", "not hidden: not ours here");
+    writeText(folder / ".kvxlower", "another name");
+    fs::create_directory(folder / ".KVXfolder");
+    fs::create_symlink(folder / "KVXother", folder / ".KVXlink");
+    ASSERT_EQ(::mkfifo((folder / ".KVXfifo").c_str(), 0600), 0);
+    // A separate open takes its own lock, as another process's would.
+    const int held = ::open((folder / ".KVXheld01").c_str(), O_RDONLY);
+    ASSERT_EQ(::flock(held, LOCK_EX), 0);
+
+    EXPECT_EQ(platform::sweepStaleTemporaries(u16(folder), platform::HiddenTempPrefix), 1);
+    EXPECT_EQ(namesIn(folder), (std::set<std::string> {".KVXheld01", "KVXother", ".kvxlower", ".KVXfolder", ".KVXlink",
+                                                       ".KVXfifo"}));
+    ::close(held);
+    EXPECT_EQ(platform::sweepStaleTemporaries(u16(folder), platform::HiddenTempPrefix), 1);
+    EXPECT_FALSE(fs::exists(folder / ".KVXheld01"));
+    EXPECT_TRUE(fs::exists(folder / "KVXother"));
+    EXPECT_EQ(platform::sweepStaleTemporaries(u16(folder / "missing"), platform::HiddenTempPrefix), 0);
+}
+
+TEST(PlatformFiles, TheUmaskIsReadWithoutChangeAndSourcesMustBeRegularFiles)
+{
+    const mode_t earlier = ::umask(027);
+    EXPECT_EQ(platform::currentUmask(), 027u);
+    EXPECT_EQ(platform::currentUmask(), 027u);
+    ::umask(earlier);
+    EXPECT_EQ(platform::currentUmask(), earlier);
+
+    const fs::path folder = freshFolder("sources");
+    writeText(folder / "file", "x");
+    ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0600), 0);
+    const platform::FileHandle file = platform::openSourceFile(u16(folder / "file"));
+    ASSERT_NE(file, platform::InvalidHandle);
+    EXPECT_EQ(::fcntl(file, F_GETFL) & O_NONBLOCK, 0);
+    platform::closeFile(file);
+    // Neither the FIFO (whose open would wait for a writer) nor a device is read.
+    for (const fs::path& refused : {folder / "fifo", fs::path("/dev/zero")}) {
+        EXPECT_EQ(platform::openSourceFile(u16(refused)), platform::InvalidHandle) << refused;
+        EXPECT_EQ(platform::lastError(), win::ERROR_CANT_ACCESS_FILE) << refused;
+    }
+    EXPECT_EQ(platform::openSourceFile(u16(folder)), platform::InvalidHandle);
+    EXPECT_EQ(platform::lastError(), win::ERROR_ACCESS_DENIED);
+    EXPECT_EQ(platform::openSourceFile(u16(folder / "missing")), platform::InvalidHandle);
+    EXPECT_EQ(platform::lastError(), win::ERROR_FILE_NOT_FOUND);
+}
