@@ -21,6 +21,7 @@
 #include "crypto/IdentityCertificate.h"
 #include "engine/AppConstants.h"
 #include "package/PackageEngine.h"
+#include "package/StatusText.h"
 #include "platform/ErrorText.h"
 #include "platform/ProfileLock.h"
 #include "platform/StatusCodes.h"
@@ -915,14 +916,24 @@ void MainWindow::on_EngineError(KvxUtils::UserParameter* user_parameter, bool& s
 
 bool MainWindow::reportFatalError(KvxUtils::UserParameter* user_parameter)
 {
-    const std::uint32_t code = user_parameter ? user_parameter->status.code() : 0;
+    const EngineStatus status = user_parameter ? user_parameter->status : EngineStatus();
+    const std::uint32_t code = status.code();
+    // While a package is opened, a report that names no entry concerns the package itself: a
+    // file too short for a header (38) or an index that can't be read (2) is as invalid as a bad
+    // format or digest, and the user is told so in the same words.
+    const bool aboutThePackage = packageMode == ModeDecrypt && (!user_parameter->fileName || !*user_parameter->fileName);
+    const bool invalid = code == win::ERROR_BAD_FORMAT || code == win::NTE_BAD_HASH
+        || (aboutThePackage && (code == win::ERROR_FILE_NOT_FOUND || code == win::ERROR_HANDLE_EOF));
     QString text;
-    if (code == win::ERROR_BAD_FORMAT || code == win::NTE_BAD_HASH)
-        text = qs(platform::InvalidPackageText);
-    else if (code == win::CRYPT_E_RECIPIENT_NOT_FOUND)
+    if (invalid) {
+        FailureSubject subject;
+        subject.packageInvalid = true;
+        text = QString::fromStdU16String(statusText(status, subject));
+    } else if (code == win::CRYPT_E_RECIPIENT_NOT_FOUND) {
         text = qs(platform::NotARecipientText);
-    else
+    } else {
         return false;
+    }
     QMessageBox box(QMessageBox::Critical, qs(AppName), text, QMessageBox::Ok, this);
     Dialogs::exec(box);
     return true;
