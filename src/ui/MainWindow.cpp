@@ -829,6 +829,26 @@ bool MainWindow::startEncryption()
             return false;
         }
     }
+    // A backslash separates folders inside a package, so such a name would come back as a
+    // folder and a file; better to say so before anything is written.
+    QStringList unstorable;
+    for (const std::u16string& path : packageFiles) {
+        if (path.find(u'\\') != std::u16string::npos)
+            unstorable << QDir::toNativeSeparators(QString::fromStdU16String(path));
+    }
+    if (!unstorable.isEmpty()) {
+        const int shown = std::min<int>(int(unstorable.size()), 10);
+        QString list = QStringList(unstorable.mid(0, shown)).join(u'\n');
+        if (unstorable.size() > shown)
+            list += tr("\n... and %1 more").arg(unstorable.size() - shown);
+        QMessageBox box(QMessageBox::Warning, qs(AppName),
+                        tr("These files have a backslash in their names, which a package can't keep (it separates "
+                           "folders there). Rename them or remove them from the package:\n%1")
+                            .arg(list),
+                        QMessageBox::Ok, this);
+        Dialogs::exec(box);
+        return false;
+    }
     if (packagePath.isEmpty())
         packagePath = askPackageSavePath();
     if (packagePath.isEmpty())

@@ -342,6 +342,28 @@ private slots:
         QCOMPARE(answers::unanswered(), 0);
     }
 
+    void aNameWithABackslashIsRefusedBeforeAnythingIsWritten()
+    {
+        useProfile(anna);
+        answers::clear();
+        MainWindow window;
+        window.show();
+        const fs::path folder = freshFolder("backslash");
+        writeText(folder / "plain.txt", "ok");
+        writeText(folder / "odd\\name.txt", "odd");
+        drop(window, { QUrl::fromLocalFile(qpath(folder)) });
+        chooseRecipient(window, QStringLiteral("Anna Example"));
+        answers::answer(QMessageBox::Ok);
+        window.form()->BtnEncDec->click();
+        QCOMPARE(answers::shown().size(), 1);
+        QVERIFY(answers::shown().first().text.contains(QStringLiteral("odd\\name.txt")));
+        QVERIFY(!window.thread()->isRunning());
+        QCOMPARE(window.currentButtonState(), ButtonEncrypt);
+        QCOMPARE(window.files().size(), 2u); // the collection waits for the user
+        QCOMPARE(answers::unanswered(), 0);
+        QCOMPARE(answers::pendingAnswers(), 0); // no save dialog was asked for
+    }
+
     void cleanupTestCase() { closeCertificateStore(); }
 };
 
