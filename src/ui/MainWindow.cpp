@@ -82,7 +82,7 @@ MainWindow::MainWindow(QWidget* parent)
     connectSignals();
     packageMode = ModeEncrypt;
     setButtonState(ButtonEncrypt);
-    handleCommandLine();
+    handleCommandLine(QCoreApplication::arguments());
     showProblem();
 }
 
@@ -311,9 +311,9 @@ void MainWindow::createPackageThread()
     packageThread->setEngine(engine.get());
 }
 
-void MainWindow::handleCommandLine()
+void MainWindow::handleCommandLine(const QStringList& arguments)
 {
-    parseArguments(QCoreApplication::arguments());
+    parseArguments(arguments);
     if (commandLine.hasFile)
         openFileArgument(commandLine.file);
     if (commandLine.autostart && minimizesToTray()) {

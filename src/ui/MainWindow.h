@@ -115,6 +115,13 @@ public:
     void setStatusText(const QString& text);
     void enablePackageWidgets(bool on);
     void resetPackage();
+    // Acts on the program's arguments as at start: a package opens for decryption, a key file is
+    // imported and ends the program, --autostart goes to the tray. The constructor passes the
+    // application's own arguments; tests pass theirs.
+    void handleCommandLine(const QStringList& arguments);
+    void parseArguments(const QStringList& arguments);
+    const CommandLine& arguments() const { return commandLine; }
+
     // The tray: the window hides there when minimized and comes back as it was.
     void hideToTray(int x, int y);
     void restoreFromTray();
@@ -142,8 +149,6 @@ private:
     void createPackageThread();
     void connectSignals();
     void connectActions();
-    void handleCommandLine();
-    void parseArguments(const QStringList& arguments);
     void openFileArgument(const QString& file);
 
     QString askPackageSavePath();
