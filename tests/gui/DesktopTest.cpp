@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QImage>
 #include <QLabel>
 #include <QPushButton>
 #include <QStandardPaths>
@@ -165,6 +166,25 @@ private slots:
         QTest::mouseClick(dialog.findChild<QPushButton*>(QStringLiteral("closeButton")), Qt::LeftButton);
         QVERIFY(!dialog.isVisible());
         QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    }
+
+    // The main window styles labels of the same object names as white on blue; the About box,
+    // its child, must still show black on white.
+    void aboutDialogKeepsItsLookUnderTheMainWindow()
+    {
+        QWidget window;
+        window.setStyleSheet(QStringLiteral("QLabel#label, QLabel#label_2 { color: white; "
+                                            "background: rgb(140, 190, 255); font-weight: bold; }"));
+        AboutDialog dialog(&window);
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        const QImage image = dialog.grab().toImage();
+        auto* text = dialog.findChild<QLabel*>(QStringLiteral("label_2"));
+        QVERIFY(text);
+        // A corner of the text's label, where no letter reaches.
+        const QPoint corner = text->geometry().bottomRight() - QPoint(3, 3);
+        QCOMPARE(image.pixelColor(corner * image.devicePixelRatio()), QColor(Qt::white));
+        QCOMPARE(text->palette().color(QPalette::WindowText), QColor(Qt::black));
     }
 
     // The fake xdg-email records what it was started with: every text must arrive as one argument,
