@@ -64,3 +64,15 @@ format:
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD)
+
+# Program, command-line tool, guide, desktop entry, file types and icons below PREFIX. DESTDIR
+# stages the same tree below another folder, as packagers do.
+PREFIX ?= /usr/local
+.PHONY: install package
+install: build
+	DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
+
+# A Debian package of the same files under /usr, written to $(BUILD)/; its library dependencies
+# come from dpkg-shlibdeps.
+package: bootstrap build
+	cd $(BUILD) && cpack -G DEB

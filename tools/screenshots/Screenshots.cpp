@@ -21,6 +21,7 @@
 #include "crypto/IdentityCertificate.h"
 #include "engine/AppConstants.h"
 #include "platform/Profile.h"
+#include "ui/AboutDialog.h"
 #include "ui/Dialogs.h"
 #include "ui/MainWindow.h"
 #include "ui/OptionsDialog.h"
@@ -210,6 +211,12 @@ int main(int argc, char* argv[])
         dialog.form()->statusLabel->setText(QDir::toNativeSeparators(sources + QStringLiteral("/letters/a.txt")));
         dialog.show();
         save(dialog, QStringLiteral("progress-adding-files"));
+    }
+
+    {
+        AboutDialog dialog(&window);
+        dialog.show();
+        save(dialog, QStringLiteral("about"));
     }
 
     closeCertificateStore();

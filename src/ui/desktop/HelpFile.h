@@ -1,0 +1,18 @@
+#pragma once
+// Where the user guide lies. The window opens it with
+//     const QString path = helpFilePath();
+//     if (!path.isEmpty())
+//         QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+
+#include <QString>
+
+// The guide for the running program (its folder is QCoreApplication::applicationDirPath()), or an
+// empty string when there is none.
+QString helpFilePath();
+
+// The same search for a program in `programDir`, first match wins:
+//   1. Halvoren.html beside the program;
+//   2. the installed guide, <prefix>/share/halvoren/Halvoren.html for a program in <prefix>/bin;
+//   3. docs/Halvoren.html of the source tree, but only for a program inside the build tree it was
+//      built in, so that an installed program never shows a guide from a checkout.
+QString helpFilePath(const QString& programDir);
