@@ -208,6 +208,21 @@ private slots:
             QVERIFY(paths.isEmpty());
         }
         {
+            // A folder never listed knows only the rows on the way to a path below it; marking
+            // them all must not mark the folder and every folder above it, or OK would hand over
+            // the whole disk.
+            QStringList paths;
+            AddFilesDialog dialog(&paths);
+            showActive(dialog);
+            QItemSelectionModel* selection = dialog.form()->filesTree->selectionModel();
+            const QModelIndex file = dialog.model()->index(root + "/folder/inner.txt");
+            QVERIFY(file.isValid());
+            selection->select(file, QItemSelectionModel::Select);
+            QVERIFY(!selection->isSelected(file.parent()));
+            dialog.form()->OKButton->click();
+            QCOMPARE(paths, QStringList { root + "/folder/inner.txt" });
+        }
+        {
             // Nothing marked: accepted with an empty list, which the callers take as Cancel.
             QStringList paths;
             AddFilesDialog dialog(&paths);
@@ -245,8 +260,9 @@ private slots:
             {} });
 
         QTreeView* tree = dialog.form()->filesTree;
-        const QPoint at = tree->visualRect(dialog.model()->index(root + "/clicked.txt")).center();
         auto pick = [&](const QString& caption) {
+            // Where the row is now: rows above it may still be coming in and move it.
+            const QPoint at = tree->visualRect(dialog.model()->index(root + "/clicked.txt")).center();
             QStringList captions;
             QTimer::singleShot(0, &dialog, [&captions, caption] {
                 auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
