@@ -9,10 +9,14 @@
 #include <QDir>
 #include <QDropEvent>
 #include <QFile>
+#include <QFileInfo>
+#include <QFileSystemModel>
 #include <QMimeData>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <QTreeView>
+#include <QTreeWidget>
 #include <cstdio>
 #include <memory>
 
@@ -27,7 +31,11 @@
 #include "ui/OptionsDialog.h"
 #include "ui/PackageThread.h"
 #include "ui/contacts/ContactDetailsDlg.h"
+#include "ui/files/AddFilesDialog.h"
+#include "ui/files/FileListDlg.h"
 #include "ui/files/ProgressDialog.h"
+#include "ui/files/SearchingDialog.h"
+#include "ui_AddFilesDialog.h"
 #include "ui_MainWindow.h"
 #include "ui_ProgressDialog.h"
 
@@ -217,6 +225,66 @@ int main(int argc, char* argv[])
         AboutDialog dialog(&window);
         dialog.show();
         save(dialog, QStringLiteral("about"));
+    // The file list with a folder opened and a file found, the own chooser with marks travelling
+    // into an opened folder, and the search dialog.
+    {
+        // At the size the user meets them, not shrunk to their hints.
+        auto saveAsShown = [](QWidget& widget, const QString& name) {
+            for (int i = 0; i < 5; ++i)
+                QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+            const QString path = QDir(outputFolder).filePath(name + QStringLiteral(".png"));
+            if (widget.grab().save(path)) {
+                ++saved;
+                std::printf("%s\n", qPrintable(path));
+            }
+        };
+        FileSet files;
+        for (const QString& name : { QStringLiteral("report.odt"), QStringLiteral("letters/a.txt"),
+                 QStringLiteral("letters/b.txt"), QStringLiteral("letters/old/2019.txt"),
+                 QStringLiteral("photos/beach.jpg"), QStringLiteral("setup.exe") }) {
+            const QString path = sources + u'/' + name;
+            QDir().mkpath(QFileInfo(path).path());
+            QFile file(path);
+            if (file.open(QIODevice::WriteOnly))
+                file.write("made up");
+            files.insert(QDir::toNativeSeparators(path).toStdU16String());
+        }
+        {
+            FileListDlg dialog(&files, &window);
+            dialog.show();
+            dialog.goToPath(QDir::toNativeSeparators(sources + QStringLiteral("/photos/")));
+            dialog.goToPath(QDir::toNativeSeparators(sources + QStringLiteral("/letters/b.txt")));
+            saveAsShown(dialog, QStringLiteral("file-list"));
+        }
+        {
+            QStringList chosen;
+            AddFilesDialog dialog(&chosen, &window);
+            dialog.resize(520, 420);
+            dialog.show();
+            QFileSystemModel* model = dialog.model();
+            QTreeView* tree = dialog.form()->filesTree;
+            for (QString step = sources + QStringLiteral("/letters");; step = QFileInfo(step).path()) {
+                tree->expand(model->index(step));
+                if (step == QStringLiteral("/"))
+                    break;
+            }
+            const QModelIndex letters = model->index(sources + QStringLiteral("/letters"));
+            for (int i = 0; i < 100 && model->rowCount(letters) < 3; ++i)
+                QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+            tree->selectionModel()->select(letters, QItemSelectionModel::Select);
+            tree->selectionModel()->select(
+                model->index(sources + QStringLiteral("/report.odt")), QItemSelectionModel::Select);
+            // Scrolled once the rows are laid out, so that the marks are in view.
+            for (int i = 0; i < 5; ++i)
+                QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+            tree->scrollTo(model->index(sources), QAbstractItemView::PositionAtTop);
+            saveAsShown(dialog, QStringLiteral("add-files"));
+        }
+        {
+            SearchingDialog dialog(&window);
+            dialog.show();
+            saveAsShown(dialog, QStringLiteral("searching"));
+        }
     }
 
     closeCertificateStore();

@@ -1,0 +1,312 @@
+// The own file chooser on a real folder tree in the sandbox: marks travel down into opened
+// folders and up to complete ones, a folder marked before it was opened marks its children when
+// they have loaded, OK and Cancel, and the menu that works on the clicked item.
+
+#include <QApplication>
+#include <QDir>
+#include <QFileSystemModel>
+#include <QMenu>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTimer>
+#include <QTreeView>
+#include <filesystem>
+
+#include "Sandbox.h"
+#include "TestSupport.h"
+#include "ui/desktop/ItemActions.h"
+#include "ui/desktop/ShowInFolder.h"
+#include "ui/files/AddFilesDialog.h"
+#include "ui_AddFilesDialog.h"
+
+using namespace testing_support;
+namespace fs = std::filesystem;
+
+namespace {
+
+QString qpath(const fs::path& path) { return QString::fromStdString(path.string()); }
+
+void makeFiles(const fs::path& folder, const QStringList& relative)
+{
+    for (const QString& name : relative) {
+        const fs::path file = folder / name.toStdString();
+        fs::create_directories(file.parent_path());
+        if (!name.endsWith(u'/'))
+            writeText(file, "x");
+    }
+}
+
+int entriesOnDisk(const QString& path)
+{
+    return int(QDir(path).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size());
+}
+
+// Opens every folder from the top of the file system down to the path and waits until the model
+// holds all of the path's own entries.
+bool openFolder(AddFilesDialog& dialog, const QString& path)
+{
+    QFileSystemModel* model = dialog.model();
+    QTreeView* tree = dialog.form()->filesTree;
+    QStringList chain;
+    for (QString step = path;; step = QFileInfo(step).path()) {
+        chain.prepend(step);
+        if (step == QStringLiteral("/"))
+            break;
+    }
+    for (const QString& step : chain) {
+        const QModelIndex index = model->index(step);
+        tree->expand(index);
+        if (model->canFetchMore(index))
+            model->fetchMore(index);
+    }
+    const QModelIndex index = model->index(path);
+    return QTest::qWaitFor([&] { return model->rowCount(index) == entriesOnDisk(path); }, 10000);
+}
+
+// A click on the row's name, as the user marks and unmarks.
+void click(AddFilesDialog& dialog, const QString& path)
+{
+    QTreeView* tree = dialog.form()->filesTree;
+    const QModelIndex index = dialog.model()->index(path);
+    tree->scrollTo(index);
+    QTest::mouseClick(tree->viewport(), Qt::LeftButton, Qt::NoModifier, tree->visualRect(index).center());
+}
+
+struct Marks {
+    AddFilesDialog& dialog;
+    QString root;
+    bool operator()(const QString& relative) const
+    {
+        const QString path = relative.isEmpty() ? root : root + u'/' + relative;
+        return dialog.form()->filesTree->selectionModel()->isSelected(dialog.model()->index(path));
+    }
+};
+
+void showActive(QWidget& widget)
+{
+    widget.show();
+    widget.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&widget));
+}
+
+} // namespace
+
+class AddFilesTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void cleanup()
+    {
+        ItemActions::setHooks({});
+        ShowInFolder::setHooks({});
+    }
+
+    void marksTravelDownIntoOpenFoldersAndUpToCompleteOnes()
+    {
+        const fs::path rootPath = freshFolder("marks") / "T";
+        const QString root = qpath(rootPath);
+        makeFiles(rootPath, { "a/x.txt", "a/y.txt", "a/sub/z.txt", "b.txt", "c/q.txt", "c/r.txt", "d1/d2/d3/f.txt" });
+        QStringList paths;
+        AddFilesDialog dialog(&paths);
+        dialog.resize(700, 900);
+        showActive(dialog);
+        QCOMPARE(dialog.windowTitle(), QStringLiteral("Select Files or Folders to Add"));
+        QVERIFY(openFolder(dialog, root));
+        QVERIFY(openFolder(dialog, root + "/a"));
+        Marks marked { dialog, root };
+
+        // Down: what is loaded and shown below an opened folder; a closed subfolder is marked
+        // but not entered.
+        click(dialog, root + "/a");
+        QVERIFY(marked("a") && marked("a/x.txt") && marked("a/y.txt") && marked("a/sub"));
+        QVERIFY(!marked("a/sub/z.txt"));
+        QVERIFY(!marked(""));
+
+        // Up: unmarking a file unmarks its folder; its siblings stay.
+        click(dialog, root + "/a/x.txt");
+        QVERIFY(!marked("a/x.txt") && !marked("a"));
+        QVERIFY(marked("a/y.txt") && marked("a/sub"));
+        // Marking the last unmarked child marks the folder, and no further while its folder is
+        // incomplete.
+        click(dialog, root + "/a/x.txt");
+        QVERIFY(marked("a"));
+        QVERIFY(!marked(""));
+        click(dialog, root + "/b.txt");
+        click(dialog, root + "/c");
+        QVERIFY(!marked(""));
+        click(dialog, root + "/d1");
+        QVERIFY(marked(""));
+        // Unmarking one file deep down unmarks every marked folder above it.
+        click(dialog, root + "/a/y.txt");
+        QVERIFY(!marked("a") && !marked(""));
+        QVERIFY(marked("a/x.txt") && marked("a/sub") && marked("b.txt") && marked("c") && marked("d1"));
+
+        // A folder marked while closed and never loaded marks its children once they have come.
+        QVERIFY(dialog.model()->rowCount(dialog.model()->index(root + "/c")) == 0);
+        dialog.form()->filesTree->expand(dialog.model()->index(root + "/c"));
+        QTRY_VERIFY(marked("c/q.txt") && marked("c/r.txt"));
+        // Unmarking a closed folder leaves the marks below it; an opened one takes them along.
+        dialog.form()->filesTree->collapse(dialog.model()->index(root + "/c"));
+        click(dialog, root + "/c");
+        QVERIFY(!marked("c") && marked("c/q.txt") && marked("c/r.txt"));
+        click(dialog, root + "/a");
+        QVERIFY(marked("a/y.txt"));
+        click(dialog, root + "/a");
+        QVERIFY(!marked("a") && !marked("a/x.txt") && !marked("a/y.txt") && !marked("a/sub"));
+
+        // Through several opened levels at once, and up through folders of a single child each.
+        QVERIFY(openFolder(dialog, root + "/d1/d2/d3"));
+        click(dialog, root + "/d1");
+        QVERIFY(!marked("d1"));
+        click(dialog, root + "/d1");
+        QVERIFY(marked("d1/d2") && marked("d1/d2/d3") && marked("d1/d2/d3/f.txt"));
+        click(dialog, root + "/d1/d2/d3/f.txt");
+        QVERIFY(!marked("d1") && !marked("d1/d2") && !marked("d1/d2/d3"));
+        click(dialog, root + "/d1/d2/d3/f.txt");
+        QVERIFY(marked("d1") && marked("d1/d2") && marked("d1/d2/d3"));
+
+        // An opened folder whose children are loaded marks them at the moment it opens.
+        dialog.form()->filesTree->collapse(dialog.model()->index(root + "/a"));
+        click(dialog, root + "/a");
+        QVERIFY(!marked("a/x.txt"));
+        dialog.form()->filesTree->expand(dialog.model()->index(root + "/a"));
+        QVERIFY(marked("a/x.txt") && marked("a/y.txt") && marked("a/sub"));
+
+        // The dialog only gathers: nothing is handed over until OK.
+        QVERIFY(paths.isEmpty());
+    }
+
+    void okHandsOverTheMarkedPathsAndCancelNothing()
+    {
+        const fs::path rootPath = freshFolder("ok") / "T";
+        const QString root = qpath(rootPath);
+        makeFiles(rootPath, { "one.txt", "two.txt", "folder/inner.txt" });
+        {
+            QStringList paths;
+            AddFilesDialog dialog(&paths);
+            dialog.resize(700, 900);
+            showActive(dialog);
+            QVERIFY(openFolder(dialog, root));
+            click(dialog, root + "/two.txt");
+            click(dialog, root + "/folder");
+            QSignalSpy accepted(&dialog, &QDialog::accepted);
+            dialog.form()->OKButton->click();
+            QCOMPARE(accepted.size(), 1);
+            QCOMPARE(dialog.result(), int(QDialog::Accepted));
+            QCOMPARE(paths, (QStringList { root + "/two.txt", root + "/folder" }));
+        }
+        {
+            QStringList paths;
+            AddFilesDialog dialog(&paths);
+            dialog.resize(700, 900);
+            showActive(dialog);
+            QVERIFY(openFolder(dialog, root));
+            click(dialog, root + "/one.txt");
+            dialog.form()->CancelButton->click();
+            QCOMPARE(dialog.result(), int(QDialog::Rejected));
+            QVERIFY(paths.isEmpty());
+        }
+        {
+            // A folder never listed knows only the rows on the way to a path below it; marking
+            // them all must not mark the folder and every folder above it, or OK would hand over
+            // the whole disk.
+            QStringList paths;
+            AddFilesDialog dialog(&paths);
+            showActive(dialog);
+            QItemSelectionModel* selection = dialog.form()->filesTree->selectionModel();
+            const QModelIndex file = dialog.model()->index(root + "/folder/inner.txt");
+            QVERIFY(file.isValid());
+            selection->select(file, QItemSelectionModel::Select);
+            QVERIFY(!selection->isSelected(file.parent()));
+            dialog.form()->OKButton->click();
+            QCOMPARE(paths, QStringList { root + "/folder/inner.txt" });
+        }
+        {
+            // Nothing marked: accepted with an empty list, which the callers take as Cancel.
+            QStringList paths;
+            AddFilesDialog dialog(&paths);
+            showActive(dialog);
+            dialog.form()->OKButton->click();
+            QCOMPARE(dialog.result(), int(QDialog::Accepted));
+            QVERIFY(paths.isEmpty());
+        }
+    }
+
+    void menuWorksOnTheClickedItemAndLeavesTheMarks()
+    {
+        const fs::path rootPath = freshFolder("menu") / "T";
+        const QString root = qpath(rootPath);
+        makeFiles(rootPath, { "marked.txt", "clicked.txt" });
+        QStringList paths;
+        AddFilesDialog dialog(&paths);
+        dialog.resize(700, 900);
+        showActive(dialog);
+        QVERIFY(openFolder(dialog, root));
+        click(dialog, root + "/marked.txt");
+
+        QStringList properties;
+        QStringList shownInFolder;
+        ItemActions::setHooks({ {},
+            [&](const QStringList& uris) {
+                properties << uris;
+                return true;
+            },
+            {} });
+        ShowInFolder::setHooks({ [&](const QStringList& uris) {
+                                    shownInFolder << uris;
+                                    return true;
+                                },
+            {} });
+
+        QTreeView* tree = dialog.form()->filesTree;
+        auto pick = [&](const QString& caption) {
+            // Where the row is now: rows above it may still be coming in and move it.
+            const QPoint at = tree->visualRect(dialog.model()->index(root + "/clicked.txt")).center();
+            QStringList captions;
+            QTimer::singleShot(0, &dialog, [&captions, caption] {
+                auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+                if (!menu)
+                    return;
+                QAction* chosen = nullptr;
+                for (QAction* action : menu->actions()) {
+                    captions << action->text() + "|" + action->shortcut().toString();
+                    if (action->text() == caption)
+                        chosen = action;
+                }
+                menu->close();
+                if (chosen)
+                    chosen->trigger();
+            });
+            emit tree->customContextMenuRequested(at);
+            return captions;
+        };
+        QCOMPARE(pick("Properties"), (QStringList { "Open with Explorer|Ctrl+G", "Properties|Ctrl+P" }));
+        QCOMPARE(properties, QStringList { QUrl::fromLocalFile(root + "/clicked.txt").toString() });
+        pick("Open with Explorer");
+        QCOMPARE(shownInFolder, QStringList { QUrl::fromLocalFile(root + "/clicked.txt").toString() });
+
+        // The right click changed no mark.
+        QItemSelectionModel* selection = tree->selectionModel();
+        QVERIFY(selection->isSelected(dialog.model()->index(root + "/marked.txt")));
+        QVERIFY(!selection->isSelected(dialog.model()->index(root + "/clicked.txt")));
+        // The menu's shortcuts belong to the menu, not to the tree.
+        QVERIFY(tree->actions().isEmpty());
+    }
+};
+
+int main(int argc, char** argv)
+{
+    if (!enterSandbox())
+        return 2;
+    int result = 0;
+    {
+        QApplication app(argc, argv);
+        AddFilesTest test;
+        result = QTest::qExec(&test, argc, argv);
+    }
+    leaveSandbox();
+    return result;
+}
+
+#include "AddFilesTest.moc"
