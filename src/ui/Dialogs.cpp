@@ -1,6 +1,7 @@
 #include "ui/Dialogs.h"
 
 #include <QAbstractButton>
+#include <QDesktopServices>
 #include <QFileDialog>
 #include <QQueue>
 #include <optional>
@@ -15,6 +16,7 @@ namespace {
         QQueue<std::function<int(QDialog&)>> dialogs;
         QQueue<QString> paths;
         QList<Shown> shown;
+        QList<QUrl> opened;
         int unanswered = 0;
         bool strict = false;
         std::optional<bool> trayAvailable;
@@ -113,6 +115,13 @@ void showBalloon(QSystemTrayIcon& tray, const QString& title, const QString& tex
     tray.showMessage(title, text, icon, milliseconds);
 }
 
+void openUrl(const QUrl& url)
+{
+    answers().opened << url;
+    if (!answers().strict)
+        QDesktopServices::openUrl(url);
+}
+
 bool trayAvailable()
 {
     if (answers().trayAvailable)
@@ -148,6 +157,7 @@ namespace testing {
     void answer(std::function<int(QDialog&)> handler) { answers().dialogs.enqueue(std::move(handler)); }
     void answerPath(const QString& path) { answers().paths.enqueue(path); }
     const QList<Shown>& shown() { return answers().shown; }
+    const QList<QUrl>& openedUrls() { return answers().opened; }
     int unanswered() { return answers().unanswered; }
 
     int pendingAnswers()

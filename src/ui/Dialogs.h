@@ -10,6 +10,7 @@
 #include <QString>
 #include <QStringList>
 #include <QSystemTrayIcon>
+#include <QUrl>
 #include <functional>
 #include <optional>
 
@@ -29,6 +30,9 @@ QString getExistingDirectory(QWidget* parent, const QString& caption, const QStr
 // A balloon from the tray icon. Balloons ask nothing, but tests read them back like messages.
 void showBalloon(QSystemTrayIcon& tray, const QString& title, const QString& text, QSystemTrayIcon::MessageIcon icon,
                  int milliseconds);
+// Hands a web page or a file to the desktop (browser, viewer). Tests record it instead.
+void openUrl(const QUrl& url);
+
 // Whether the desktop has a notification area to hide in.
 bool trayAvailable();
 
@@ -61,6 +65,9 @@ namespace testing {
     int unanswered();
     int pendingAnswers();
     void clear();
+
+    // What openUrl was given since the last clear; in strict mode nothing is really opened.
+    const QList<QUrl>& openedUrls();
 
     // Pretends the desktop has (or lacks) a tray; unset, the desktop is asked.
     void setTrayAvailable(std::optional<bool> available);

@@ -12,7 +12,9 @@
 #include <QMenu>
 #include <QMetaObject>
 #include <QPushButton>
+#include <QMouseEvent>
 #include <QScreen>
+#include <QSysInfo>
 #include <QTimer>
 
 #include "contacts/ConfigStore.h"
@@ -35,7 +37,12 @@
 #include "ui/contacts/RecipientActionMan.h"
 #include "ui/desktop/Autostart.h"
 #include "ui/desktop/SetupMutex.h"
+#include "ui/AboutDialog.h"
+#include "ui/desktop/HelpFile.h"
+#include "ui/desktop/MapiMail.h"
 #include "ui/desktop/ShowInFolder.h"
+#include "ui/files/AddFilesDialog.h"
+#include "ui/files/FileListDlg.h"
 #include "ui/desktop/TaskbarProgress.h"
 #include "ui/files/ProgressDialog.h"
 #include "ui_MainWindow.h"
@@ -193,6 +200,7 @@ void MainWindow::setupExtras()
 {
     encryptAndEmailAction = new QAction(QIcon(QStringLiteral(":/ico/MainWindow/Res/mail.png")),
                                         tr("Encrypt and Email"), this);
+    connect(encryptAndEmailAction, &QAction::triggered, this, &MainWindow::on_EncryptAndSend);
     trayIcon = new QSystemTrayIcon(QIcon(QStringLiteral(":/ico/MainWindow/Res/keyandlock.png")), this);
 
     dropHintText = tr("Drop <b>Files</b> or <b>Package</b> Here");
@@ -400,6 +408,13 @@ void MainWindow::connectSignals()
 void MainWindow::connectActions()
 {
     connect(ui->act_MW_edit_profile, &QAction::triggered, this, &MainWindow::on_EditYourProfile);
+    connect(ui->act_MW_email_key, &QAction::triggered, this, &MainWindow::on_EMailKey);
+    connect(ui->act_MW_add_files, &QAction::triggered, this, &MainWindow::on_AddFiles);
+    connect(ui->act_MW_view_files, &QAction::triggered, this, &MainWindow::on_ViewFiles);
+    connect(ui->act_MW_help, &QAction::triggered, this, &MainWindow::on_Help);
+    connect(ui->act_MW_check_updates, &QAction::triggered, this, &MainWindow::on_CheckForUpdates);
+    connect(ui->act_MW_give_feedback, &QAction::triggered, this, &MainWindow::on_GetFeedback);
+    connect(ui->act_MW_about, &QAction::triggered, this, &MainWindow::on_About);
     connect(ui->act_MW_new_contact, SIGNAL(triggered()), contactActions, SLOT(add_new_contact()));
     connect(ui->act_MW_options, &QAction::triggered, this, &MainWindow::on_Options);
     connect(ui->act_MW_close, &QAction::triggered, this, &QWidget::close);
@@ -449,6 +464,7 @@ void MainWindow::connectActions()
     trayIcon->setContextMenu(trayMenu);
     connect(restoreAction, &QAction::triggered, this, &MainWindow::on_Restore);
     connect(optionsAction, &QAction::triggered, this, &MainWindow::on_Options);
+    connect(aboutAction, &QAction::triggered, this, &MainWindow::on_About);
     connect(quitAction, &QAction::triggered, this, &QWidget::close);
 }
 
@@ -693,6 +709,123 @@ void MainWindow::showAtCorner()
 }
 
 void MainWindow::on_popupMessageClicked() { showInExplorer(detailsPath); }
+
+// ---------------------------------------------------------------------------------------------
+// Help, the web site, mail
+
+void MainWindow::on_About()
+{
+    AboutDialog dialog(this);
+    Dialogs::exec(dialog);
+}
+
+// A missing guide shows nothing, as a missing help file never did.
+void MainWindow::on_Help()
+{
+    const QString path = helpFilePath();
+    if (!path.isEmpty())
+        Dialogs::openUrl(QUrl::fromLocalFile(path));
+}
+
+QUrl MainWindow::updateUrl()
+{
+    const QString architecture = QSysInfo::currentCpuArchitecture();
+    const QString osarc = architecture == QLatin1String("x86_64") ? QStringLiteral("x64")
+        : architecture == QLatin1String("i386")                  ? QStringLiteral("x86")
+        : architecture == QLatin1String("ia64")                  ? QStringLiteral("IA64")
+                                                                 : QStringLiteral("Unknown");
+    QString osver = QSysInfo::kernelVersion();
+    if (osver.isEmpty())
+        osver = QStringLiteral("Unknown");
+    return QUrl(qs(WebSite) + QStringLiteral("/update/update.php?osarc=") + osarc + QStringLiteral("&osver=") + osver
+                + QStringLiteral("&appver=") + qs(AppVersion));
+}
+
+void MainWindow::on_CheckForUpdates() { Dialogs::openUrl(updateUrl()); }
+
+void MainWindow::on_GetFeedback() { Dialogs::openUrl(QUrl(qs(WebSite) + QStringLiteral("/files/support.html"))); }
+
+void MainWindow::on_EncryptAndSend()
+{
+    on_BtnEncDec_clicked();
+    sendAfterEncrypt = true;
+}
+
+void MainWindow::mailPackage()
+{
+    MapiMail mail(0, winId());
+    if (!mail.load())
+        return;
+    for (int row = 0; row < ui->recipientsListWidget->count(); ++row) {
+        const ContactItemData data = contactItemData(ui->recipientsListWidget->item(row));
+        if (!data.contact)
+            continue;
+        const QString name = qs(data.contact->firstName) + u' ' + qs(data.contact->lastName);
+        mail.addRecipient({ name.toStdString(), qs(data.contact->email).toStdString() });
+    }
+    const QString fileName = QFileInfo(packagePath).fileName();
+    mail.setSubject((QStringLiteral("Emailing: ") + fileName).toStdString());
+    mail.setBody(" ");
+    mail.addAttachment({ QDir::toNativeSeparators(packagePath).toStdString(), fileName.toStdString() });
+    mail.send();
+}
+
+void MainWindow::on_EMailKey()
+{
+    if (!ownContact)
+        return;
+    // A fixed name in the temporary folder: the mail program may still read the file after the
+    // hand-off, and the next mailing overwrites it. A key file holds nothing secret.
+    QString folder = QDir::temp().absolutePath();
+    if (!folder.endsWith(u'/'))
+        folder += u'/';
+    const QString path = QDir::toNativeSeparators(folder + qs(ownContact->name) + u'.' + qs(KeySuffix));
+    if (!saveCertificateFile(ownContact->identity.certificate(), u16(path))) {
+        QMessageBox box(QMessageBox::Critical, qs(AppName), tr("An error occurred during sending contact key file."),
+                        QMessageBox::Ok, this);
+        Dialogs::exec(box);
+        return;
+    }
+    MapiMail mail(0, winId());
+    if (!mail.load())
+        return;
+    mail.setSubject((QStringLiteral("Emailing: ") + qs(ownContact->firstName) + u' ' + qs(ownContact->lastName)
+                     + QStringLiteral(" Key File."))
+                        .toStdString());
+    mail.setBody(" ");
+    mail.addAttachment({ path.toStdString(), QFileInfo(path).fileName().toStdString() });
+    mail.send();
+}
+
+// ---------------------------------------------------------------------------------------------
+// The file list and the chooser
+
+void MainWindow::on_ViewFiles()
+{
+    FileListDlg dialog(&packageFiles, this);
+    Dialogs::exec(dialog);
+    on_EncryptEnable();
+}
+
+void MainWindow::mouseDoubleClickEvent(QMouseEvent* event)
+{
+    if (childAt(event->position().toPoint()) == ui->dropBoxLabel && packageMode == ModeEncrypt
+        && ui->dropBoxLabel->isEnabled())
+        on_ViewFiles();
+    QMainWindow::mouseDoubleClickEvent(event);
+}
+
+void MainWindow::on_AddFiles()
+{
+    QStringList paths;
+    AddFilesDialog dialog(&paths, this);
+    if (Dialogs::exec(dialog) != QDialog::Accepted || paths.isEmpty())
+        return;
+    droppedUrls.clear();
+    for (const QString& path : paths)
+        droppedUrls << QUrl::fromLocalFile(path);
+    emit itemsDropped();
+}
 
 // ---------------------------------------------------------------------------------------------
 // Options
@@ -986,7 +1119,10 @@ void MainWindow::on_PackageThreadFinished()
     const EngineStatus status = packageThread->result();
     if (closeRequested)
         emit kvxClosing();
-    else if (!options.doNotNotify)
+    else if (sendAfterEncrypt) {
+        if (status.ok())
+            mailPackage();
+    } else if (!options.doNotNotify)
         notifyCompletion(status);
     on_ClosePackage();
 }

@@ -85,6 +85,7 @@ protected:
     void dragLeaveEvent(QDragLeaveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
 
 private slots:
     void on_NewPackage();
@@ -105,6 +106,14 @@ private slots:
     void on_itemsDropped();
     void on_EditYourProfile();
     void on_Restore();
+    void on_About();
+    void on_Help();
+    void on_CheckForUpdates();
+    void on_GetFeedback();
+    void on_EMailKey();
+    void on_EncryptAndSend();
+    void on_ViewFiles();
+    void on_AddFiles();
     void on_iconActivated(QSystemTrayIcon::ActivationReason reason);
     void on_popupMessageClicked();
 
@@ -121,6 +130,9 @@ public:
     void handleCommandLine(const QStringList& arguments);
     void parseArguments(const QStringList& arguments);
     const CommandLine& arguments() const { return commandLine; }
+
+    // The update query for this machine: architecture, system version and program version.
+    static QUrl updateUrl();
 
     // The tray: the window hides there when minimized and comes back as it was.
     void hideToTray(int x, int y);
@@ -158,6 +170,7 @@ private:
     bool reportFatalError(KvxUtils::UserParameter* user_parameter);
     void askOnError(KvxUtils::UserParameter* user_parameter, bool& status);
     void notifyCompletion(const EngineStatus& status);
+    void mailPackage();
     void showProblem();
 
     Ui::MainWindow* ui = nullptr;

@@ -8,7 +8,9 @@
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QMimeData>
+#include <QFile>
 #include <QProcess>
+#include <QSysInfo>
 #include <QPushButton>
 #include <QTest>
 #include <filesystem>
@@ -154,7 +156,13 @@ private slots:
 
         // Bert's key file, imported through the menu.
         answers::answerPath(qpath(bertKey));
-        answers::answer([](QDialog&) { return int(ContactDetailsDlg::Ok); });
+        answers::answer([](QDialog& dialog) {
+            auto& details = static_cast<ContactDetailsDlg&>(dialog);
+            details.setFirstName(QStringLiteral("Bert"));
+            details.setLastName(QStringLiteral("Example"));
+            details.setEMail(QStringLiteral("bert@example.org"));
+            return int(ContactDetailsDlg::Ok);
+        });
         answers::answer(QMessageBox::Ok);
         window->form()->act_MW_new_contact->trigger();
         QCOMPARE(window->form()->contactListWidget->count(), 2);
@@ -340,6 +348,86 @@ private slots:
         QCOMPARE(answers::shown().size(), 1);
         QVERIFY(!fs::exists(second));
         QCOMPARE(answers::unanswered(), 0);
+    }
+
+    void mailHandsPackageAndKeyToTheMailProgram()
+    {
+        // A stand-in for xdg-email that writes down its arguments, one a line.
+        const fs::path bin = freshFolder("bin");
+        const fs::path record = bin / "arguments";
+        writeText(bin / "xdg-email", "#!/bin/sh\nfor a in \"$@\"; do printf '%s\\n' \"$a\"; done > \"$MAIL_RECORD.part\"\n"
+                                     "mv \"$MAIL_RECORD.part\" \"$MAIL_RECORD\"\n");
+        fs::permissions(bin / "xdg-email", fs::perms::owner_all);
+        const QByteArray path = qgetenv("PATH");
+        qputenv("PATH", QByteArray(bin.string().c_str()) + ':' + path);
+        qputenv("MAIL_RECORD", QByteArray(record.string().c_str()));
+        auto recorded = [&] {
+            QStringList lines;
+            QFile file(qpath(record));
+            if (file.open(QIODevice::ReadOnly))
+                lines = QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts);
+            return lines;
+        };
+
+        useProfile(anna);
+        answers::clear();
+        MainWindow window;
+        window.show();
+        drop(window, { QUrl::fromLocalFile(qpath(sources / "single.bin")) });
+        chooseRecipient(window, QStringLiteral("Bert Example"));
+        const fs::path package = freshFolder("mailed") / "to-bert.kvx";
+        answers::answerPath(qpath(package));
+        QCOMPARE(window.form()->BtnEncDec->actions().size(), 1);
+        window.form()->BtnEncDec->actions().first()->trigger(); // "Encrypt and Email"
+        QTRY_VERIFY_WITH_TIMEOUT(window.thread()->isFinished() && window.currentButtonState() == ButtonEncrypt, 60000);
+        QTRY_VERIFY(fs::exists(record));
+        QCOMPARE(recorded(), (QStringList { "--utf8", "--subject", "Emailing: to-bert.kvx", "--body", " ", "--to",
+                                            "Bert Example <bert@example.org>", "--attach", qpath(package) }));
+        QVERIFY(answers::shown().isEmpty()); // the mail replaces the completion report
+
+        // The own key: written to the temporary folder and attached, with no recipient.
+        fs::remove(record);
+        window.form()->act_MW_email_key->trigger();
+        QTRY_VERIFY(fs::exists(record));
+        const fs::path keyFile = fs::path(qgetenv("TMPDIR").toStdString()) / "Anna Example.kvxk";
+        QCOMPARE(recorded(), (QStringList { "--utf8", "--subject", "Emailing:   Key File.", "--body", " ", "--attach",
+                                            qpath(keyFile) }));
+        QVERIFY(readBytes(keyFile) == [] {
+            const fs::path copy = freshFolder("ownkey") / "own.kvxk";
+            saveCertificateFile(ownCertificate(), u16(copy));
+            return readBytes(copy);
+        }());
+
+        // Without a mail program nothing is shown.
+        qputenv("PATH", QByteArray(freshFolder("nobin").string().c_str()));
+        fs::remove(record);
+        window.form()->act_MW_email_key->trigger();
+        QTest::qWait(200);
+        qputenv("PATH", path);
+        QVERIFY(!fs::exists(record));
+        QVERIFY(answers::shown().isEmpty());
+        QCOMPARE(answers::unanswered(), 0);
+    }
+
+    void helpUpdatesAndFeedbackOpenTheirPages()
+    {
+        useProfile(anna);
+        answers::clear();
+        MainWindow window;
+        window.form()->act_MW_check_updates->trigger();
+        window.form()->act_MW_give_feedback->trigger();
+        window.form()->act_MW_help->trigger();
+        const QList<QUrl> opened = answers::openedUrls();
+        QCOMPARE(opened.size(), 3);
+        const QString arch = QSysInfo::currentCpuArchitecture();
+        const QString osarc = arch == "x86_64" ? "x64" : arch == "i386" ? "x86" : arch == "ia64" ? "IA64" : "Unknown";
+        QCOMPARE(opened[0].toString(), "https://halvoren.example/update/update.php?osarc=" + osarc
+                                           + "&osver=" + QSysInfo::kernelVersion() + "&appver=1.0");
+        QCOMPARE(opened[1].toString(), QStringLiteral("https://halvoren.example/files/support.html"));
+        // The guide of the build tree the test runs in.
+        QVERIFY(opened[2].isLocalFile());
+        QVERIFY(fs::exists(opened[2].toLocalFile().toStdString()));
+        QVERIFY(opened[2].toLocalFile().endsWith(QStringLiteral("docs/Halvoren.html")));
     }
 
     void aNameWithABackslashIsRefusedBeforeAnythingIsWritten()

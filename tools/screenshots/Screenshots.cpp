@@ -225,6 +225,8 @@ int main(int argc, char* argv[])
         AboutDialog dialog(&window);
         dialog.show();
         save(dialog, QStringLiteral("about"));
+    }
+
     // The file list with a folder opened and a file found, the own chooser with marks travelling
     // into an opened folder, and the search dialog.
     {
