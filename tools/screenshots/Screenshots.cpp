@@ -11,7 +11,9 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QFileSystemModel>
+#include <QImage>
 #include <QMimeData>
+#include <QPainter>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -286,6 +288,47 @@ int main(int argc, char* argv[])
             SearchingDialog dialog(&window);
             dialog.show();
             saveAsShown(dialog, QStringLiteral("searching"));
+        }
+    }
+
+    // The window as the small panel that a click on the tray icon opens at the screen's corner.
+    {
+        Dialogs::testing::setTrayAvailable(true);
+        window.showMinimized();
+        for (int i = 0; i < 5 && window.isVisible(); ++i)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        emit window.tray()->activated(QSystemTrayIcon::Trigger);
+        QCoreApplication::processEvents();
+        save(window, QStringLiteral("tray-panel"));
+        Dialogs::testing::setTrayAvailable(std::nullopt);
+    }
+
+    // Every icon of the program at 16, 32 and 48 pixels, on white and on the program's blue.
+    {
+        const QStringList names = QDir(QStringLiteral(":/ico/MainWindow/Res")).entryList({ QStringLiteral("*.png") });
+        QStringList plain;
+        for (const QString& name : names)
+            if (!name.contains(u'@'))
+                plain << name;
+        const int cell = 56;
+        QImage sheet(cell * int(plain.size()), cell * 6, QImage::Format_ARGB32);
+        sheet.fill(Qt::white);
+        QPainter painter(&sheet);
+        painter.fillRect(0, cell * 3, sheet.width(), cell * 3, QColor(140, 190, 255));
+        const int sizes[] = { 16, 32, 48 };
+        for (int column = 0; column < plain.size(); ++column) {
+            const QIcon icon(QStringLiteral(":/ico/MainWindow/Res/") + plain[column]);
+            for (int row = 0; row < 6; ++row) {
+                const int size = sizes[row % 3];
+                painter.drawPixmap(column * cell + (cell - size) / 2, row * cell + (cell - size) / 2,
+                                   icon.pixmap(size, size));
+            }
+        }
+        painter.end();
+        const QString path = QDir(outputFolder).filePath(QStringLiteral("icons.png"));
+        if (sheet.save(path)) {
+            ++saved;
+            std::printf("%s\n", qPrintable(path));
         }
     }
 
