@@ -15,6 +15,7 @@
 #include <QTimer>
 #include <QToolButton>
 #include <QMenu>
+#include <QScreen>
 #include <filesystem>
 #include <fstream>
 
@@ -466,6 +467,36 @@ private slots:
         QVERIFY(!taskbar.isEmpty());
         QCOMPARE(taskbar.last(), std::make_pair(0.0, false));
         QVERIFY(std::any_of(taskbar.begin(), taskbar.end(), [](const auto& p) { return p.second && p.first > 0; }));
+
+        // A failed run (the package path is a folder): its balloon says so and has no click.
+        window->tray()->contextMenu()->actions().first()->trigger();
+        dropUrls(*window, { QUrl::fromLocalFile(QString::fromStdString((sources / "f.bin").string())) });
+        moveAllToRecipients(*window);
+        window->showMinimized();
+        QTRY_VERIFY(!window->isVisible());
+        const fs::path folderInTheWay = freshFolder("trayfail") / "x.kvx";
+        fs::create_directories(folderInTheWay);
+        answers::answerPath(QString::fromStdString(folderInTheWay.string()));
+        window->form()->BtnEncDec->click();
+        QTRY_VERIFY_WITH_TIMEOUT(window->thread()->isFinished() && window->currentButtonState() == ButtonEncrypt, 60000);
+        QCOMPARE(balloons().size(), 3);
+        QCOMPARE(balloons().last().icon, QMessageBox::Critical);
+        QCOMPARE(balloons().last().text,
+                 QStringLiteral("The process of Encryption has been completed Unsuccessfully."));
+        emit window->tray()->messageClicked();
+        QCOMPARE(shownPaths.size(), 1);
+
+        // Started with the login: straight to the tray, and a restore centres the window.
+        window->tray()->contextMenu()->actions().first()->trigger();
+        window->handleCommandLine({ "halvoren", "--autostart" });
+        QTRY_VERIFY(!window->isVisible());
+        QVERIFY(window->tray()->isVisible());
+        const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
+        const QRect frame = window->frameGeometry();
+        QCOMPARE(window->restorePosition(),
+                 QPoint((area.left() + area.right()) / 2 - frame.width() / 2,
+                        (area.top() + area.bottom()) / 2 - frame.height() / 2));
+        QCOMPARE(answers::unanswered(), 0);
 
         ShowInFolder::setHooks({});
         TaskbarProgress::setSender({});
