@@ -29,7 +29,7 @@ test: bootstrap build
 	cd $(BUILD) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j $(JOBS)
 
 test-asan: bootstrap
-	cmake -S . -B $(ASAN_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DHALVOREN_SANITIZE=ON -DHALVOREN_BENCH=OFF $(CMAKE_FLAGS)
+	cmake -S . -B $(ASAN_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG="-g -O1" -DHALVOREN_SANITIZE=ON -DHALVOREN_BENCH=OFF $(CMAKE_FLAGS)
 	cmake --build $(ASAN_BUILD) -j $(JOBS)
 	cd $(ASAN_BUILD) && QT_QPA_PLATFORM=offscreen ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
 	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 ctest --output-on-failure -j $(JOBS)
@@ -40,7 +40,7 @@ TSAN_BUILD ?= build-tsan
 # waiting worker handed over) can still be traced to the slot that the suppressions name.
 TSAN_OPTIONS = halt_on_error=1 history_size=7 suppressions=$(CURDIR)/tests/tsan.supp
 test-tsan: bootstrap
-	cmake -S . -B $(TSAN_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DHALVOREN_TSAN=ON -DHALVOREN_BENCH=OFF $(CMAKE_FLAGS)
+	cmake -S . -B $(TSAN_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG="-g -O1" -DHALVOREN_TSAN=ON -DHALVOREN_BENCH=OFF $(CMAKE_FLAGS)
 	cmake --build $(TSAN_BUILD) -j $(JOBS) --target test_packagethread test_platform test_package
 	cd $(TSAN_BUILD) && TSAN_OPTIONS="$(TSAN_OPTIONS)" \
 	  ./tests/test_platform --gtest_filter='StreamPipeline*'
