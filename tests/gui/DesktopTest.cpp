@@ -15,7 +15,7 @@
 #include <QTextDocument>
 #include <QUrlQuery>
 
-#include "Sandbox.h"
+#include "QtTestSupport.h"
 #include "ui/AboutDialog.h"
 #include "ui/desktop/HelpFile.h"
 #include "ui/desktop/MapiMail.h"
@@ -103,27 +103,18 @@ class DesktopTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void aboutDialogShowsNameVersionAndLinks()
+    void aboutDialogShowsNameVersionAndLinksAndClosesWithOk()
     {
         AboutDialog dialog;
         QCOMPARE(dialog.windowTitle(), QStringLiteral("About Halvoren"));
-        QCOMPARE(dialog.objectName(), QStringLiteral("AboutDialog"));
         QCOMPARE(dialog.size(), QSize(412, 197));
         QCOMPARE(dialog.minimumSize(), dialog.maximumSize());
-        const Qt::WindowFlags flags = dialog.windowFlags();
-        QVERIFY(flags.testFlag(Qt::Dialog));
-        QVERIFY(flags.testFlag(Qt::MSWindowsFixedSizeDialogHint));
-        QVERIFY(flags.testFlag(Qt::WindowTitleHint));
 
         auto* picture = dialog.findChild<QLabel*>(QStringLiteral("label"));
         auto* text = dialog.findChild<QLabel*>(QStringLiteral("label_2"));
         auto* ok = dialog.findChild<QPushButton*>(QStringLiteral("closeButton"));
         QVERIFY(picture && text && ok);
-        QCOMPARE(picture->geometry(), QRect(10, 20, 100, 100));
-        QCOMPARE(text->geometry(), QRect(130, 10, 280, 140));
-        QCOMPARE(ok->geometry(), QRect(320, 170, 83, 22));
         QCOMPARE(ok->text(), QStringLiteral("OK"));
-        QVERIFY(picture->hasScaledContents());
         QVERIFY(!picture->pixmap().isNull());
         QVERIFY(text->openExternalLinks());
 
@@ -156,14 +147,10 @@ private slots:
         QCOMPARE(heading.fontPointSize(), 10.0);
         QCOMPARE(heading.fontWeight(), 600);
         QVERIFY(document.begin().next().begin().fragment().charFormat().fontWeight() < 600);
-    }
 
-    void aboutDialogClosesWithOk()
-    {
-        AboutDialog dialog;
         dialog.show();
         QVERIFY(QTest::qWaitForWindowExposed(&dialog));
-        QTest::mouseClick(dialog.findChild<QPushButton*>(QStringLiteral("closeButton")), Qt::LeftButton);
+        QTest::mouseClick(ok, Qt::LeftButton);
         QVERIFY(!dialog.isVisible());
         QCOMPARE(dialog.result(), int(QDialog::Accepted));
     }
@@ -324,16 +311,7 @@ private slots:
 int main(int argc, char** argv)
 {
     Q_INIT_RESOURCE(halvoren);
-    if (!enterSandbox())
-        return 2;
-    int result = 0;
-    {
-        QApplication app(argc, argv);
-        DesktopTest test;
-        result = QTest::qExec(&test, argc, argv);
-    }
-    leaveSandbox();
-    return result;
+    return runQtTest<DesktopTest>(argc, argv);
 }
 
 #include "DesktopTest.moc"

@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "Sandbox.h"
+#include "QtTestSupport.h"
 #include "TestSupport.h"
 #include "contacts/RecipientsStore.h"
 #include "crypto/CertificateStore.h"
@@ -154,18 +154,6 @@ private slots:
     }
 };
 
-int main(int argc, char** argv)
-{
-    if (!enterSandbox())
-        return 2;
-    int result = 0;
-    {
-        QApplication app(argc, argv);
-        FolderWalkTest test;
-        result = QTest::qExec(&test, argc, argv);
-    }
-    leaveSandbox();
-    return result;
-}
+int main(int argc, char** argv) { return runQtTest<FolderWalkTest>(argc, argv); }
 
 #include "FolderWalkTest.moc"

@@ -8,7 +8,7 @@
 #include <filesystem>
 #include <functional>
 
-#include "Sandbox.h"
+#include "QtTestSupport.h"
 #include "TestSupport.h"
 #include "crypto/CertificateStore.h"
 #include "crypto/IdentityCertificate.h"
@@ -256,15 +256,6 @@ private slots:
     void cleanupTestCase() { closeCertificateStore(); }
 };
 
-int main(int argc, char** argv)
-{
-    if (!enterSandbox())
-        return 2;
-    QCoreApplication app(argc, argv);
-    PackageThreadTest test;
-    const int result = QTest::qExec(&test, argc, argv);
-    leaveSandbox();
-    return result;
-}
+int main(int argc, char** argv) { return runQtTest<PackageThreadTest, QCoreApplication>(argc, argv); }
 
 #include "PackageThreadTest.moc"

@@ -14,7 +14,7 @@
 #include <QSet>
 #include <QTest>
 
-#include "Sandbox.h"
+#include "QtTestSupport.h"
 
 using namespace testing_support;
 
@@ -202,18 +202,9 @@ int main(int argc, char** argv)
 {
     // The resources live in the static GUI library; nothing else pulls them into this program.
     Q_INIT_RESOURCE(halvoren);
-    if (!enterSandbox())
-        return 2;
     // QIcon looks for @2x files only when the screen calls for them, so pretend a high-DPI screen.
     qputenv("QT_SCALE_FACTOR", "2");
-    int result = 0;
-    {
-        QGuiApplication app(argc, argv);
-        ResourcesTest test;
-        result = QTest::qExec(&test, argc, argv);
-    }
-    leaveSandbox();
-    return result;
+    return runQtTest<ResourcesTest, QGuiApplication>(argc, argv);
 }
 
 #include "ResourcesTest.moc"

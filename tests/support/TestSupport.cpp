@@ -52,6 +52,32 @@ void writeText(const fs::path& path, const std::string& text)
     out << text;
 }
 
+std::string readText(const fs::path& path)
+{
+    const std::vector<std::uint8_t> bytes = readBytes(path);
+    return std::string(bytes.begin(), bytes.end());
+}
+
+std::map<std::string, std::vector<std::uint8_t>> treeContents(const fs::path& root)
+{
+    std::map<std::string, std::vector<std::uint8_t>> contents;
+    for (const auto& entry : fs::recursive_directory_iterator(root))
+        if (entry.is_regular_file())
+            contents[fs::relative(entry.path(), root).string()] = readBytes(entry.path());
+    return contents;
+}
+
+std::string hex(const std::uint8_t* bytes, std::size_t size)
+{
+    static const char digits[] = "0123456789abcdef";
+    std::string text;
+    for (std::size_t i = 0; i < size; ++i) {
+        text += digits[bytes[i] >> 4];
+        text += digits[bytes[i] & 15];
+    }
+    return text;
+}
+
 std::vector<std::uint8_t> randomBytes(std::size_t size, std::uint32_t seed)
 {
     std::mt19937 generator(seed);

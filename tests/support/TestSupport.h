@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -23,7 +24,12 @@ std::string u8(const std::u16string& text);
 std::vector<std::uint8_t> readBytes(const std::filesystem::path& path);
 void writeBytes(const std::filesystem::path& path, const std::vector<std::uint8_t>& bytes);
 void writeText(const std::filesystem::path& path, const std::string& text);
+std::string readText(const std::filesystem::path& path);
 std::vector<std::uint8_t> randomBytes(std::size_t size, std::uint32_t seed = 1);
+// Every regular file below `root`, by its path relative to `root`, with its contents.
+std::map<std::string, std::vector<std::uint8_t>> treeContents(const std::filesystem::path& root);
+// Lower-case hex of the bytes.
+std::string hex(const std::uint8_t* bytes, std::size_t size);
 
 // Files in $TMPDIR whose names start with "KVX": what the engine must never leave behind.
 std::vector<std::filesystem::path> leftoverTempFiles();

@@ -17,12 +17,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string readText(const fs::path& path)
-{
-    const auto bytes = readBytes(path);
-    return std::string(bytes.begin(), bytes.end());
-}
-
 struct FaultReset {
     ~FaultReset() { platform::faults::reset(); }
 };

@@ -20,12 +20,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string readText(const fs::path& path)
-{
-    const auto bytes = readBytes(path);
-    return std::string(bytes.begin(), bytes.end());
-}
-
 class RecipientsStoreTest : public ::testing::Test {
 protected:
     // Real RSA identities are slow to make, so the suite makes three and every test files them

@@ -9,6 +9,7 @@
 #include "platform/StatusCodes.h"
 
 using namespace crypto_tests;
+using testing_support::hex;
 using testing_support::randomBytes;
 using testing_support::readBytes;
 using testing_support::u16;

@@ -65,15 +65,4 @@ inline fs::path opensslCertificate(const fs::path& folder, const std::string& st
     return run(command) == 0 ? cert : fs::path();
 }
 
-inline std::string hex(const std::uint8_t* bytes, std::size_t size)
-{
-    static const char digits[] = "0123456789abcdef";
-    std::string out;
-    for (std::size_t i = 0; i < size; ++i) {
-        out += digits[bytes[i] >> 4];
-        out += digits[bytes[i] & 0xF];
-    }
-    return out;
-}
-
 }  // namespace crypto_tests

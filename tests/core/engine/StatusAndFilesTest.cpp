@@ -61,7 +61,6 @@ TEST(EngineStatus, MessageIsCachedUntilTheCodeChangesAndCopiesLookUpAgain)
     EngineStatus copy(status);
     EXPECT_EQ(copy.code(), status.code());
     EXPECT_EQ(copy.severity(), status.severity());
-    EXPECT_EQ(copy.cachedCode(), 0u - status.code());
     EXPECT_EQ(copy.message(), status.message());
     EXPECT_EQ(copy.lookUps(), 1u);
 
@@ -247,17 +246,6 @@ int recordHash(std::uint32_t operation, std::int64_t total, std::int64_t process
     hashLog->processed.push_back(processed);
     return static_cast<int>(hashLog->processed.size()) == hashLog->stopAt ? 0 : 1;
 }
-
-std::string hex(const Md5Digest& digest)
-{
-    static const char digits[] = "0123456789abcdef";
-    std::string text;
-    for (auto byte : digest) {
-        text += digits[byte >> 4];
-        text += digits[byte & 15];
-    }
-    return text;
-}
 }  // namespace
 
 TEST(HashFile, HashesFromThePositionWithOneReportPerKilobyte)
@@ -274,7 +262,7 @@ TEST(HashFile, HashesFromThePositionWithOneReportPerKilobyte)
     ASSERT_TRUE(empty.open(u16(folder / "empty"), win::OPEN_EXISTING, win::GENERIC_READ, 3));
     auto digest = hashFile(empty.handle(), recordHash, nullptr);
     ASSERT_TRUE(digest);
-    EXPECT_EQ(hex(*digest), "d41d8cd98f00b204e9800998ecf8427e");
+    EXPECT_EQ(hex(digest->data(), digest->size()), "d41d8cd98f00b204e9800998ecf8427e");
     EXPECT_TRUE(log.processed.empty());
 
     ScopedFile twenty;
@@ -282,11 +270,12 @@ TEST(HashFile, HashesFromThePositionWithOneReportPerKilobyte)
     platform::seekFile(twenty.handle(), 20, platform::SeekFrom::Begin);
     digest = hashFile(twenty.handle(), recordHash, nullptr);
     ASSERT_TRUE(digest);
-    EXPECT_EQ(hex(*digest), "d41d8cd98f00b204e9800998ecf8427e");
+    EXPECT_EQ(hex(digest->data(), digest->size()), "d41d8cd98f00b204e9800998ecf8427e");
 
     ScopedFile abc;
     ASSERT_TRUE(abc.open(u16(folder / "abc"), win::OPEN_EXISTING, win::GENERIC_READ, 3));
-    EXPECT_EQ(hex(*hashFile(abc.handle(), nullptr, nullptr)), "900150983cd24fb0d6963f7d28e17f72");
+    digest = hashFile(abc.handle(), nullptr, nullptr);
+    EXPECT_EQ(hex(digest->data(), digest->size()), "900150983cd24fb0d6963f7d28e17f72");
 
     ScopedFile big;
     ASSERT_TRUE(big.open(u16(folder / "big"), win::OPEN_EXISTING, win::GENERIC_READ, 3));

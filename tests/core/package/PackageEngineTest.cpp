@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "PackageBytes.h"
+#include "Reports.h"
 #include "TestSupport.h"
 #include "crypto/CertificateStore.h"
 #include "crypto/CryptoSession.h"
@@ -23,44 +24,11 @@
 #include "platform/FaultInjection.h"
 #include "platform/Profile.h"
 
+using namespace package_tests;
 using namespace testing_support;
 namespace fs = std::filesystem;
 
 namespace {
-
-struct Report {
-    std::uint32_t operation;
-    std::int64_t total;
-    std::int64_t processed;
-    std::u16string fileName;
-    std::uint32_t code;
-};
-
-// The engine's callback as a test sees it: every report recorded, answers chosen per report.
-struct Session {
-    KvxUtils::UserParameter record;
-    std::vector<Report> reports;
-    std::function<int(const Report&)> answer = [](const Report&) { return 1; };
-
-    int count(std::uint32_t operation) const
-    {
-        return static_cast<int>(std::count_if(reports.begin(), reports.end(),
-                                              [&](const Report& r) { return r.operation == operation; }));
-    }
-};
-Session* current = nullptr;
-
-int sessionCallback(std::uint32_t operation, std::int64_t total, std::int64_t processed,
-                    KvxUtils::UserParameter* parameter)
-{
-    Report report {operation, total, processed, {}, 0};
-    if (parameter->fileName)
-        report.fileName = parameter->fileName;
-    if (operation == OpError)
-        report.code = parameter->status.code();
-    current->reports.push_back(report);
-    return current->answer(report);
-}
 
 ContactRecord makeContact(const std::u16string& name)
 {
@@ -73,16 +41,6 @@ ContactRecord makeContact(const std::u16string& name)
     }
     record.name = name;
     return record;
-}
-
-std::map<std::string, Bytes> treeContents(const fs::path& root)
-{
-    std::map<std::string, Bytes> contents;
-    for (const auto& entry : fs::recursive_directory_iterator(root)) {
-        if (entry.is_regular_file())
-            contents[fs::relative(entry.path(), root).string()] = readBytes(entry.path());
-    }
-    return contents;
 }
 
 mode_t modeOf(const fs::path& path)
@@ -175,8 +133,8 @@ protected:
         writeBytes(source / "sub" / "b.bin", randomBytes(4096 * 3 + 17, 11));
         writeText(source / "sub" / "deeper" / "empty", "");
         writeBytes(source / "sub" / "deeper" / "c.bin", randomBytes(70000, 12));
-        session = Session {};
-        current = &session;
+        session = Recorder {};
+        active = &session;
     }
     void TearDown() override
     {
@@ -198,7 +156,7 @@ protected:
     {
         auto engine = std::make_unique<PackageEngine>(me);
         engine->setNameMode(NameModeFullPath);
-        engine->setCallback(sessionCallback);
+        engine->setCallback(recordingCallback);
         engine->setUserParameter(&session.record);
         return engine;
     }
@@ -228,7 +186,7 @@ protected:
     static ContactRecord* dan;
     fs::path folder;
     fs::path source;
-    Session session;
+    Recorder session;
 };
 
 fs::path* PackageEngineTest::profile = nullptr;
@@ -280,9 +238,6 @@ TEST_F(PackageEngineTest, PlainPackageRecreatesTheFoldersBelowTheTarget)
     const fs::path landed = out / fs::relative(source, "/");
     EXPECT_EQ(treeContents(landed), treeContents(source));
     EXPECT_EQ(session.count(OpError), 0);
-    struct stat info {};
-    ASSERT_EQ(stat((landed / "a.txt").c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0077, 0044u & ~0022u & 0077u);
 }
 
 TEST_F(PackageEngineTest, EachRecipientOpensTheEncryptedPackageAndAnOutsiderIsToldSo)
@@ -295,28 +250,25 @@ TEST_F(PackageEngineTest, EachRecipientOpensTheEncryptedPackageAndAnOutsiderIsTo
     EXPECT_EQ(getU32(bytes.data() + 28), 2u);
 
     for (const ContactRecord* reader : {bob, cid}) {
-        session = Session {};
+        session = Recorder {};
         const fs::path out = folder / ("out-" + u8(reader->name));
         ASSERT_TRUE(extract(*reader, folder / "secret.kvx", out).ok()) << u8(reader->name);
         EXPECT_EQ(treeContents(out / fs::relative(source, "/")), treeContents(source));
         EXPECT_GT(session.count(OpDecrypt), 0);
     }
 
-    session = Session {};
+    session = Recorder {};
     const fs::path out = folder / "out-dan";
     const EngineStatus refused = extract(*dan, folder / "secret.kvx", out);
     EXPECT_EQ(refused.code(), win::ERROR_CANNOT_MAKE);
     ASSERT_EQ(session.count(OpError), 1);
-    EXPECT_EQ(std::find_if(session.reports.begin(), session.reports.end(),
-                           [](const Report& r) { return r.operation == OpError; })
-                  ->code,
-              win::CRYPT_E_RECIPIENT_NOT_FOUND);
+    EXPECT_EQ(session.first(OpError)->code, win::CRYPT_E_RECIPIENT_NOT_FOUND);
     EXPECT_TRUE(fs::is_empty(out));
 
     Bytes tampered = bytes;
     tampered[tampered.size() / 2] ^= 1;
     writeBytes(folder / "tampered.kvx", tampered);
-    session = Session {};
+    session = Recorder {};
     EXPECT_EQ(extract(*bob, folder / "tampered.kvx", folder / "out-t").code(), win::ERROR_BAD_FORMAT);
     EXPECT_EQ(session.count(OpError), 1);
 }
@@ -328,21 +280,20 @@ TEST_F(PackageEngineTest, UnreadableSourcesAreSkippedOrStopTheRunAsTheCallbackSa
 
     ASSERT_TRUE(create(files, folder / "skip.kvx", {bob}).ok());
     ASSERT_EQ(session.count(OpError), 1);
-    const Report& skipped = *std::find_if(session.reports.begin(), session.reports.end(),
-                                          [](const Report& r) { return r.operation == OpError; });
+    const Report& skipped = *session.first(OpError);
     EXPECT_EQ(skipped.code, win::ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(skipped.fileName, u16(source / "vanished.txt"));
     ASSERT_TRUE(extract(*bob, folder / "skip.kvx", folder / "out").ok());
     EXPECT_EQ(treeContents(folder / "out" / fs::relative(source, "/")), treeContents(source));
 
-    session = Session {};
-    session.answer = [](const Report& r) { return r.operation == OpError ? 0 : 1; };
+    session = Recorder {};
+    session.stopWhen = [](const Report& r) { return r.operation == OpError; };
     const EngineStatus stopped = create(files, folder / "stop.kvx", {bob});
     EXPECT_EQ(stopped.severity(), SeverityStopped);
     EXPECT_FALSE(fs::exists(folder / "stop.kvx"));
 
     // Every source skipped: nothing to package, and no package.
-    session = Session {};
+    session = Recorder {};
     EXPECT_TRUE(create({u16(source / "gone1"), u16(source / "gone2")}, folder / "none.kvx", {bob}).ok());
     EXPECT_EQ(session.count(OpError), 2);
     EXPECT_FALSE(fs::exists(folder / "none.kvx"));
@@ -362,23 +313,25 @@ TEST_F(PackageEngineTest, AStopOrFailureInAnyPhaseLeavesTheEarlierPackageAndNoTe
     writeText(package, "earlier package");
     struct Case {
         const char* what;
-        std::function<int(const Report&)> answer;
+        std::function<bool(const Report&)> stopWhen;
         bool encrypted;
         std::uint32_t code;
         std::uint32_t severity;
     };
+    const auto at
+        = [](std::uint32_t operation) { return [operation](const Report& r) { return r.operation == operation; }; };
     const std::vector<Case> cases {
-        {"copy, plain", [](const Report& r) { return r.operation == OpWriteFile ? 0 : 1; }, false, 0, SeverityStopped},
-        {"copy", [](const Report& r) { return r.operation == OpWriteFile ? 0 : 1; }, true, 0, SeverityStopped},
-        {"hash, plain", [](const Report& r) { return r.operation == OpHash ? 0 : 1; }, false, win::NTE_BAD_HASH, SeverityError},
-        {"hash", [](const Report& r) { return r.operation == OpHash ? 0 : 1; }, true, win::NTE_BAD_HASH, SeverityError},
-        {"encrypt", [](const Report& r) { return r.operation == OpEncrypt ? 0 : 1; }, true, win::ERROR_CANNOT_MAKE, SeverityError},
-        {"outer copy", [](const Report& r) { return r.operation == OpWriteFile && r.fileName.rfind(u"KVX", 0) == 0 ? 0 : 1; },
-         true, 0, SeverityStopped},
+        { "copy, plain", at(OpWriteFile), false, 0, SeverityStopped },
+        { "copy", at(OpWriteFile), true, 0, SeverityStopped },
+        { "hash, plain", at(OpHash), false, win::NTE_BAD_HASH, SeverityError },
+        { "hash", at(OpHash), true, win::NTE_BAD_HASH, SeverityError },
+        { "encrypt", at(OpEncrypt), true, win::ERROR_CANNOT_MAKE, SeverityError },
+        { "outer copy", [](const Report& r) { return r.operation == OpWriteFile && r.fileName.rfind(u"KVX", 0) == 0; },
+            true, 0, SeverityStopped },
     };
     for (const Case& c : cases) {
-        session = Session {};
-        session.answer = c.answer;
+        session = Recorder {};
+        session.stopWhen = c.stopWhen;
         const EngineStatus status = create(sourceFiles(), package, c.encrypted ? std::vector<const ContactRecord*> {bob}
                                                                                : std::vector<const ContactRecord*> {});
         EXPECT_EQ(status.code(), c.code) << c.what;
@@ -390,7 +343,7 @@ TEST_F(PackageEngineTest, AStopOrFailureInAnyPhaseLeavesTheEarlierPackageAndNoTe
     }
 
     // A full disk while the outer package is written, and a folder that isn't there.
-    session = Session {};
+    session = Recorder {};
     platform::faults::failAfter(platform::faults::Kind::Write, 3, win::ERROR_DISK_FULL, true);
     EXPECT_EQ(create(sourceFiles(), package, {bob}).code(), win::ERROR_DISK_FULL);
     platform::faults::reset();
@@ -398,7 +351,7 @@ TEST_F(PackageEngineTest, AStopOrFailureInAnyPhaseLeavesTheEarlierPackageAndNoTe
     EXPECT_EQ(create(sourceFiles(), folder / "missing" / "p.kvx", {bob}).code(), win::ERROR_FILE_NOT_FOUND);
 
     // A run that succeeds replaces the earlier package.
-    session = Session {};
+    session = Recorder {};
     ASSERT_TRUE(create(sourceFiles(), package, {bob}).ok());
     EXPECT_GT(readBytes(package).size(), 15u);
 }
@@ -407,19 +360,16 @@ TEST_F(PackageEngineTest, ExtractionStopsAndFailuresReportClearly)
 {
     ASSERT_TRUE(create(sourceFiles(), folder / "p.kvx", {bob}).ok());
 
-    session = Session {};
-    session.answer = [](const Report& r) { return r.operation == OpDecrypt ? 0 : 1; };
+    session = Recorder {};
+    session.stopWhen = [](const Report& r) { return r.operation == OpDecrypt; };
     EXPECT_EQ(extract(*bob, folder / "p.kvx", folder / "o1").code(), win::ERROR_CANNOT_MAKE);
 
-    session = Session {};
-    session.answer = [](const Report& r) { return r.operation == OpExtractFile ? 0 : 1; };
+    // Stopped while the cipher text is still being copied out of the outer package.
+    session = Recorder {};
+    session.stopWhen = [](const Report& r) { return r.operation == OpExtractFile; };
     EXPECT_EQ(extract(*bob, folder / "p.kvx", folder / "o2").code(), win::ERROR_CANCELLED);
 
-    session = Session {};
-    session.answer = [](const Report& r) { return r.operation == OpHash ? 0 : 1; };
-    EXPECT_EQ(extract(*bob, folder / "p.kvx", folder / "o3").code(), win::NTE_BAD_HASH);
-
-    session = Session {};
+    session = Recorder {};
     EXPECT_EQ(extract(*bob, folder / "absent.kvx", folder / "o4").code(), win::ERROR_FILE_INVALID);
     auto engine = engineFor(*bob);
     EXPECT_EQ(engine->extract().code(), win::ERROR_INVALID_PARAMETER);
@@ -462,7 +412,7 @@ TEST_F(PackageEngineTest, NothingIsEverWrittenOutsideTheChosenFolder)
     };
     for (const Case& c : cases) {
         writeBytes(folder / "h.kvx", craftedPackage({{EntryTypeData, u"first", {'1'}}, {EntryTypeData, c.name, {'x'}}}));
-        session = Session {};
+        session = Recorder {};
         const EngineStatus status = extract(*bob, folder / "h.kvx", out);
         EXPECT_EQ(status.code(), c.code) << u8(c.name).substr(0, 40);
         if (!c.landsAt.empty()) {
@@ -489,7 +439,7 @@ TEST_F(PackageEngineTest, NothingIsEverWrittenOutsideTheChosenFolder)
     writeBytes(folder / "wrapped.kvx", craftedPackage({{EntryTypeKey, u"k", readBytes(folder / "inner.key")},
                                                        {EntryTypeData, u"d", readBytes(folder / "inner.data")}},
                                                       ContainerTypeEncrypted));
-    session = Session {};
+    session = Recorder {};
     EXPECT_EQ(extract(*bob, folder / "wrapped.kvx", out).code(), win::ERROR_INVALID_NAME);
     EXPECT_FALSE(fs::exists(folder / "escape"));
     EXPECT_FALSE(fs::exists(folder.parent_path() / "escape"));
@@ -504,19 +454,19 @@ TEST_F(PackageEngineTest, LargeFilesGiveTheSameResultsAndStopTheSameWay)
     EXPECT_EQ(treeContents(folder / "out" / fs::relative(source, "/")), treeContents(source));
 
     for (const std::uint32_t phase : {OpWriteFile, OpHash, OpEncrypt}) {
-        session = Session {};
-        session.answer = [phase](const Report& r) { return r.operation == phase && r.processed > (10 << 20) ? 0 : 1; };
+        session = Recorder {};
+        session.stopWhen = [phase](const Report& r) { return r.operation == phase && r.processed > (10 << 20); };
         EXPECT_FALSE(create(sourceFiles(), folder / "stopped.kvx", {bob}).ok()) << phase;
         EXPECT_FALSE(fs::exists(folder / "stopped.kvx")) << phase;
         EXPECT_TRUE(leftoverTempFiles().empty()) << phase;
     }
     for (const std::uint32_t phase : {OpHash, OpDecrypt, OpExtractFile}) {
-        session = Session {};
+        session = Recorder {};
         // Extraction's stop is made in the large file itself, not while the cipher text is
         // copied out of the outer package.
-        session.answer = [phase](const Report& r) {
+        session.stopWhen = [phase](const Report& r) {
             const bool inLargeFile = phase != OpExtractFile || r.fileName.find(u"large.bin") != std::u16string::npos;
-            return r.operation == phase && r.processed > (10 << 20) && inLargeFile ? 0 : 1;
+            return r.operation == phase && r.processed > (10 << 20) && inLargeFile;
         };
         fs::remove_all(folder / "out");
         EXPECT_FALSE(extract(*bob, folder / "large.kvx", folder / "out").ok()) << phase;
@@ -524,14 +474,13 @@ TEST_F(PackageEngineTest, LargeFilesGiveTheSameResultsAndStopTheSameWay)
     }
     // The stop came in the middle of the large file, and no part of it was left.
     const fs::path partial = folder / "out" / fs::relative(source / "large.bin", "/");
-    const auto last = std::find_if(session.reports.rbegin(), session.reports.rend(),
-                                   [](const Report& r) { return r.operation == OpExtractFile; });
-    ASSERT_NE(last, session.reports.rend());
+    const Report* last = session.last(OpExtractFile);
+    ASSERT_TRUE(last);
     EXPECT_GT(last->processed, 10 << 20);
     EXPECT_LT(last->processed, last->total);
     EXPECT_FALSE(fs::exists(partial));
 
-    session = Session {};
+    session = Recorder {};
     platform::faults::failAfter(platform::faults::Kind::Write, 30, win::ERROR_DISK_FULL, true);
     // Depending on where the disk fills, the package or its encryption (82, as a whole) fails.
     const EngineStatus full = create(sourceFiles(), folder / "full.kvx", {bob});
@@ -564,24 +513,21 @@ TEST_F(PackageEngineTest, ExtractionReplacesAFileOnlyWithTheWholeEntry)
 
     // A stop in the middle of the large entry: same reports, same status, earlier file intact.
     earlierFiles();
-    session = Session {};
-    session.answer = [](const Report& r) {
-        return r.operation == OpExtractFile && r.fileName.find(u"c.bin") != std::u16string::npos && r.processed > 8192
-            ? 0
-            : 1;
+    session = Recorder {};
+    session.stopWhen = [](const Report& r) {
+        return r.operation == OpExtractFile && r.fileName.find(u"c.bin") != std::u16string::npos && r.processed > 8192;
     };
     EXPECT_EQ(extract(*bob, folder / "p.kvx", out).code(), win::ERROR_CANCELLED);
     expectEarlierFiles("stop");
-    const auto stopAt = std::find_if(
-        session.reports.rbegin(), session.reports.rend(), [](const Report& r) { return r.operation == OpExtractFile; });
-    ASSERT_NE(stopAt, session.reports.rend());
+    const Report* stopAt = session.last(OpExtractFile);
+    ASSERT_TRUE(stopAt);
     EXPECT_EQ(stopAt->processed, 3 * 4096);
     EXPECT_EQ(stopAt->total, 70000);
 
     // A full disk at each write of the run up to the large entry's.
     for (int at = 0; at < 3; ++at) {
         earlierFiles();
-        session = Session {};
+        session = Recorder {};
         platform::faults::failAfter(platform::faults::Kind::Write, at, win::ERROR_DISK_FULL, true);
         const EngineStatus status = extract(*bob, folder / "p.kvx", out);
         platform::faults::reset();
@@ -594,7 +540,7 @@ TEST_F(PackageEngineTest, ExtractionReplacesAFileOnlyWithTheWholeEntry)
     writeText(outside, "not yours");
     fs::remove(landed / "a.txt");
     fs::create_hard_link(outside, landed / "a.txt");
-    session = Session {};
+    session = Recorder {};
     ASSERT_TRUE(extract(*bob, folder / "p.kvx", out).ok());
     EXPECT_EQ(readBytes(outside), (Bytes { 'n', 'o', 't', ' ', 'y', 'o', 'u', 'r', 's' }));
     EXPECT_EQ(treeContents(out), whole);
@@ -606,7 +552,7 @@ TEST_F(PackageEngineTest, ExtractionReplacesAFileOnlyWithTheWholeEntry)
     writeBytes(self / "p.kvx",
         craftedPackage(
             { { EntryTypeData, u"p.kvx", { 'n', 'e', 'w' } }, { EntryTypeData, u"after", randomBytes(50000, 3) } }));
-    session = Session {};
+    session = Recorder {};
     ASSERT_TRUE(extract(*bob, self / "p.kvx", self).ok());
     EXPECT_EQ(readBytes(self / "p.kvx"), (Bytes { 'n', 'e', 'w' }));
     EXPECT_EQ(readBytes(self / "after"), randomBytes(50000, 3));
@@ -643,12 +589,12 @@ TEST_F(PackageEngineTest, NewFilesHonourTheUmaskAndReplacedOnesKeepTheirMode)
     // While it is being made, nothing of the package shows beside its path.
     const auto before = treeContents(folder);
     std::vector<std::string> seen;
-    session = Session {};
-    session.answer = [&](const Report&) {
+    session = Recorder {};
+    session.stopWhen = [&](const Report&) {
         for (const auto& entry : fs::directory_iterator(folder))
             if (!before.count(entry.path().filename().string()) && !fs::is_directory(entry.path()))
                 seen.push_back(entry.path().filename().string());
-        return 1;
+        return false;
     };
     ASSERT_TRUE(create(sourceFiles(), folder / "n.kvx", { bob }).ok());
     EXPECT_TRUE(seen.empty()) << seen.front();
@@ -658,7 +604,7 @@ TEST_F(PackageEngineTest, APackagePathThatIsAFolderFailsBeforeAnyWork)
 {
     fs::create_directories(folder / "taken.kvx");
     for (const bool encrypted : { false, true }) {
-        session = Session {};
+        session = Recorder {};
         auto engine = engineFor(*ann);
         engine->setFiles(sourceFiles());
         engine->setPackagePath(u16(folder / "taken.kvx"));
@@ -747,12 +693,12 @@ TEST_F(PackageEngineTest, EveryFailureNamesWhatItConcernsInWordsAUserCanActOn)
 
     // A stop while the package is checked reads as a stop only.
     ASSERT_TRUE(create(sourceFiles(), folder / "p.kvx", { bob }).ok());
-    session = Session {};
-    session.answer = [](const Report& r) { return r.operation == OpHash ? 0 : 1; };
+    session = Recorder {};
+    session.stopWhen = [](const Report& r) { return r.operation == OpHash; };
     const auto stopped = textOf(folder / "p.kvx", folder / "o", true);
     EXPECT_EQ(stopped.first, win::NTE_BAD_HASH);
     EXPECT_EQ(stopped.second, platform::errorText(win::ERROR_CANCELLED));
-    session = Session {};
+    session = Recorder {};
 
     // The link that was refused, by its path.
     const fs::path out = folder / "links";
@@ -777,11 +723,11 @@ TEST_F(PackageEngineTest, EveryFailureNamesWhatItConcernsInWordsAUserCanActOn)
 
     // A source that shrinks while it is packed.
     writeBytes(source / "shrinking.bin", randomBytes(6u << 20, 5));
-    session = Session {};
-    session.answer = [&](const Report& r) {
+    session = Recorder {};
+    session.stopWhen = [&](const Report& r) {
         if (r.operation == OpWriteFile && r.fileName.find(u"shrinking") != std::u16string::npos)
             fs::resize_file(source / "shrinking.bin", 100);
-        return 1;
+        return false;
     };
     auto shrinking = engineFor(*ann);
     shrinking->setFiles({u16(source / "shrinking.bin")});
@@ -793,8 +739,8 @@ TEST_F(PackageEngineTest, EveryFailureNamesWhatItConcernsInWordsAUserCanActOn)
     EXPECT_FALSE(fs::exists(folder / "s.kvx"));
 
     // A source that can't be read at all, when the run stops for it.
-    session = Session {};
-    session.answer = [](const Report& r) { return r.operation == OpError ? 0 : 1; };
+    session = Recorder {};
+    session.stopWhen = [](const Report& r) { return r.operation == OpError; };
     auto engine = engineFor(*ann);
     engine->setFiles({ u16(source / "missing.txt") });
     engine->setPackagePath(u16(folder / "m.kvx"));

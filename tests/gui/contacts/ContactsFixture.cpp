@@ -6,6 +6,7 @@
 #include <QListWidget>
 #include <map>
 
+#include "QtTestSupport.h"
 #include "TestSupport.h"
 #include "crypto/CertificateStore.h"
 #include "crypto/IdentityCertificate.h"
@@ -36,7 +37,7 @@ namespace {
     }
 } // namespace
 
-QString keyFile(const std::string& name) { return QString::fromStdString((keyFolder() / (name + ".kvxk")).string()); }
+QString keyFile(const std::string& name) { return qpath(keyFolder() / (name + ".kvxk")); }
 
 QString pemCopy(const std::string& name, const fs::path& folder, const std::string& fileName)
 {
@@ -47,7 +48,7 @@ QString pemCopy(const std::string& name, const fs::path& folder, const std::stri
         pem += base64.mid(at, 64).toStdString() + "\n";
     pem += "-----END CERTIFICATE-----\n";
     writeText(folder / fileName, pem);
-    return QString::fromStdString((folder / fileName).string());
+    return qpath(folder / fileName);
 }
 
 bool freshProfile(RecipientsStore& store, fs::path& profile)

@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "ContactsFixture.h"
+#include "QtTestSupport.h"
 #include "TestSupport.h"
 #include "ui/contacts/QuickSearchLineEdit.h"
 #include "ui/desktop/ShowInFolder.h"
@@ -131,12 +132,12 @@ private slots:
             } });
         const fs::path folder = freshFolder("show");
         writeText(folder / "a b.kvxk", "x");
-        const QString file = QString::fromStdString((folder / "a b.kvxk").string());
+        const QString file = qpath(folder / "a b.kvxk");
 
         showInExplorer(file);
         QCOMPARE(shown, QStringList { QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded) });
         QVERIFY(shown.first().startsWith(QStringLiteral("file:///")));
-        QCOMPARE(opened, QList<QUrl> { QUrl::fromLocalFile(QString::fromStdString(folder.string())) });
+        QCOMPARE(opened, QList<QUrl> { QUrl::fromLocalFile(qpath(folder)) });
 
         fileManagerAnswers = true;
         showInExplorer(file);
@@ -153,7 +154,7 @@ private slots:
         QCOMPARE(opened.size(), 2);
         opened.removeLast();
 
-        showInExplorer(QString::fromStdString((folder / "missing.kvxk").string()));
+        showInExplorer(qpath(folder / "missing.kvxk"));
         showInExplorer(QString());
         QCOMPARE(shown.size(), 2);
         QCOMPARE(opened.size(), 1);

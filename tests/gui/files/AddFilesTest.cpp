@@ -13,7 +13,7 @@
 #include <QTreeView>
 #include <filesystem>
 
-#include "Sandbox.h"
+#include "QtTestSupport.h"
 #include "TestSupport.h"
 #include "ui/desktop/ItemActions.h"
 #include "ui/desktop/ShowInFolder.h"
@@ -24,8 +24,6 @@ using namespace testing_support;
 namespace fs = std::filesystem;
 
 namespace {
-
-QString qpath(const fs::path& path) { return QString::fromStdString(path.string()); }
 
 void makeFiles(const fs::path& folder, const QStringList& relative)
 {
@@ -82,13 +80,6 @@ struct Marks {
         return dialog.form()->filesTree->selectionModel()->isSelected(dialog.model()->index(path));
     }
 };
-
-void showActive(QWidget& widget)
-{
-    widget.show();
-    widget.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&widget));
-}
 
 } // namespace
 
@@ -295,18 +286,6 @@ private slots:
     }
 };
 
-int main(int argc, char** argv)
-{
-    if (!enterSandbox())
-        return 2;
-    int result = 0;
-    {
-        QApplication app(argc, argv);
-        AddFilesTest test;
-        result = QTest::qExec(&test, argc, argv);
-    }
-    leaveSandbox();
-    return result;
-}
+int main(int argc, char** argv) { return runQtTest<AddFilesTest>(argc, argv); }
 
 #include "AddFilesTest.moc"

@@ -17,7 +17,7 @@
 #include <QTreeWidget>
 #include <filesystem>
 
-#include "Sandbox.h"
+#include "QtTestSupport.h"
 #include "TestSupport.h"
 #include "ui/Dialogs.h"
 #include "ui/contacts/QuickSearchLineEdit.h"
@@ -35,8 +35,6 @@ namespace fs = std::filesystem;
 namespace answers = Dialogs::testing;
 
 namespace {
-
-QString qpath(const fs::path& path) { return QString::fromStdString(path.string()); }
 
 // Writes the files below the folder and returns their absolute paths.
 QStringList makeFiles(const fs::path& folder, const QStringList& relative)
@@ -135,13 +133,6 @@ public:
 private:
     const char* className;
 };
-
-void showActive(QWidget& widget)
-{
-    widget.show();
-    widget.activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(&widget));
-}
 
 // A key in the tree, with the list the active window again as after the search dialog it is.
 void pressInTree(FileListDlg& dialog, Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
@@ -620,18 +611,6 @@ private slots:
     }
 };
 
-int main(int argc, char** argv)
-{
-    if (!enterSandbox())
-        return 2;
-    int result = 0;
-    {
-        QApplication app(argc, argv);
-        FileListTest test;
-        result = QTest::qExec(&test, argc, argv);
-    }
-    leaveSandbox();
-    return result;
-}
+int main(int argc, char** argv) { return runQtTest<FileListTest>(argc, argv); }
 
 #include "FileListTest.moc"

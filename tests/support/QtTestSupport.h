@@ -1,0 +1,38 @@
+#pragma once
+// What the Qt test programs share: their main function, which runs one application and one test
+// object inside the program's private sandbox, and a few small helpers.
+
+#include <QApplication>
+#include <QString>
+#include <QTest>
+#include <filesystem>
+
+#include "Sandbox.h"
+
+namespace testing_support {
+
+inline QString qpath(const std::filesystem::path& path) { return QString::fromStdString(path.string()); }
+
+// Shows the widget and waits until it is the active window, as a user's click would leave it.
+inline void showActive(QWidget& widget)
+{
+    widget.show();
+    widget.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&widget));
+}
+
+template <class Test, class Application = QApplication> int runQtTest(int argc, char** argv)
+{
+    if (!enterSandbox())
+        return 2;
+    int result = 0;
+    {
+        Application app(argc, argv);
+        Test test;
+        result = QTest::qExec(&test, argc, argv);
+    }
+    leaveSandbox();
+    return result;
+}
+
+} // namespace testing_support
