@@ -505,6 +505,24 @@ TEST_F(CliTest, UsageErrorsHelpAndExitCodes)
     EXPECT_FALSE(fs::exists(o));
 }
 
+namespace {
+// Waits until the tool has the file open, so that a signal sent then finds it at work with its
+// handlers in place, however slowly it started (a sanitizer build starts slowly).
+void waitUntilOpen(pid_t child, const fs::path& file)
+{
+    const fs::path wanted = fs::weakly_canonical(file);
+    for (int tries = 0; tries < 2000; ++tries) {
+        std::error_code error;
+        for (const auto& entry : fs::directory_iterator("/proc/" + std::to_string(child) + "/fd", error)) {
+            std::error_code ignored;
+            if (fs::read_symlink(entry.path(), ignored) == wanted)
+                return;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+}
+} // namespace
+
 TEST_F(CliTest, InterruptStopsTheRunAndLeavesNothingBehind)
 {
     // Ctrl-C, and the hang-up of a terminal that was closed.
@@ -526,8 +544,9 @@ void CliTest::interruptOnce(int signal)
         }
         const ToolRun run = runTool(
             { "--profile", (*root / "ann").string(), "encrypt", "--self", "-o", package.string(), big.string() },
-            [signal](pid_t child) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(400));
+            [signal, &big](pid_t child) {
+                waitUntilOpen(child, big);
+                std::this_thread::sleep_for(std::chrono::milliseconds(100));
                 kill(child, signal);
             });
         if (run.exitCode == 0)
@@ -572,8 +591,9 @@ TEST_F(CliTest, PackageFailuresNameTheFileAndAStopReadsAsAStopOnly)
         writeBytes(big, craftedPackage(1, entryHeader(EntryTypeData, 0, size - 52)));
         fs::resize_file(big, size);
         const ToolRun run = runTool({"--profile", (*root / "bob").string(), "decrypt", big.string(), "-C", out.string()},
-                                    [](pid_t child) {
-                                        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+                                    [&big](pid_t child) {
+                                        waitUntilOpen(child, big);
+                                        std::this_thread::sleep_for(std::chrono::milliseconds(50));
                                         kill(child, SIGINT);
                                     });
         if (run.exitCode == 1 && run.err.find(InvalidPackage) != std::string::npos
