@@ -90,6 +90,22 @@ bool needsQuotes(const std::u16string& value)
     return value.find_first_of(u",+=\"\r\n<>;") != std::u16string::npos;
 }
 
+// A value as subject text shows it: quoted, with inner quotes doubled, where it needs quotes.
+void appendValue(std::u16string& text, const std::u16string& value)
+{
+    if (!needsQuotes(value)) {
+        text += value;
+        return;
+    }
+    text += u'"';
+    for (char16_t c : value) {
+        text += c;
+        if (c == u'"')
+            text += u'"';
+    }
+    text += u'"';
+}
+
 std::u16string nameText(const X509_NAME* name)
 {
     std::u16string text;
@@ -110,18 +126,7 @@ std::u16string nameText(const X509_NAME* name)
             text += set == previousSet ? u" + " : u", ";
         previousSet = set;
         text += platform::fromUtf8(key) + u'=';
-        std::u16string value = entryValue(entry);
-        if (needsQuotes(value)) {
-            text += u'"';
-            for (char16_t c : value) {
-                text += c;
-                if (c == u'"')
-                    text += u'"';
-            }
-            text += u'"';
-        } else {
-            text += value;
-        }
+        appendValue(text, entryValue(entry));
     }
     return text;
 }
@@ -134,18 +139,7 @@ std::u16string valuesText(const X509_NAME* name)
     for (int i = 0; i < X509_NAME_entry_count(name); ++i) {
         if (i > 0)
             text += u", ";
-        std::u16string value = entryValue(X509_NAME_get_entry(name, i));
-        if (needsQuotes(value)) {
-            text += u'"';
-            for (char16_t c : value) {
-                text += c;
-                if (c == u'"')
-                    text += u'"';
-            }
-            text += u'"';
-        } else {
-            text += value;
-        }
+        appendValue(text, entryValue(X509_NAME_get_entry(name, i)));
     }
     return text;
 }

@@ -57,7 +57,10 @@ bool emptyIfNeeded(int fd, std::uint32_t disposition, const struct stat& info)
 }
 }  // namespace
 
-FileHandle openFile(const std::u16string& path, std::uint32_t disposition, std::uint32_t access, mode_t mode)
+namespace {
+// The part every open shares: a usable name, the fault hook, the open itself (again after a
+// signal) and the file's status, for the caller's own test of what it opened.
+FileHandle openAndStat(const std::u16string& path, int flags, mode_t mode, struct stat& info)
 {
     if (path.empty() || path.find(u'\0') != std::u16string::npos) {
         setLastError(path.empty() ? win::ERROR_PATH_NOT_FOUND : win::ERROR_INVALID_NAME);
@@ -65,9 +68,6 @@ FileHandle openFile(const std::u16string& path, std::uint32_t disposition, std::
     }
     if (faults::shouldFail(faults::Kind::Open))
         return InvalidHandle;
-
-    const int flags = accessFlags(disposition, access);
-
     const std::string native = toUtf8(path);
     int fd;
     do {
@@ -77,12 +77,21 @@ FileHandle openFile(const std::u16string& path, std::uint32_t disposition, std::
         setLastErrorFromErrno();
         return InvalidHandle;
     }
-    struct stat info {};
     if (::fstat(fd, &info) != 0) {
         setLastErrorFromErrno();
         ::close(fd);
         return InvalidHandle;
     }
+    return fd;
+}
+} // namespace
+
+FileHandle openFile(const std::u16string& path, std::uint32_t disposition, std::uint32_t access, mode_t mode)
+{
+    struct stat info {};
+    const int fd = openAndStat(path, accessFlags(disposition, access), mode, info);
+    if (fd < 0)
+        return InvalidHandle;
     if (S_ISDIR(info.st_mode)) {
         ::close(fd);
         setLastError(win::ERROR_ACCESS_DENIED);
@@ -95,26 +104,10 @@ FileHandle openFile(const std::u16string& path, std::uint32_t disposition, std::
 
 FileHandle openSourceFile(const std::u16string& path)
 {
-    if (path.empty() || path.find(u'\0') != std::u16string::npos) {
-        setLastError(path.empty() ? win::ERROR_PATH_NOT_FOUND : win::ERROR_INVALID_NAME);
-        return InvalidHandle;
-    }
-    if (faults::shouldFail(faults::Kind::Open))
-        return InvalidHandle;
-    int fd;
-    do {
-        fd = ::open(toUtf8(path).c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    } while (fd < 0 && errno == EINTR);
-    if (fd < 0) {
-        setLastErrorFromErrno();
-        return InvalidHandle;
-    }
     struct stat info {};
-    if (::fstat(fd, &info) != 0) {
-        setLastErrorFromErrno();
-        ::close(fd);
+    const int fd = openAndStat(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0, info);
+    if (fd < 0)
         return InvalidHandle;
-    }
     if (!S_ISREG(info.st_mode)) {
         ::close(fd);
         setLastError(S_ISDIR(info.st_mode) ? win::ERROR_ACCESS_DENIED : win::ERROR_CANT_ACCESS_FILE);

@@ -69,8 +69,9 @@ void createEmptyFile(const QString& path)
 
 MainWindow::MainWindow(QWidget* parent)
     : QMainWindow(parent)
-    , ui((initResources(), new Ui::MainWindow))
+    , ui(new Ui::MainWindow)
 {
+    initResources();
     ui->setupUi(this);
 
     cancelRequested = !startupCheck();
@@ -110,9 +111,10 @@ MainWindow::~MainWindow()
 bool MainWindow::startupCheck()
 {
     bool hasCertificates = false;
+    bool consistent = false;
     {
         // Read both halves under the shared lock, so that a change by the command-line tool in
-        // the middle can't look like a broken profile.
+        // the middle can't look like a broken profile. No dialog is shown while it is held.
         platform::ProfileLock lock(platform::ProfileLock::Mode::Shared);
         std::vector<CertificatePtr> certificates;
         listCertificates(certificates);
@@ -124,13 +126,12 @@ bool MainWindow::startupCheck()
                 return true;
             RecipientsStore probe;
             std::vector<ContactRecord> probeContacts;
-            if (probe.load(probeContacts, recipientsPath()).ok()) {
-                reportDamagedCertificates();
-                return true;
-            }
+            consistent = probe.load(probeContacts, recipientsPath()).ok();
         }
     }
     reportDamagedCertificates();
+    if (consistent)
+        return true;
 
     QMessageBox question(QMessageBox::Critical, qs(AppName),
                          tr("An error occurred during application startup. Do you want to reset all changes that "
@@ -423,29 +424,23 @@ void MainWindow::connectActions()
     connect(ui->act_MW_close_package, &QAction::triggered, this, &MainWindow::on_ClosePackage);
 
     // Rows 0 and 3 are one map: the end of the set-up and a closed package look the same.
-    auto row = [](std::initializer_list<std::pair<QAction*, bool>> entries) {
-        auto map = std::make_unique<QMap<QAction*, bool>>();
-        for (const auto& [action, on] : entries)
-            map->insert(action, on);
-        return map;
-    };
-    actionStateRows.push_back(row({ { ui->act_MW_create_package, true },
-                                    { ui->act_MW_open_package, true },
-                                    { ui->act_MW_add_files, true },
-                                    { ui->act_MW_view_files, true },
-                                    { ui->act_MW_close_package, false } }));
-    actionStateRows.push_back(row({ { ui->act_MW_create_package, false },
-                                    { ui->act_MW_open_package, false },
-                                    { ui->act_MW_add_files, true },
-                                    { ui->act_MW_view_files, true },
-                                    { ui->act_MW_close_package, true } }));
-    actionStateRows.push_back(row({ { ui->act_MW_create_package, false },
-                                    { ui->act_MW_open_package, false },
-                                    { ui->act_MW_add_files, false },
-                                    { ui->act_MW_view_files, false },
-                                    { ui->act_MW_close_package, true } }));
-    actionStates = { actionStateRows[0].get(), actionStateRows[1].get(), actionStateRows[2].get(),
-                     actionStateRows[0].get() };
+    using Row = QMap<QAction*, bool>;
+    actionStateRows = { Row { { ui->act_MW_create_package, true },
+                              { ui->act_MW_open_package, true },
+                              { ui->act_MW_add_files, true },
+                              { ui->act_MW_view_files, true },
+                              { ui->act_MW_close_package, false } },
+                        Row { { ui->act_MW_create_package, false },
+                              { ui->act_MW_open_package, false },
+                              { ui->act_MW_add_files, true },
+                              { ui->act_MW_view_files, true },
+                              { ui->act_MW_close_package, true } },
+                        Row { { ui->act_MW_create_package, false },
+                              { ui->act_MW_open_package, false },
+                              { ui->act_MW_add_files, false },
+                              { ui->act_MW_view_files, false },
+                              { ui->act_MW_close_package, true } } };
+    actionStates = { &actionStateRows[0], &actionStateRows[1], &actionStateRows[2], &actionStateRows[0] };
     applyActionState(0);
 
     restoreAction = new QAction(QIcon(QStringLiteral(":/ico/MainWindow/Res/restore.png")), tr("&Restore"), this);

@@ -11,6 +11,7 @@
 #include <QSet>
 #include <QSystemTrayIcon>
 #include <QUrl>
+#include <array>
 #include <atomic>
 #include <memory>
 #include <vector>
@@ -204,8 +205,8 @@ private:
     QString decryptHintText;
     QString viewHintText;
     QSet<quint32> ignoredCodes;
-    std::vector<QMap<QAction*, bool>*> actionStates;
-    std::vector<std::unique_ptr<QMap<QAction*, bool>>> actionStateRows;
+    std::array<QMap<QAction*, bool>, 3> actionStateRows;
+    std::array<const QMap<QAction*, bool>*, 4> actionStates {};
     QSystemTrayIcon* trayIcon = nullptr;
     QAction* restoreAction = nullptr;
     QAction* optionsAction = nullptr;

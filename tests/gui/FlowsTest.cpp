@@ -15,6 +15,7 @@
 #include <QTest>
 #include <filesystem>
 
+#include "QtTestSupport.h"
 #include "Sandbox.h"
 #include "TestSupport.h"
 #include "crypto/CertificateStore.h"
@@ -32,7 +33,6 @@ namespace fs = std::filesystem;
 namespace answers = Dialogs::testing;
 
 namespace {
-QString qpath(const fs::path& path) { return QString::fromStdString(path.string()); }
 
 void useProfile(const fs::path& folder)
 {
@@ -53,16 +53,7 @@ std::unique_ptr<MainWindow> startAs(const QString& name)
 
 void drop(MainWindow& window, const QList<QUrl>& urls)
 {
-    QMimeData data;
-    data.setUrls(urls);
-    QLabel* label = window.form()->dropBoxLabel;
-    const QPoint at = label->mapTo(&window, label->rect().center());
-    QDragEnterEvent enter(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(&window, &enter);
-    QDropEvent event(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(&window, &event);
-    QCoreApplication::processEvents();
-    QCoreApplication::processEvents();
+    dropFromOutside(window, *window.form()->dropBoxLabel, urls);
 }
 
 void chooseRecipient(MainWindow& window, const QString& name)
@@ -455,18 +446,6 @@ private slots:
     void cleanupTestCase() { closeCertificateStore(); }
 };
 
-int main(int argc, char** argv)
-{
-    if (!enterSandbox())
-        return 2;
-    int result = 0;
-    {
-        QApplication app(argc, argv);
-        FlowsTest test;
-        result = QTest::qExec(&test, argc, argv);
-    }
-    leaveSandbox();
-    return result;
-}
+int main(int argc, char** argv) { return runQtTest<FlowsTest>(argc, argv); }
 
 #include "FlowsTest.moc"

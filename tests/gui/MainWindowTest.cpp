@@ -19,6 +19,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "QtTestSupport.h"
 #include "Sandbox.h"
 #include "TestSupport.h"
 #include "contacts/ConfigStore.h"
@@ -97,21 +98,9 @@ QList<bool> actionRow(MainWindow& window)
 
 void dropUrls(MainWindow& window, const QList<QUrl>& urls)
 {
-    QMimeData data;
-    data.setUrls(urls);
-    // As a real drag: the window takes it only over dropBoxLabel, so it must be laid out.
+    // The window takes a drag only over dropBoxLabel, so it must be laid out.
     window.show();
-    QLabel* label = window.form()->dropBoxLabel;
-    const QPoint at = label->mapTo(&window, label->rect().center());
-    QDragEnterEvent enter(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(&window, &enter);
-    QVERIFY(enter.isAccepted());
-    QDropEvent drop(at, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(&window, &drop);
-    QVERIFY(drop.isAccepted());
-    // The collection is walked after the drop has ended (a queued signal).
-    QCoreApplication::processEvents();
-    QCoreApplication::processEvents();
+    QVERIFY(dropFromOutside(window, *window.form()->dropBoxLabel, urls));
 }
 
 void moveAllToRecipients(MainWindow& window)
@@ -127,6 +116,7 @@ class MainWindowTest : public QObject {
 
 private slots:
     void init() { answers::setStrict(true); }
+    void cleanupTestCase() { closeCertificateStore(); }
 
     void firstStartMakesTheOwnContactOnlyWhenAccepted()
     {
@@ -569,19 +559,6 @@ private slots:
     }
 };
 
-int main(int argc, char** argv)
-{
-    if (!enterSandbox())
-        return 2;
-    int result = 0;
-    {
-        QApplication app(argc, argv);
-        MainWindowTest test;
-        result = QTest::qExec(&test, argc, argv);
-        closeCertificateStore();
-    }
-    leaveSandbox();
-    return result;
-}
+int main(int argc, char** argv) { return runQtTest<MainWindowTest>(argc, argv); }
 
 #include "MainWindowTest.moc"
