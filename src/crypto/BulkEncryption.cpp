@@ -32,30 +32,31 @@ std::size_t chunkLength(std::uint32_t blockSize) { return 1000 - (1000 % blockSi
 
 enum class Direction { Encrypt, Decrypt };
 
-// The shared loop of both directions. Returns true only when the final chunk went through and
-// every callback said go on.
-// `loopRan` tells a failure inside the loop from one before it.
-bool runStream(Direction direction, const std::u16string& source, const std::u16string& target, const SessionKey* key,
-               std::uint32_t blockSize, EngineCallback callback, KvxUtils::UserParameter* userParameter, bool& loopRan,
-               RunningMd5* outputHash, std::int64_t hashFrom)
+// What a run writes besides the cipher stream's bytes.
+struct StreamOutput {
+    // The MD5 of the output from byte `hashFrom` on, taken on the calling thread.
+    RunningMd5* hash = nullptr;
+    std::int64_t hashFrom = 0;
+    // Sees every output block on the thread that writes it.
+    CryptoSession::OutputObserver observer;
+    // Set when the run failed because the target could not be written.
+    bool targetFailed = false;
+};
+
+// The shared loop of both directions, over `sourceSize` bytes from the current position of `in`
+// to the current position of `out`. Returns true only when the final chunk went through and
+// every callback said go on. `loopRan` tells a failure inside the loop from one before it.
+bool runStream(Direction direction, platform::FileHandle in, std::int64_t sourceSize, platform::FileHandle out,
+               const SessionKey* key, std::uint32_t blockSize, EngineCallback callback,
+               KvxUtils::UserParameter* userParameter, bool& loopRan, StreamOutput& output)
 {
     loopRan = false;
-    if (source.empty() || target.empty() || !key) {
+    if (in == platform::InvalidHandle || out == platform::InvalidHandle || !key) {
         platform::setLastError(win::ERROR_INVALID_PARAMETER);
         return false;
     }
-    ScopedFile in;
-    if (!in.open(source, win::OPEN_EXISTING, win::GENERIC_READ, win::FILE_SHARE_READ))
-        return false;
-    ScopedFile out;
-    if (!out.open(target, win::CREATE_ALWAYS, win::GENERIC_WRITE, win::FILE_SHARE_READ, platform::PrivateFileMode))
-        return false;
-
     const std::size_t chunk = chunkLength(blockSize);
-    std::int64_t sourceSize = 0;
-    if (!platform::fileSize(in.handle(), sourceSize))
-        return false;
-    if (sourceSize == 0) {
+    if (sourceSize <= 0) {
         // Not a failure of the loop: the empty target stays for the caller.
         platform::setLastError(win::ERROR_INVALID_DATA);
         return false;
@@ -76,9 +77,10 @@ bool runStream(Direction direction, const std::u16string& source, const std::u16
 
     const std::size_t blockLength = chunk * ChunksPerBuffer;
     // The disk is read ahead and written behind on a second thread while the cipher runs here.
-    platform::ReadAhead reader(in.handle(), blockLength);
+    platform::ReadAhead reader(in, blockLength, static_cast<std::uint64_t>(sourceSize));
     // Room for what the cipher holds back or adds: at most one block beyond the input, each way.
-    platform::WriteBehind writer(out.handle(), blockLength + 2 * blockSize, static_cast<std::uint64_t>(sourceSize));
+    platform::WriteBehind writer(out, blockLength + 2 * blockSize, static_cast<std::uint64_t>(sourceSize));
+    writer.observe(output.observer);
     std::int64_t written = 0;
     std::int64_t reported = 0;
     std::int64_t chunksDone = 0;
@@ -96,16 +98,16 @@ bool runStream(Direction direction, const std::u16string& source, const std::u16
         // on a chunk), and that chunk is the final one.
         finished = got < blockLength;
 
-        std::uint8_t* output = writer.acquire();
+        std::uint8_t* buffer = writer.acquire();
         int produced = 0;
         int lastProduced = 0;
         const int fullLength = static_cast<int>(fullChunks * chunk);
-        bool ok = encrypting ? EVP_EncryptUpdate(context.get(), output, &produced, input, fullLength) == 1
-                             : EVP_DecryptUpdate(context.get(), output, &produced, input, fullLength) == 1;
+        bool ok = encrypting ? EVP_EncryptUpdate(context.get(), buffer, &produced, input, fullLength) == 1
+                             : EVP_DecryptUpdate(context.get(), buffer, &produced, input, fullLength) == 1;
         if (ok && finished) {
             int tailProduced = 0;
             int finalProduced = 0;
-            unsigned char* at = output + produced;
+            unsigned char* at = buffer + produced;
             ok = encrypting ? EVP_EncryptUpdate(context.get(), at, &tailProduced, input + fullLength,
                                                 static_cast<int>(tail)) == 1 &&
                                   EVP_EncryptFinal_ex(context.get(), at + tailProduced, &finalProduced) == 1
@@ -120,12 +122,14 @@ bool runStream(Direction direction, const std::u16string& source, const std::u16
             return false;
         }
         const std::size_t total = static_cast<std::size_t>(produced + lastProduced);
-        if (outputHash && written + static_cast<std::int64_t>(total) > hashFrom) {
-            const auto skip = static_cast<std::size_t>(std::max<std::int64_t>(hashFrom - written, 0));
-            outputHash->update(output + skip, total - skip);
+        if (output.hash && written + static_cast<std::int64_t>(total) > output.hashFrom) {
+            const auto skip = static_cast<std::size_t>(std::max<std::int64_t>(output.hashFrom - written, 0));
+            output.hash->update(buffer + skip, total - skip);
         }
-        if (!writer.commit(total))
+        if (!writer.commit(total)) {
+            output.targetFailed = true;
             return false;
+        }
         written += static_cast<std::int64_t>(total);
 
         if (!callback)
@@ -148,8 +152,10 @@ bool runStream(Direction direction, const std::u16string& source, const std::u16
             return false;
         }
     }
-    if (!writer.finish() || !out.close())
+    if (!writer.finish()) {
+        output.targetFailed = true;
         return false;
+    }
     return true;
 }
 
@@ -161,21 +167,59 @@ void CryptoSession::hashOutputFrom(std::int64_t offset)
     outputDigest_.reset();
 }
 
-bool CryptoSession::runHashed(bool encrypting, const std::u16string& source, const std::u16string& target,
-                              SessionKey* key, bool& loopRan)
+bool CryptoSession::runOn(bool encrypting, platform::FileHandle source, std::int64_t size, platform::FileHandle target,
+                         SessionKey* key, bool& loopRan, OutputObserver observer)
 {
     std::unique_ptr<RunningMd5> hash;
     if (hashFrom_ >= 0)
         hash = std::make_unique<RunningMd5>();
-    const std::int64_t from = hashFrom_;
+    StreamOutput output;
+    output.hash = hash.get();
+    output.hashFrom = hashFrom_;
+    output.observer = std::move(observer);
     hashFrom_ = -1;
     outputDigest_.reset();
-    const bool ok = runStream(encrypting ? Direction::Encrypt : Direction::Decrypt, source, target, key, blockSize(),
-                              callback_, userParameter_, loopRan, hash.get(), from);
+    const bool ok = runStream(encrypting ? Direction::Encrypt : Direction::Decrypt, source, size, target, key,
+                              blockSize(), callback_, userParameter_, loopRan, output);
+    targetFailed_ = !ok && output.targetFailed;
     Md5Digest digest {};
     if (ok && hash && hash->finish(digest))
         outputDigest_ = digest;
     return ok;
+}
+
+bool CryptoSession::runHashed(bool encrypting, const std::u16string& source, const std::u16string& target,
+                              SessionKey* key, bool& loopRan)
+{
+    loopRan = false;
+    if (source.empty() || target.empty() || !key) {
+        platform::setLastError(win::ERROR_INVALID_PARAMETER);
+        return false;
+    }
+    ScopedFile in;
+    if (!in.open(source, win::OPEN_EXISTING, win::GENERIC_READ, win::FILE_SHARE_READ))
+        return false;
+    ScopedFile out;
+    if (!out.open(target, win::CREATE_ALWAYS, win::GENERIC_WRITE, win::FILE_SHARE_READ, platform::PrivateFileMode))
+        return false;
+    std::int64_t sourceSize = 0;
+    if (!platform::fileSize(in.handle(), sourceSize))
+        return false;
+    return runOn(encrypting, in.handle(), sourceSize, out.handle(), key, loopRan, {}) && out.close();
+}
+
+bool CryptoSession::encryptRange(platform::FileHandle source, std::int64_t size, platform::FileHandle target,
+                                 SessionKey* key, OutputObserver written)
+{
+    bool loopRan = false;
+    return runOn(true, source, size, target, key, loopRan, std::move(written));
+}
+
+bool CryptoSession::decryptRange(platform::FileHandle source, std::int64_t size, platform::FileHandle target,
+                                 SessionKey* key)
+{
+    bool loopRan = false;
+    return runOn(false, source, size, target, key, loopRan, {});
 }
 
 bool CryptoSession::encryptStream(const std::u16string& source, const std::u16string& target, SessionKey* key)

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -51,6 +52,22 @@ public:
                      const std::vector<CertificatePtr>& certificates);
     bool decryptFile(const std::u16string& source, const std::u16string& target, const std::u16string& keyFile);
     bool encryptStream(const std::u16string& source, const std::u16string& target, SessionKey* key);
+    // The envelope of a session key for the recipients, and the key back out of one; what
+    // writeKeyFile and readKeyFile do, in memory.
+    ByteBlobPtr sealKey(const SessionKey* key, const std::vector<CertificatePtr>& certificates);
+    SessionKeyPtr openKey(const std::uint8_t* envelope, std::size_t size);
+    // The length of the cipher text of `plainLength` bytes: padding always adds up to one block.
+    static std::int64_t cipherLength(std::int64_t plainLength) { return (plainLength / 16 + 1) * 16; }
+
+    // Between two open files: `size` bytes from the current position of `source` to the
+    // current position of `target`, which stays open. `written` sees every block of output, in
+    // order, on the thread that writes it (not the caller's). After a failure, targetFailed()
+    // says whether writing the target was the cause.
+    using OutputObserver = std::function<void(const std::uint8_t* data, std::size_t size)>;
+    bool encryptRange(platform::FileHandle source, std::int64_t size, platform::FileHandle target, SessionKey* key,
+                      OutputObserver written = {});
+    bool decryptRange(platform::FileHandle source, std::int64_t size, platform::FileHandle target, SessionKey* key);
+    bool targetFailed() const { return targetFailed_; }
     bool decryptStream(const std::u16string& source, const std::u16string& target, SessionKey* key);
 
     // The next stream run also takes the MD5 of what it writes, from byte `offset` of the target
@@ -62,6 +79,8 @@ public:
 private:
     bool runHashed(bool encrypting, const std::u16string& source, const std::u16string& target, SessionKey* key,
                    bool& loopRan);
+    bool runOn(bool encrypting, platform::FileHandle source, std::int64_t size, platform::FileHandle target,
+               SessionKey* key, bool& loopRan, OutputObserver observer);
 
     const std::uint32_t blockSize_ = 16;
     const std::uint32_t algorithm_ = CALG_AES_256;
@@ -69,6 +88,7 @@ private:
     KvxUtils::UserParameter* userParameter_ = nullptr;
     std::int64_t hashFrom_ = -1;
     std::optional<Md5Digest> outputDigest_;
+    bool targetFailed_ = false;
 };
 
 ByteBlobPtr readIv(const SessionKey* key);

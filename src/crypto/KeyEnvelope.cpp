@@ -145,6 +145,18 @@ ByteBlobPtr CryptoSession::openEnvelope(const ByteBlob* blob)
     return std::make_unique<ByteBlob>(plain, static_cast<std::uint32_t>(length));
 }
 
+ByteBlobPtr CryptoSession::sealKey(const SessionKey* key, const std::vector<CertificatePtr>& certificates)
+{
+    if (!key || certificates.empty()) {
+        platform::setLastError(win::ERROR_INVALID_PARAMETER);
+        return nullptr;
+    }
+    ByteBlobPtr plainKey = exportPlainKey(key);
+    ByteBlobPtr iv = readIv(key);
+    ByteBlobPtr blob = plainKey && iv ? packKeyBlob(plainKey.get(), iv.get()) : nullptr;
+    return blob ? sealEnvelope(certificates, blob.get()) : nullptr;
+}
+
 bool CryptoSession::writeKeyFile(const std::u16string& path, const SessionKey* key,
                                  const std::vector<CertificatePtr>& certificates)
 {
@@ -156,14 +168,7 @@ bool CryptoSession::writeKeyFile(const std::u16string& path, const SessionKey* k
     if (!file.open(path, win::CREATE_ALWAYS, win::GENERIC_WRITE, win::FILE_SHARE_READ, platform::PrivateFileMode))
         return false;
 
-    ByteBlobPtr envelope;
-    {
-        ByteBlobPtr plainKey = exportPlainKey(key);
-        ByteBlobPtr iv = readIv(key);
-        ByteBlobPtr blob = plainKey && iv ? packKeyBlob(plainKey.get(), iv.get()) : nullptr;
-        if (blob)
-            envelope = sealEnvelope(certificates, blob.get());
-    }
+    ByteBlobPtr envelope = sealKey(key, certificates);
     bool ok = envelope && platform::writeFile(file.handle(), envelope->data(), envelope->size());
     std::uint32_t reason = platform::lastError();
     if (!file.close() && ok) {
@@ -186,7 +191,20 @@ SessionKeyPtr CryptoSession::readKeyFile(const std::u16string& path)
     std::string content;
     if (!crypto_detail::readSmallFile(path, LargestKeyFile, content))
         return nullptr;
-    ByteBlob envelope(content.data(), static_cast<std::uint32_t>(content.size()));
+    return openKey(reinterpret_cast<const std::uint8_t*>(content.data()), content.size());
+}
+
+SessionKeyPtr CryptoSession::openKey(const std::uint8_t* data, std::size_t size)
+{
+    if (!data || size == 0) {
+        platform::setLastError(win::ERROR_HANDLE_EOF);
+        return nullptr;
+    }
+    if (size > LargestKeyFile) {
+        platform::setLastError(win::ERROR_FILE_TOO_LARGE);
+        return nullptr;
+    }
+    ByteBlob envelope(data, static_cast<std::uint32_t>(size));
     ByteBlobPtr blob = openEnvelope(&envelope);
     if (!blob)
         return nullptr;

@@ -46,6 +46,20 @@ std::u16string decodeName(const std::vector<std::uint8_t>& bytes)
     }
     return name;
 }
+// An entry's header and name, as they stand before its data.
+std::vector<std::uint8_t> entryPrefix(const std::u16string& name, std::uint32_t entryType, std::int64_t size)
+{
+    const std::vector<std::uint8_t> nameField = encodeName(name);
+    EntryHeader header;
+    header.entryType = entryType;
+    header.nameBytes = static_cast<std::uint32_t>(nameField.size());
+    header.dataSize = static_cast<std::uint64_t>(size);
+    std::vector<std::uint8_t> prefix(EntryHeader::Size);
+    header.toBytes(prefix.data());
+    prefix.insert(prefix.end(), nameField.begin(), nameField.end());
+    return prefix;
+}
+
 // Reports the progress blocks from `processed` up to `chunkEnd`, one callback each. The record
 // points to the name only while a report runs, since the name may die before the next one. False
 // at the first stop; `processed` then says how far the reports went.
@@ -152,17 +166,8 @@ EngineStatus ContainerFile::addEntry(ContainerEntry& entry)
     if (!platform::fileSize(entry.sourceFile(), size))
         size = 0;
 
-    const std::u16string name = entry.name();
-    const std::vector<std::uint8_t> nameField = encodeName(name);
-    EntryHeader header;
-    header.entryType = entry.type();
-    header.nameBytes = static_cast<std::uint32_t>(nameField.size());
-    header.dataSize = static_cast<std::uint64_t>(size);
-
     // Header and name go out with the first piece of data: one write for a small file.
-    std::vector<std::uint8_t> prefix(EntryHeader::Size);
-    header.toBytes(prefix.data());
-    prefix.insert(prefix.end(), nameField.begin(), nameField.end());
+    const std::vector<std::uint8_t> prefix = entryPrefix(entry.name(), entry.type(), size);
 
     EngineStatus status;
     if (size > 0) {
@@ -172,6 +177,45 @@ EngineStatus ContainerFile::addEntry(ContainerEntry& entry)
     }
     if (status.ok())
         ++entryCount_;
+    return status;
+}
+
+EngineStatus ContainerFile::addEntry(const std::u16string& name, std::uint32_t entryType, const std::uint8_t* data,
+                                     std::size_t size)
+{
+    if (file_ == platform::InvalidHandle || (size > 0 && !data))
+        return EngineStatus(win::ERROR_INVALID_DATA, SeverityError);
+    std::vector<std::uint8_t> bytes = entryPrefix(name, entryType, static_cast<std::int64_t>(size));
+    bytes.insert(bytes.end(), data, data + size);
+    if (!put(bytes.data(), bytes.size()))
+        return lastErrorStatus();
+    ++entryCount_;
+    return EngineStatus();
+}
+
+EngineStatus ContainerFile::beginEntry(const std::u16string& name, std::uint32_t entryType, std::int64_t size)
+{
+    if (file_ == platform::InvalidHandle || size < 0)
+        return EngineStatus(win::ERROR_INVALID_DATA, SeverityError);
+    const std::vector<std::uint8_t> prefix = entryPrefix(name, entryType, size);
+    if (!put(prefix.data(), prefix.size()))
+        return lastErrorStatus();
+    ++entryCount_;
+    return EngineStatus();
+}
+
+void ContainerFile::digestWritten(const std::uint8_t* data, std::size_t size)
+{
+    if (running_)
+        running_->update(data, size);
+}
+
+EngineStatus ContainerFile::endEntry(const std::u16string& name, std::int64_t size)
+{
+    std::int64_t processed = 0;
+    EngineStatus status;
+    if (!reportBlocks(callback_, OpWriteFile, size, processed, size, userParameter_, name))
+        status.setSeverity(SeverityStopped);
     return status;
 }
 

@@ -93,6 +93,16 @@ public:
     // still reports the hashing, and a stop there fails the open as it would otherwise.
     void expectDigest(const Md5Digest& digest) { knownDigest_ = digest; }
     EngineStatus addEntry(ContainerEntry& entry);
+    // An entry whose data is already in memory; a small one, so no reports and no stop.
+    EngineStatus addEntry(const std::u16string& name, std::uint32_t entryType, const std::uint8_t* data,
+                          std::size_t size);
+    // For data that the caller writes itself, straight after, at the current end of the package:
+    // beginEntry writes the entry's header and name for `size` bytes of data, digestWritten takes
+    // the data into the running digest as it goes out (from any one thread, in order), and
+    // endEntry makes the reports that addEntry would have made for it.
+    EngineStatus beginEntry(const std::u16string& name, std::uint32_t entryType, std::int64_t size);
+    void digestWritten(const std::uint8_t* data, std::size_t size);
+    EngineStatus endEntry(const std::u16string& name, std::int64_t size);
     // A writer that knows how many entries it will add says so before the first one. The digest
     // is then taken while the entries are written, and close has no second pass over the file to
     // make; if the count turns out different, close hashes the file as usual.

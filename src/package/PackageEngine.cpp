@@ -337,21 +337,19 @@ EngineStatus PackageEngine::create()
     return status;
 }
 
+// The outer package is written in one pass straight from the cipher stream: the cipher text's
+// length is known before it exists, so its entry header can go first, and the outer digest is
+// taken on the thread that writes while this one encrypts. There is no cipher-text temporary and
+// no second pass over the package. The reports are those of encrypting to a temporary and then
+// copying it into the package: the copy's come once the encryption has ended.
 EngineStatus PackageEngine::encryptPackage(platform::PrivateTemp& inner, platform::FileHandle packageHandle)
 {
     ScopedFile out(packageHandle);
-    platform::PrivateTemp data;
-    platform::PrivateTemp key;
-    {
-        ScopedFile dataFile;
-        ScopedFile keyFile;
-        EngineStatus status = createTempFile(data, dataFile);
-        if (!status.ok())
-            return status;
-        status = createTempFile(key, keyFile);
-        if (!status.ok())
-            return status;
-    }
+    const EngineStatus cannotMake(win::ERROR_CANNOT_MAKE, SeverityError);
+    std::int64_t innerSize = 0;
+    if (!platform::fileSize(inner.handle(), innerSize)
+        || !platform::seekFile(inner.handle(), 0, platform::SeekFrom::Begin))
+        return lastErrorStatus();
 
     CryptoSession session;
     session.setCallback(callback_);
@@ -364,31 +362,42 @@ EngineStatus PackageEngine::encryptPackage(platform::PrivateTemp& inner, platfor
     } catch (const std::bad_alloc&) {
         return EngineStatus(win::ERROR_NOT_ENOUGH_MEMORY, SeverityError);
     }
-    if (!session.encryptFile(inner.path(), data.path(), key.path(), certificates))
-        return EngineStatus(win::ERROR_CANNOT_MAKE, SeverityError);
-    // The plain inner package has served its purpose. Dropping it before the outer package is
-    // written keeps the disk and memory at the peak to two copies of the data instead of three.
-    inner.discard();
+    const SessionKeyPtr key = session.createSessionKey(true);
+    const ByteBlobPtr envelope = key ? session.sealKey(key.get(), certificates) : nullptr;
+    if (!envelope)
+        return cannotMake;
 
+    const std::int64_t cipherSize = CryptoSession::cipherLength(innerSize);
+    // The entries are called what their temporaries used to be called.
+    const std::u16string dataName = platform::temporaryName();
     ContainerFile container;
     container.setCallback(callback_, userParameter_);
     EngineStatus status = container.openForWrite(out.release(), ContainerTypeEncrypted);
     if (status.ok()) {
         container.expectEntries(2);
-        ScopedFile keyFile;
-        keyFile.open(key.path(), win::OPEN_EXISTING, ReadWrite, ShareAll);
-        // The envelope is small: no progress and no stop for it.
-        ContainerEntry keyEntry(key.name(), keyFile.handle(), EntryTypeKey);
-        status = container.addEntry(keyEntry);
+        status = container.addEntry(platform::temporaryName(), EntryTypeKey, envelope->data(), envelope->size());
     }
+    if (status.ok())
+        status = container.beginEntry(dataName, EntryTypeData, cipherSize);
     if (status.ok()) {
-        ScopedFile dataFile;
-        dataFile.open(data.path(), win::OPEN_EXISTING, ReadWrite, ShareAll);
-        ContainerEntry dataEntry(data.name(), dataFile.handle(), EntryTypeData);
-        dataEntry.setCallback(callback_);
-        dataEntry.setUserParameter(userParameter_);
-        status = container.addEntry(dataEntry);
+        std::int64_t start = 0;
+        std::int64_t end = 0;
+        const bool encrypted = platform::seekFile(container.handle(), 0, platform::SeekFrom::Current, &start)
+            && session.encryptRange(inner.handle(), innerSize, container.handle(), key.get(),
+                                    [&container](const std::uint8_t* data, std::size_t size) {
+                                        container.digestWritten(data, size);
+                                    });
+        if (!encrypted)
+            status = session.targetFailed() ? lastErrorStatus() : cannotMake;
+        else if (!platform::seekFile(container.handle(), 0, platform::SeekFrom::Current, &end))
+            status = lastErrorStatus();
+        else if (end - start != cipherSize)
+            status = cannotMake;
     }
+    // The plain inner package has served its purpose.
+    inner.discard();
+    if (status.ok())
+        status = container.endEntry(dataName, cipherSize);
     if (status.ok())
         status = container.close();
     if (container.handle() != platform::InvalidHandle)

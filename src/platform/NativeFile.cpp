@@ -137,6 +137,17 @@ FileHandle duplicateHandle(FileHandle handle)
     return fd;
 }
 
+FileHandle reopenForReading(FileHandle handle)
+{
+    // Opening the descriptor's own entry reaches the very file even if its name has gone or
+    // now stands for another one.
+    const std::string self = "/proc/self/fd/" + std::to_string(handle);
+    const int fd = ::open(self.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    if (fd < 0)
+        setLastErrorFromErrno();
+    return fd;
+}
+
 bool syncFile(FileHandle handle)
 {
     if (::fsync(handle) != 0) {

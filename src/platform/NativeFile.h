@@ -41,6 +41,9 @@ FileHandle openSourceFile(const std::u16string& path);
 bool setFileMode(FileHandle handle, mode_t mode);
 // A second handle on the same open file (same position); InvalidHandle on failure.
 FileHandle duplicateHandle(FileHandle handle);
+// A new read-only handle on the same file, with a position of its own: for a second thread that
+// reads the file beside the first. InvalidHandle on failure.
+FileHandle reopenForReading(FileHandle handle);
 // Flushes a file or a folder to the disk.
 bool syncFile(FileHandle handle);
 // True if the path names a folder (links followed).

@@ -185,6 +185,8 @@ bool WriteBehind::commit(std::size_t size)
     if (!threaded_) {
         if (failed_)
             return false;
+        if (size > 0 && observer_)
+            observer_(slots_[0].data(), size);
         if (size > 0 && !writeFile(handle_, slots_[0].data(), size)) {
             failed_ = true;
             error_ = lastError();
@@ -216,6 +218,8 @@ void WriteBehind::run()
         bool ok = true;
         std::uint32_t error = 0;
         if (!alreadyFailed && size > 0) {
+            if (observer_)
+                observer_(slots_[index].data(), size);
             ok = writeFile(handle_, slots_[index].data(), size);
             error = ok ? 0 : lastError();
         }

@@ -10,6 +10,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -72,6 +73,11 @@ public:
     WriteBehind(const WriteBehind&) = delete;
     WriteBehind& operator=(const WriteBehind&) = delete;
 
+    // Something that sees every block, in order, on the thread that writes it, just before it
+    // is written: a digest of the output then costs the caller's thread nothing. Set it before
+    // the first commit.
+    using Observer = std::function<void(const std::uint8_t* data, std::size_t size)>;
+    void observe(Observer observer) { observer_ = std::move(observer); }
     // A buffer of `blockCapacity` bytes to fill; valid until the matching commit.
     std::uint8_t* acquire();
     // Hands the filled buffer on. False once any write has failed.
@@ -85,6 +91,7 @@ private:
     FileHandle handle_;
     std::size_t capacity_;
     bool threaded_;
+    Observer observer_;
     std::vector<std::vector<std::uint8_t>> slots_;
     std::vector<std::size_t> sizes_;
     std::size_t committed_ = 0;

@@ -56,6 +56,8 @@ std::u16string tempDirectory()
     return fromUtf8(dir);
 }
 
+std::u16string temporaryName() { return fromUtf8(TempPrefix + randomSuffix()); }
+
 bool PrivateTemp::create(FileHandle directory, const std::u16string& folderPath, const char* prefix)
 {
     discard();

@@ -56,6 +56,10 @@ private:
     std::string linkName_;
 };
 
+// A fresh short name of the "KVX…" kind that temporaries get, for data that is named like one
+// but never lands in a file of its own.
+std::u16string temporaryName();
+
 // Deletes our named temporaries in `folder` (names starting with `prefix`, regular files of this
 // user) that no living process holds. Answers how many went.
 int sweepStaleTemporaries(const std::u16string& folder, const char* prefix);
