@@ -56,6 +56,9 @@ public:
     // writeKeyFile and readKeyFile do, in memory.
     ByteBlobPtr sealKey(const SessionKey* key, const std::vector<CertificatePtr>& certificates);
     SessionKeyPtr openKey(const std::uint8_t* envelope, std::size_t size);
+    // An envelope grows by a few hundred bytes per recipient; this leaves room for tens of
+    // thousands and keeps a hostile one from being read into memory whole.
+    static constexpr std::size_t LargestEnvelope = 64u << 20;
     // The length of the cipher text of `plainLength` bytes: padding always adds up to one block.
     static std::int64_t cipherLength(std::int64_t plainLength) { return (plainLength / 16 + 1) * 16; }
 

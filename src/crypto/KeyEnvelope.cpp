@@ -16,9 +16,7 @@
 
 namespace {
 
-// An envelope grows by a few hundred bytes per recipient; this leaves room for tens of thousands
-// and keeps a hostile file from being read into memory whole.
-constexpr std::size_t LargestKeyFile = 64u << 20;
+constexpr std::size_t LargestKeyFile = CryptoSession::LargestEnvelope;
 
 struct BioFree {
     void operator()(BIO* bio) const { BIO_free(bio); }

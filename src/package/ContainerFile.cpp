@@ -131,6 +131,16 @@ EngineStatus ContainerEntry::extractTo(platform::FileHandle target)
     return status;
 }
 
+EngineStatus ContainerEntry::reportCopy()
+{
+    if (containerHandle_ == platform::InvalidHandle || dataSize_ == 0)
+        return EngineStatus(win::ERROR_INVALID_HANDLE, SeverityError);
+    std::int64_t processed = 0;
+    if (!reportBlocks(callback_, OpExtractFile, dataSize_, processed, dataSize_, userParameter_, name_))
+        return EngineStatus(win::ERROR_CANCELLED, SeverityError);
+    return EngineStatus();
+}
+
 void setEntriesCallback(ContainerEntryList& list, EngineCallback callback, KvxUtils::UserParameter* userParameter)
 {
     for (ContainerEntry& entry : list) {
@@ -397,6 +407,32 @@ EngineStatus ContainerFile::openForRead(platform::FileHandle handle)
         }
         if (callback_)
             callback_(OpError, 0, 0, userParameter_);
+        platform::closeFile(handle);
+        return status;
+    }
+    file_ = handle;
+    hash_ = header.hash;
+    containerType_ = header.containerType;
+    version_ = header.version;
+    entryCount_ = header.entryCount;
+    return status;
+}
+
+EngineStatus ContainerFile::openForReadAhead(platform::FileHandle handle)
+{
+    if (handle == platform::InvalidHandle)
+        return EngineStatus(win::ERROR_INVALID_HANDLE, SeverityError);
+    std::uint8_t bytes[ContainerHeader::Size] {};
+    std::size_t got = 0;
+    EngineStatus status;
+    if (!platform::readFile(handle, bytes, sizeof bytes, got))
+        status = lastErrorStatus();
+    else if (got < sizeof bytes)
+        status = EngineStatus(win::ERROR_HANDLE_EOF, SeverityError);
+    const ContainerHeader header = ContainerHeader::fromBytes(bytes);
+    if (status.ok() && (header.magic != ContainerMagic || header.entryCount == 0))
+        status = EngineStatus(win::ERROR_BAD_FORMAT, SeverityError);
+    if (!status.ok()) {
         platform::closeFile(handle);
         return status;
     }

@@ -24,6 +24,9 @@ public:
 
     // Copies the entry's data to the current position of `target`; the package's position is kept.
     EngineStatus extractTo(platform::FileHandle target);
+    // The reports extractTo makes, with its answer to a stop, for data that is read straight from
+    // the package instead of being copied out first.
+    EngineStatus reportCopy();
 
     std::u16string name() const { return name_; }
     std::uint32_t type() const { return entryType_; }
@@ -88,6 +91,10 @@ public:
     // Takes the handle of a file positioned at 0 and verifies magic, entry count and digest. On
     // failure the handle is closed and the failure is reported through OpError first.
     EngineStatus openForRead(platform::FileHandle handle);
+    // Like openForRead, but checks only the header's magic and entry count, not the digest, and
+    // makes no report: for reading ahead on a second thread while the first checks the digest.
+    // Nothing read this way may be used before that check has passed.
+    EngineStatus openForReadAhead(platform::FileHandle handle);
     // For a file that the caller has just written and hashed from offset 20 on: the next
     // openForRead compares the header with this digest instead of reading the file again. It
     // still reports the hashing, and a stop there fails the open as it would otherwise.

@@ -2,9 +2,12 @@
 
 #include <memory>
 #include <new>
+#include <optional>
+#include <thread>
 
 #include "crypto/CertificateStore.h"
 #include "crypto/CryptoSession.h"
+#include "package/ReportRelay.h"
 #include "platform/LastError.h"
 #include "platform/TempFile.h"
 #include "platform/Utf.h"
@@ -42,6 +45,147 @@ mode_t modeFor(platform::EntryKind existing, mode_t existingMode)
     return existing == platform::EntryKind::Regular ? existingMode
                                                     : platform::NewUserFileMode & ~platform::currentUmask();
 }
+
+// A private temporary in the temporary folder; on failure, `failedIn` names the folder if it is
+// the folder's fault.
+EngineStatus makeTemp(platform::PrivateTemp& temp, std::u16string& failedIn)
+{
+    const std::u16string folder = platform::tempDirectory();
+    if (folder.empty() || folder.size() > MaxTempDirectory)
+        return EngineStatus(win::ERROR_INVALID_DATA, SeverityError);
+    if (!temp.createInTempDirectory()) {
+        failedIn = folder;
+        return lastErrorStatus();
+    }
+    return EngineStatus();
+}
+
+// True if the file open as `package` starts with the header of an encrypted package. Its position
+// is left at the start.
+bool isEncryptedPackage(platform::FileHandle package)
+{
+    std::uint8_t bytes[ContainerHeader::Size] {};
+    std::size_t got = 0;
+    const bool read = platform::readFile(package, bytes, sizeof bytes, got);
+    platform::seekFile(package, 0, platform::SeekFrom::Begin);
+    const ContainerHeader header = ContainerHeader::fromBytes(bytes);
+    return read && got == sizeof bytes && header.magic == ContainerMagic && header.entryCount > 0
+        && (header.containerType & ContainerTypeEncrypted);
+}
+
+// The decryption of an encrypted package, on a second thread while the engine's own thread checks
+// the package's digest: the two are the larger part of an extraction, and each takes a core. The
+// work reads the package through a handle of its own and decrypts the data entry straight from
+// it into a private temporary, hashing the plain text for the inner package's check as it goes.
+// Its reports wait in the relay until the engine has found the package whole; a package that
+// fails the check throws the work away, and nothing of it ever reached the user's folder.
+class DecryptionAhead {
+public:
+    explicit DecryptionAhead(platform::FileHandle package)
+        : package_(package)
+    {
+        thread_ = std::thread(&DecryptionAhead::run, this);
+    }
+    ~DecryptionAhead()
+    {
+        relay_.cancel();
+        if (thread_.joinable())
+            thread_.join();
+    }
+    DecryptionAhead(const DecryptionAhead&) = delete;
+    DecryptionAhead& operator=(const DecryptionAhead&) = delete;
+
+    // Waits for the work, passing its reports on; a stop answers as it would have in the work.
+    EngineStatus finish(EngineCallback callback, KvxUtils::UserParameter* record)
+    {
+        std::uint32_t stoppedAt = 0;
+        const bool delivered = relay_.deliver(callback, record, stoppedAt);
+        thread_.join();
+        if (!delivered)
+            status_ = EngineStatus(stoppedAt == OpDecrypt ? win::ERROR_CANNOT_MAKE : win::ERROR_CANCELLED,
+                                   SeverityError);
+        if (!status_.ok())
+            plain.discard();
+        return status_;
+    }
+
+    // After finish: the inner package with the digest of its hashed range, if there was a key
+    // and data to decrypt; on failure, what the failure concerns.
+    platform::PrivateTemp plain;
+    std::optional<Md5Digest> digest;
+    bool indexFailed = false;
+    std::u16string failedIn;
+
+private:
+    void run()
+    {
+        status_ = decrypt();
+        relay_.close();
+    }
+
+    EngineStatus decrypt()
+    {
+        const EngineStatus cannotMake(win::ERROR_CANNOT_MAKE, SeverityError);
+        ContainerFile container;
+        struct Closer {
+            ContainerFile& container;
+            ~Closer() { container.close(); }
+        } closer {container};
+        ContainerIndex index;
+        EngineStatus status = container.openForReadAhead(package_);
+        if (status.ok())
+            status = container.readIndex(index);
+        if (!status.ok()) {
+            indexFailed = true;
+            return status;
+        }
+        // The reports of copying every entry out, as before the data was read in place. A later
+        // entry of the same kind wins.
+        std::optional<ContainerEntry> key;
+        std::optional<ContainerEntry> data;
+        for (std::size_t i = 0; i < index.size(); ++i) {
+            ContainerEntry entry = index.entry(i);
+            entry.setCallback(relay_.callback());
+            entry.setUserParameter(relay_.record());
+            status = entry.reportCopy();
+            if (!status.ok())
+                return status;
+            ((entry.type() & EntryTypeKey) ? key : data) = std::move(entry);
+        }
+        if (!key || !data)
+            return EngineStatus();
+
+        if (key->size() > static_cast<std::int64_t>(CryptoSession::LargestEnvelope))
+            return cannotMake;
+        std::vector<std::uint8_t> envelope(static_cast<std::size_t>(key->size()));
+        std::size_t got = 0;
+        if (!platform::seekFile(container.handle(), key->dataOffset(), platform::SeekFrom::Begin)
+            || !platform::readFile(container.handle(), envelope.data(), envelope.size(), got) || got != envelope.size())
+            return cannotMake;
+        CryptoSession session;
+        session.setCallback(relay_.callback());
+        session.setUserParameter(relay_.record());
+        const SessionKeyPtr sessionKey = session.openKey(envelope.data(), envelope.size());
+        if (!sessionKey)
+            return cannotMake;
+
+        status = makeTemp(plain, failedIn);
+        if (!status.ok())
+            return status;
+        // The inner package is checked next; its digest is taken as it is decrypted.
+        session.hashOutputFrom(HashedRangeStart);
+        if (!platform::seekFile(container.handle(), data->dataOffset(), platform::SeekFrom::Begin)
+            || !session.decryptRange(container.handle(), data->size(), plain.handle(), sessionKey.get()))
+            return cannotMake;
+        digest = session.outputDigest();
+        return EngineStatus();
+    }
+
+    platform::FileHandle package_;
+    ReportRelay relay_;
+    EngineStatus status_;
+    std::thread thread_;
+};
 
 // The package is written to a private temporary (0600, unnamed where the file system allows) in
 // its final folder and put at its path only when it is complete, so that a failed, stopped or
@@ -106,11 +250,10 @@ EngineStatus PackageEngine::failedOn(const EngineStatus& status, const std::u16s
 
 EngineStatus PackageEngine::createTempFile(platform::PrivateTemp& temp, ScopedFile& file)
 {
-    const std::u16string folder = platform::tempDirectory();
-    if (folder.empty() || folder.size() > MaxTempDirectory)
-        return EngineStatus(win::ERROR_INVALID_DATA, SeverityError);
-    if (!temp.createInTempDirectory())
-        return failedOn(lastErrorStatus(), folder);
+    std::u16string folder;
+    const EngineStatus made = makeTemp(temp, folder);
+    if (!made.ok())
+        return failedOn(made, folder);
     file.adopt(platform::duplicateHandle(temp.handle()));
     if (!file.isOpen()) {
         const EngineStatus status = lastErrorStatus();
@@ -418,26 +561,37 @@ EngineStatus PackageEngine::extract()
     if (!package.open(packagePath_, win::OPEN_EXISTING, win::GENERIC_READ, ShareAll))
         return failedOn(EngineStatus(win::ERROR_FILE_INVALID, SeverityError), packagePath_);
 
+    std::unique_ptr<DecryptionAhead> ahead;
+    if (isEncryptedPackage(package.handle())) {
+        const platform::FileHandle second = platform::reopenForReading(package.handle());
+        if (second == platform::InvalidHandle)
+            return failedOn(lastErrorStatus(), packagePath_);
+        ahead = std::make_unique<DecryptionAhead>(second);
+    }
+
     ContainerFile container;
     container.setCallback(callback_, userParameter_);
     EngineStatus status = container.openForRead(package.release());
     if (!status.ok())
         return failedOn(status, packagePath_, true);
 
-    platform::PrivateTemp plain;
-    std::optional<Md5Digest> plainDigest;
-    if (container.containerType() & ContainerTypeEncrypted)
-        status = decryptToTemp(container, plain, plainDigest);
-    if (status.ok() && plain.isOpen()) {
+    if ((container.containerType() & ContainerTypeEncrypted) && ahead) {
+        status = ahead->finish(callback_, userParameter_);
+        if (ahead->indexFailed)
+            failedOn(status, packagePath_, true);
+        else if (!ahead->failedIn.empty())
+            failedOn(status, ahead->failedIn);
+    }
+    if (status.ok() && ahead && ahead->plain.isOpen()) {
         status = container.close();
         if (status.ok()) {
             ScopedFile plainFile;
-            if (!plainFile.open(plain.path(), win::OPEN_EXISTING, ReadWrite, ShareAll)) {
+            if (!plainFile.open(ahead->plain.path(), win::OPEN_EXISTING, ReadWrite, ShareAll)) {
                 status = lastErrorStatus();
             } else {
                 container.setCallback(callback_, userParameter_);
-                if (plainDigest)
-                    container.expectDigest(*plainDigest);
+                if (ahead->digest)
+                    container.expectDigest(*ahead->digest);
                 status = container.openForRead(plainFile.release());
                 failedOn(status, packagePath_, true);
             }
@@ -450,48 +604,6 @@ EngineStatus PackageEngine::extract()
     }
     if (container.handle() != platform::InvalidHandle)
         platform::closeFile(container.handle());
-    return status;
-}
-
-EngineStatus PackageEngine::decryptToTemp(
-    ContainerFile& container, platform::PrivateTemp& plain, std::optional<Md5Digest>& plainDigest)
-{
-    ContainerIndex index;
-    EngineStatus status = failedOn(container.readIndex(index), packagePath_, true);
-
-    // A later entry of the same kind wins; the copy it replaces goes with it.
-    platform::PrivateTemp key;
-    platform::PrivateTemp data;
-    for (std::size_t i = 0; i < index.size() && status.ok(); ++i) {
-        ContainerEntry entry = index.entry(i);
-        entry.setCallback(callback_);
-        entry.setUserParameter(userParameter_);
-        platform::PrivateTemp& slot = (entry.type() & EntryTypeKey) ? key : data;
-        ScopedFile file;
-        status = createTempFile(slot, file);
-        if (status.ok())
-            status = entry.extractTo(file.handle());
-        if (!status.ok())
-            slot.discard();
-    }
-
-    if (status.ok() && key.isOpen() && data.isOpen()) {
-        ScopedFile plainFile;
-        status = createTempFile(plain, plainFile);
-        if (status.ok()) {
-            CryptoSession session;
-            session.setCallback(callback_);
-            session.setUserParameter(userParameter_);
-            // The inner package is verified next; its digest is taken as it is decrypted.
-            session.hashOutputFrom(HashedRangeStart);
-            if (!session.decryptFile(data.path(), plain.path(), key.path())) {
-                status = EngineStatus(win::ERROR_CANNOT_MAKE, SeverityError);
-                plain.discard();
-            } else {
-                plainDigest = session.outputDigest();
-            }
-        }
-    }
     return status;
 }
 

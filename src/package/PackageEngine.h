@@ -64,8 +64,6 @@ public:
 private:
     EngineStatus addFiles(ContainerFile& container);
     EngineStatus encryptPackage(platform::PrivateTemp& inner, platform::FileHandle packageHandle);
-    EngineStatus decryptToTemp(ContainerFile& container, platform::PrivateTemp& plain,
-                               std::optional<Md5Digest>& plainDigest);
     EngineStatus extractEntries(ContainerFile& container, const std::u16string& folder);
     EngineStatus extractEntry(ContainerEntry& entry, platform::FileHandle directory,
                               const std::u16string& directoryPath, const std::u16string& name);
