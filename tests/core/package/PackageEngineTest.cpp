@@ -489,6 +489,86 @@ TEST_F(PackageEngineTest, LargeFilesGiveTheSameResultsAndStopTheSameWay)
     EXPECT_FALSE(fs::exists(folder / "full.kvx"));
 }
 
+// Extraction decrypts on a second core while the package's digest is checked; what the caller
+// sees must not depend on which of the two finished first.
+TEST_F(PackageEngineTest, DecryptingAheadChangesNoReportAndTrustsNothingBeforeTheCheck)
+{
+    const Bytes large = randomBytes(12u << 20, 5);
+    fs::remove_all(source);
+    fs::create_directories(source);
+    writeBytes(source / "large.bin", large);
+    ASSERT_TRUE(create(sourceFiles(), folder / "p.kvx", {bob}).ok());
+    const Bytes package = readBytes(folder / "p.kvx");
+
+    // Every phase in order, each report exactly where a run on one thread would make it.
+    session = Recorder {};
+    ASSERT_TRUE(extract(*bob, folder / "p.kvx", folder / "out").ok());
+    std::vector<std::uint32_t> phases;
+    for (const Report& r : session.reports) {
+        if (phases.empty() || phases.back() != r.operation)
+            phases.push_back(r.operation);
+    }
+    EXPECT_EQ(phases, (std::vector<std::uint32_t> {OpHash, OpExtractFile, OpDecrypt, OpHash, OpExtractFile}));
+    std::vector<std::int64_t> decrypted;
+    std::int64_t copied = 0;
+    for (const Report& r : session.reports) {
+        if (r.operation == OpDecrypt)
+            decrypted.push_back(r.processed);
+        if (r.operation == OpExtractFile && r.total > (1 << 20) && r.fileName.rfind(u"KVX", 0) == 0) {
+            EXPECT_EQ(r.processed, std::min<std::int64_t>(copied + 4096, r.total));
+            copied = r.processed;
+        }
+    }
+    // The data entry is the cipher text: all of the package but its headers and the envelope.
+    EXPECT_GT(copied, std::int64_t(12) << 20);
+    EXPECT_LT(static_cast<std::int64_t>(package.size()) - copied, 4096);
+    ASSERT_GT(decrypted.size(), 2u);
+    for (std::size_t i = 0; i + 1 < decrypted.size(); ++i)
+        ASSERT_EQ(decrypted[i], static_cast<std::int64_t>(992 * (i + 1)) - 16) << i;
+    EXPECT_EQ(CryptoSession::cipherLength(decrypted.back()), copied);
+    EXPECT_EQ(readBytes(folder / "out" / fs::relative(source / "large.bin", "/")), large);
+
+    // A package whose digest is wrong is refused after its data has long been decrypted: the
+    // check is held up at its first report until the second core is surely done.
+    Bytes wrongDigest = package;
+    wrongDigest[4] ^= 1;
+    writeBytes(folder / "wrong.kvx", wrongDigest);
+    session = Recorder {};
+    session.stopWhen = [](const Report& r) {
+        if (r.operation == OpHash && r.processed == 1024)
+            std::this_thread::sleep_for(std::chrono::milliseconds(400));
+        return false;
+    };
+    EXPECT_EQ(extract(*bob, folder / "wrong.kvx", folder / "refused").code(), win::ERROR_BAD_FORMAT);
+    EXPECT_EQ(session.count(OpError), 1);
+    EXPECT_EQ(session.count(OpDecrypt), 0);
+    EXPECT_EQ(session.count(OpExtractFile), 0);
+    EXPECT_TRUE(!fs::exists(folder / "refused") || fs::is_empty(folder / "refused"));
+    EXPECT_TRUE(leftoverTempFiles().empty());
+
+    // Stops while both cores work answer as they did on one: in the check, in the data entry's
+    // copy reports, and in the decryption.
+    const std::vector<std::pair<std::function<bool(const Report&)>, std::uint32_t>> stops {
+        {[](const Report& r) { return r.operation == OpHash && r.processed > (4 << 20); }, win::NTE_BAD_HASH},
+        {[](const Report& r) { return r.operation == OpExtractFile && r.processed > (4 << 20); }, win::ERROR_CANCELLED},
+        {[](const Report& r) { return r.operation == OpDecrypt && r.processed > (4 << 20); }, win::ERROR_CANNOT_MAKE},
+    };
+    for (const auto& [stopWhen, code] : stops) {
+        session = Recorder {};
+        session.stopWhen = stopWhen;
+        fs::remove_all(folder / "stopped");
+        EXPECT_EQ(extract(*bob, folder / "p.kvx", folder / "stopped").code(), code);
+        EXPECT_TRUE(!fs::exists(folder / "stopped") || fs::is_empty(folder / "stopped")) << code;
+        EXPECT_TRUE(leftoverTempFiles().empty()) << code;
+        // Nothing but the failure's own error report reached the caller after the stop.
+        auto last = session.reports.rbegin();
+        while (last != session.reports.rend() && last->operation == OpError)
+            ++last;
+        ASSERT_NE(last, session.reports.rend());
+        EXPECT_TRUE(stopWhen(*last)) << code;
+    }
+}
+
 TEST_F(PackageEngineTest, ExtractionReplacesAFileOnlyWithTheWholeEntry)
 {
     ASSERT_TRUE(create(sourceFiles(), folder / "p.kvx", {}).ok());
