@@ -172,17 +172,16 @@ EngineStatus ContainerFile::addEntry(ContainerEntry& entry)
     if (file_ == platform::InvalidHandle || entry.sourceFile() == platform::InvalidHandle)
         return EngineStatus(win::ERROR_INVALID_DATA, SeverityError);
 
-    std::int64_t size = 0;
-    if (!platform::fileSize(entry.sourceFile(), size))
+    std::int64_t size = entry.sourceSize();
+    if (size < 0 && !platform::fileSize(entry.sourceFile(), size))
         size = 0;
 
-    // Header and name go out with the first piece of data: one write for a small file.
     const std::vector<std::uint8_t> prefix = entryPrefix(entry.name(), entry.type(), size);
 
     EngineStatus status;
     if (size > 0) {
         status = copyData(entry, prefix, size);
-    } else if (!put(prefix.data(), prefix.size())) {
+    } else if (!stage(prefix.data(), prefix.size())) {
         status = lastErrorStatus();
     }
     if (status.ok())
@@ -232,9 +231,9 @@ EngineStatus ContainerFile::endEntry(const std::u16string& name, std::int64_t si
 EngineStatus ContainerFile::copyData(ContainerEntry& entry, const std::vector<std::uint8_t>& prefix, std::int64_t size)
 {
     const platform::FileHandle source = entry.sourceFile();
-    FilePositionGuard guard(source);
-    // A file of one block goes out with its header and name in one write. A larger one is read
-    // and written on a second thread ahead of the reports, and this one only hashes what went by.
+    // Files smaller than a block are gathered with their headers and names, and many of them go
+    // out in one write. A larger one is read and written on a second thread ahead of the
+    // reports, and this one only hashes what went by.
     const bool gather = size < IoBlock;
     if (!gather && !put(prefix.data(), prefix.size()))
         return lastErrorStatus();
@@ -261,11 +260,7 @@ EngineStatus ContainerFile::copyData(ContainerEntry& entry, const std::vector<st
             break;
         }
         if (gather) {
-            // The buffer stays with the object, so that a package of many files doesn't ask the
-            // system for fresh memory for each.
-            gathered_.assign(prefix.begin(), prefix.end());
-            gathered_.insert(gathered_.end(), block, block + got);
-            if (!put(gathered_.data(), gathered_.size())) {
+            if (!stage(prefix.data(), prefix.size()) || !stage(block, got)) {
                 status = lastErrorStatus();
                 break;
             }
@@ -295,9 +290,27 @@ void ContainerFile::expectEntries(std::uint32_t count)
     running_->update(bytes + HashedRangeStart, ContainerHeader::Size - HashedRangeStart);
 }
 
+bool ContainerFile::stage(const std::uint8_t* data, std::size_t size)
+{
+    staged_.insert(staged_.end(), data, data + size);
+    if (running_)
+        running_->update(data, size);
+    return staged_.size() < static_cast<std::size_t>(IoBlock) || flushStaged();
+}
+
+bool ContainerFile::flushStaged()
+{
+    if (staged_.empty())
+        return true;
+    // The buffer keeps its memory for the next files.
+    const bool written = platform::writeFile(file_, staged_.data(), staged_.size());
+    staged_.clear();
+    return written;
+}
+
 bool ContainerFile::put(const std::uint8_t* data, std::size_t size)
 {
-    if (!platform::writeFile(file_, data, size))
+    if (!flushStaged() || !platform::writeFile(file_, data, size))
         return false;
     if (running_)
         running_->update(data, size);
@@ -306,6 +319,8 @@ bool ContainerFile::put(const std::uint8_t* data, std::size_t size)
 
 EngineStatus ContainerFile::finish()
 {
+    if (!flushStaged())
+        return lastErrorStatus();
     ContainerHeader header;
     header.magic = magic_;
     header.containerType = containerType_;
@@ -359,6 +374,7 @@ EngineStatus ContainerFile::close()
     if (file_ != platform::InvalidHandle)
         platform::closeFile(file_);
     writing_ = 0;
+    staged_.clear();
     running_.reset();
     expectedEntries_ = 0;
     file_ = platform::InvalidHandle;

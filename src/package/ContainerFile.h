@@ -33,6 +33,10 @@ public:
     std::int64_t size() const { return dataSize_; }
     std::int64_t dataOffset() const { return dataOffset_; }
     platform::FileHandle sourceFile() const { return sourceFile_; }
+    // The source's size where the caller knows it already (-1: ask the file). The source is read
+    // from its current position.
+    std::int64_t sourceSize() const { return sourceSize_; }
+    void setSourceSize(std::int64_t size) { sourceSize_ = size; }
     EngineCallback callback() const { return callback_; }
     KvxUtils::UserParameter* userParameter() const { return userParameter_; }
     void setCallback(EngineCallback callback) { callback_ = callback; }
@@ -44,6 +48,7 @@ private:
     platform::FileHandle containerHandle_ = platform::InvalidHandle;
     std::int64_t dataOffset_ = 0;
     std::int64_t dataSize_ = 0;
+    std::int64_t sourceSize_ = -1;
     std::uint32_t entryType_ = EntryTypeData;
     EngineCallback callback_ = nullptr;
     KvxUtils::UserParameter* userParameter_ = nullptr;
@@ -137,8 +142,11 @@ private:
     EngineStatus digestOf(platform::FileHandle handle, const std::optional<Md5Digest>& known, Md5Digest& digest);
     EngineStatus verify(platform::FileHandle handle, ContainerHeader& header);
     EngineStatus copyData(ContainerEntry& entry, const std::vector<std::uint8_t>& prefix, std::int64_t size);
-    // Writes at the end of the package and feeds the running digest.
+    // Writes at the end of the package (after what is staged) and feeds the running digest.
     bool put(const std::uint8_t* data, std::size_t size);
+    // Adds to what goes out in the next write, which is made once a block has gathered.
+    bool stage(const std::uint8_t* data, std::size_t size);
+    bool flushStaged();
 
     std::uint32_t magic_ = ContainerMagic;
     std::array<std::uint8_t, 16> hash_ {};
@@ -152,6 +160,6 @@ private:
     std::unique_ptr<RunningMd5> running_;
     std::uint32_t expectedEntries_ = 0;
     std::optional<Md5Digest> knownDigest_;
-    std::vector<std::uint8_t> gathered_;
+    std::vector<std::uint8_t> staged_;
     std::size_t indexLimit_ = DefaultIndexLimit;
 };

@@ -38,12 +38,14 @@ std::u16string joinPath(const std::u16string& folder, const std::u16string& name
     return folder + NativeSeparator + name;
 }
 
-// What a file the user asked for gets: the mode of the file it replaces, else what the umask
-// allows of 0666.
-mode_t modeFor(platform::EntryKind existing, mode_t existingMode)
+// What a new file gets: what the umask allows of 0666. Read once for a run; reading it costs
+// more than writing a small file.
+mode_t newFileMode() { return platform::NewUserFileMode & ~platform::currentUmask(); }
+
+// What a file the user asked for gets: the mode of the file it replaces, else `newMode`.
+mode_t modeFor(platform::EntryKind existing, mode_t existingMode, mode_t newMode)
 {
-    return existing == platform::EntryKind::Regular ? existingMode
-                                                    : platform::NewUserFileMode & ~platform::currentUmask();
+    return existing == platform::EntryKind::Regular ? existingMode : newMode;
 }
 
 // A private temporary in the temporary folder; on failure, `failedIn` names the folder if it is
@@ -221,7 +223,7 @@ public:
         const platform::EntryKind existing = platform::entryKindAt(directory_.handle(), name_, &existingMode);
         if (existing == platform::EntryKind::Directory)
             return EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError);
-        if (!platform::setFileMode(temp_.handle(), modeFor(existing, existingMode))
+        if (!platform::setFileMode(temp_.handle(), modeFor(existing, existingMode, newFileMode()))
             || !temp_.publish(directory_.handle(), name_))
             return lastErrorStatus();
         platform::syncFile(directory_.handle());
@@ -385,7 +387,8 @@ EngineStatus PackageEngine::addFiles(ContainerFile& container)
             break;
         // Only regular files are read, and the open never waits: a FIFO would hold it for ever,
         // out of reach of a stop, and a device would never end.
-        ScopedFile source(platform::openSourceFile(path));
+        std::int64_t size = 0;
+        ScopedFile source(platform::openSourceFile(path, &size));
         if (!source.isOpen()) {
             goOn = false;
             const EngineStatus reason = lastErrorStatus();
@@ -401,6 +404,7 @@ EngineStatus PackageEngine::addFiles(ContainerFile& container)
             continue;
         }
         ContainerEntry entry(entryNameFor(path, nameMode_), source.handle(), EntryTypeData);
+        entry.setSourceSize(size);
         entry.setCallback(callback_);
         entry.setUserParameter(userParameter_);
         status = container.addEntry(entry);
@@ -615,6 +619,7 @@ EngineStatus PackageEngine::extractEntries(ContainerFile& container, const std::
         return failedOn(EngineStatus(win::ERROR_FILE_NOT_FOUND, SeverityError), packagePath_, true);
     const std::size_t folderBytes = platform::toUtf8(folder).size();
     platform::sweepStaleTemporaries(folder, platform::HiddenTempPrefix);
+    newFileMode_ = newFileMode();
 
     // Entries of one folder stand together, so the folder walked for the last entry usually
     // serves the next one as well; that saves a walk from the top for every small file.
@@ -702,7 +707,8 @@ EngineStatus PackageEngine::extractEntry(ContainerEntry& entry, platform::FileHa
                 : copied.code() == 0                     ? failedOn(copied, packagePath_, true)
                                                          : failedOn(copied, path);
     }
-    if (!platform::setFileMode(temp.handle(), modeFor(existing, existingMode)) || !temp.publish(directory, name))
+    if (!platform::setFileMode(temp.handle(), modeFor(existing, existingMode, newFileMode_))
+        || !temp.publish(directory, name))
         return failedOn(lastErrorStatus(), path);
     return EngineStatus();
 }

@@ -77,4 +77,5 @@ private:
     EngineCallback callback_ = nullptr;
     KvxUtils::UserParameter* userParameter_ = nullptr;
     FailureSubject failure_;
+    mode_t newFileMode_ = 0644;
 };

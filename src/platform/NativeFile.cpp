@@ -102,7 +102,7 @@ FileHandle openFile(const std::u16string& path, std::uint32_t disposition, std::
     return fd;
 }
 
-FileHandle openSourceFile(const std::u16string& path)
+FileHandle openSourceFile(const std::u16string& path, std::int64_t* size)
 {
     struct stat info {};
     const int fd = openAndStat(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0, info);
@@ -113,10 +113,9 @@ FileHandle openSourceFile(const std::u16string& path)
         setLastError(S_ISDIR(info.st_mode) ? win::ERROR_ACCESS_DENIED : win::ERROR_CANT_ACCESS_FILE);
         return InvalidHandle;
     }
-    // A regular file reads the same either way; the flag only had to keep the open from blocking.
-    const int flags = ::fcntl(fd, F_GETFL);
-    if (flags >= 0)
-        ::fcntl(fd, F_SETFL, flags & ~O_NONBLOCK);
+    // The flag only had to keep the open from blocking: a regular file reads the same with it.
+    if (size)
+        *size = static_cast<std::int64_t>(info.st_size);
     return fd;
 }
 

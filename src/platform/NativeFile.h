@@ -36,8 +36,8 @@ FileHandle openFile(const std::u16string& path, std::uint32_t disposition, std::
 bool closeFile(FileHandle handle);
 // Opens a file to be read as a source: without blocking (a FIFO or a device would hold the open,
 // or the reads, for ever) and only if it is a regular file; anything else is refused with
-// ERROR_CANT_ACCESS_FILE.
-FileHandle openSourceFile(const std::u16string& path);
+// ERROR_CANT_ACCESS_FILE. `size`, if given, receives the file's size at the open.
+FileHandle openSourceFile(const std::u16string& path, std::int64_t* size = nullptr);
 bool setFileMode(FileHandle handle, mode_t mode);
 // A second handle on the same open file (same position); InvalidHandle on failure.
 FileHandle duplicateHandle(FileHandle handle);

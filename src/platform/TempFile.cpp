@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <atomic>
 #include <fstream>
 #include <mutex>
 #include <random>
@@ -69,11 +70,11 @@ bool PrivateTemp::create(FileHandle directory, const std::u16string& folderPath,
     } while (fd < 0 && errno == EINTR);
     if (fd >= 0) {
         // Code that takes names (the cipher, the key envelope) reaches the file through /proc;
-        // without /proc the file has to have a name after all.
-        if (::access(procPath(fd).c_str(), R_OK | W_OK) == 0) {
-            // The lock covers the name it gets when it is published under a name of its own
-            // before it takes its final one: a sweep leaves that name alone while we live.
-            ::flock(fd, LOCK_EX | LOCK_NB);
+        // without /proc the file has to have a name after all. Once /proc has served, it is
+        // there for the life of the process.
+        static std::atomic<bool> procServes {false};
+        if (procServes.load(std::memory_order_relaxed) || ::access(procPath(fd).c_str(), R_OK | W_OK) == 0) {
+            procServes.store(true, std::memory_order_relaxed);
             handle_ = fd;
             path_ = fromUtf8(procPath(fd));
             name_ = fromUtf8(TempPrefix + randomSuffix());
@@ -161,6 +162,8 @@ bool PrivateTemp::publish(FileHandle directory, const std::u16string& name)
     // An earlier file has the name: the new one gets a name of its own first and then takes the
     // earlier one's place in one rename, so that nothing is ever written through the old file
     // (nor through a hard link to it elsewhere).
+    // The lock covers that name of its own: a sweep leaves it alone while we live.
+    ::flock(handle_, LOCK_EX | LOCK_NB);
     for (int attempt = 0; attempt < 100; ++attempt) {
         const std::string hidden = HiddenTempPrefix + randomSuffix();
         if (::linkat(AT_FDCWD, source.c_str(), directory, hidden.c_str(), AT_SYMLINK_FOLLOW) != 0) {

@@ -129,9 +129,13 @@ TEST(PlatformFiles, TheUmaskIsReadWithoutChangeAndSourcesMustBeRegularFiles)
     const fs::path folder = freshFolder("sources");
     writeText(folder / "file", "x");
     ASSERT_EQ(::mkfifo((folder / "fifo").c_str(), 0600), 0);
-    const platform::FileHandle file = platform::openSourceFile(u16(folder / "file"));
+    std::int64_t size = -1;
+    const platform::FileHandle file = platform::openSourceFile(u16(folder / "file"), &size);
     ASSERT_NE(file, platform::InvalidHandle);
-    EXPECT_EQ(::fcntl(file, F_GETFL) & O_NONBLOCK, 0);
+    EXPECT_EQ(size, 1);
+    char byte = 0;
+    EXPECT_EQ(::read(file, &byte, 1), 1);
+    EXPECT_EQ(byte, 'x');
     platform::closeFile(file);
     // Neither the FIFO (whose open would wait for a writer) nor a device is read.
     for (const fs::path& refused : {folder / "fifo", fs::path("/dev/zero")}) {
