@@ -168,6 +168,32 @@ WriteBehind::WriteBehind(FileHandle handle, std::size_t blockCapacity, std::uint
 WriteBehind::~WriteBehind()
 {
     stopAndJoin(writer_, lock_, stopping_, changed_);
+    stopAndJoin(observerThread_, lock_, stopping_, changed_);
+}
+
+void WriteBehind::observe(Observer observer)
+{
+    observer_ = std::move(observer);
+    if (threaded_ && observer_ && !observerThread_.joinable())
+        observerThread_ = std::thread(&WriteBehind::runObserver, this);
+}
+
+void WriteBehind::runObserver()
+{
+    for (;;) {
+        std::unique_lock guard(lock_);
+        changed_.wait(guard, [this] { return stopping_ || committed_ > observed_; });
+        if (committed_ == observed_)
+            return;  // stopping with nothing left to see
+        const std::size_t index = observed_ % slots_.size();
+        const std::size_t size = sizes_[index];
+        guard.unlock();
+        if (size > 0)
+            observer_(slots_[index].data(), size);
+        guard.lock();
+        ++observed_;
+        changed_.notify_all();
+    }
 }
 
 std::uint8_t* WriteBehind::acquire()
@@ -176,7 +202,7 @@ std::uint8_t* WriteBehind::acquire()
         return slots_[0].data();
     std::unique_lock guard(lock_);
     // One slot stays with the writer while it writes; the caller may fill any other.
-    changed_.wait(guard, [this] { return committed_ - written_ < slots_.size() - 1 || failed_; });
+    changed_.wait(guard, [this] { return committed_ - released() < slots_.size() - 1 || failed_; });
     return slots_[committed_ % slots_.size()].data();
 }
 
@@ -218,8 +244,6 @@ void WriteBehind::run()
         bool ok = true;
         std::uint32_t error = 0;
         if (!alreadyFailed && size > 0) {
-            if (observer_)
-                observer_(slots_[index].data(), size);
             ok = writeFile(handle_, slots_[index].data(), size);
             error = ok ? 0 : lastError();
         }
@@ -237,7 +261,7 @@ bool WriteBehind::finish()
 {
     if (threaded_) {
         std::unique_lock guard(lock_);
-        changed_.wait(guard, [this] { return written_ == committed_; });
+        changed_.wait(guard, [this] { return written_ == committed_ && released() == committed_; });
     }
     if (failed_)
         setLastError(error_);

@@ -9,6 +9,7 @@
 
 #include <condition_variable>
 #include <cstddef>
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -73,11 +74,12 @@ public:
     WriteBehind(const WriteBehind&) = delete;
     WriteBehind& operator=(const WriteBehind&) = delete;
 
-    // Something that sees every block, in order, on the thread that writes it, just before it
-    // is written: a digest of the output then costs the caller's thread nothing. Set it before
-    // the first commit.
+    // Something that sees every block, in order, on a thread of its own beside the writing one
+    // (in a stream too short for threads: just before the block is written). A digest of the
+    // output then costs neither the caller's thread nor the writes. Set it before the first
+    // commit; a block is given back for filling once both have done with it.
     using Observer = std::function<void(const std::uint8_t* data, std::size_t size)>;
-    void observe(Observer observer) { observer_ = std::move(observer); }
+    void observe(Observer observer);
     // A buffer of `blockCapacity` bytes to fill; valid until the matching commit.
     std::uint8_t* acquire();
     // Hands the filled buffer on. False once any write has failed.
@@ -87,6 +89,9 @@ public:
 
 private:
     void run();
+    void runObserver();
+    // Blocks that the writer and the observer have both finished with.
+    std::size_t released() const { return observer_ && threaded_ ? std::min(written_, observed_) : written_; }
 
     FileHandle handle_;
     std::size_t capacity_;
@@ -96,12 +101,14 @@ private:
     std::vector<std::size_t> sizes_;
     std::size_t committed_ = 0;
     std::size_t written_ = 0;
+    std::size_t observed_ = 0;
     bool failed_ = false;
     std::uint32_t error_ = 0;
     bool stopping_ = false;
     std::mutex lock_;
     std::condition_variable changed_;
     std::thread writer_;
+    std::thread observerThread_;
 };
 
 }  // namespace platform
