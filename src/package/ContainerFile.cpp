@@ -16,6 +16,8 @@ constexpr std::int64_t IoBlock = 256 * ProgressBlock;
 // No writer makes a name anywhere near this long (a path is at most a few thousand characters);
 // refusing longer ones keeps a hostile name length from becoming a huge allocation.
 constexpr std::uint32_t MaxNameBytes = 1 << 20;
+// Room for a block of gathered small files and the one that fills it, with its header and name.
+constexpr std::size_t StageCapacity = 2 * IoBlock + 64 * 1024;
 
 EngineStatus lastErrorStatus() { return EngineStatus(platform::lastError(), SeverityError); }
 
@@ -292,20 +294,41 @@ void ContainerFile::expectEntries(std::uint32_t count)
 
 bool ContainerFile::stage(const std::uint8_t* data, std::size_t size)
 {
-    staged_.insert(staged_.end(), data, data + size);
     if (running_)
         running_->update(data, size);
-    return staged_.size() < static_cast<std::size_t>(IoBlock) || flushStaged();
+    if (!stager_) {
+        // The writes of gathered files go out on a thread of their own while this one reads and
+        // hashes the next files.
+        stager_ = std::make_unique<platform::WriteBehind>(file_, StageCapacity, UINT64_MAX);
+        stageBuffer_ = stager_->acquire();
+        stagedBytes_ = 0;
+    }
+    if (!stageBuffer_)
+        return false;  // an earlier write failed; the last error says why
+    if (stagedBytes_ + size > StageCapacity) {
+        if (stagedBytes_ > 0 && !commitStaged())
+            return false;
+        if (size > StageCapacity)
+            return stager_->finish() && platform::writeFile(file_, data, size);
+    }
+    std::memcpy(stageBuffer_ + stagedBytes_, data, size);
+    stagedBytes_ += size;
+    return stagedBytes_ < static_cast<std::size_t>(IoBlock) || commitStaged();
+}
+
+bool ContainerFile::commitStaged()
+{
+    const bool committed = stager_->commit(stagedBytes_);
+    stagedBytes_ = 0;
+    stageBuffer_ = committed ? stager_->acquire() : nullptr;
+    return committed;
 }
 
 bool ContainerFile::flushStaged()
 {
-    if (staged_.empty())
+    if (!stager_)
         return true;
-    // The buffer keeps its memory for the next files.
-    const bool written = platform::writeFile(file_, staged_.data(), staged_.size());
-    staged_.clear();
-    return written;
+    return (stagedBytes_ == 0 || commitStaged()) && stager_->finish();
 }
 
 bool ContainerFile::put(const std::uint8_t* data, std::size_t size)
@@ -374,7 +397,9 @@ EngineStatus ContainerFile::close()
     if (file_ != platform::InvalidHandle)
         platform::closeFile(file_);
     writing_ = 0;
-    staged_.clear();
+    stager_.reset();
+    stageBuffer_ = nullptr;
+    stagedBytes_ = 0;
     running_.reset();
     expectedEntries_ = 0;
     file_ = platform::InvalidHandle;

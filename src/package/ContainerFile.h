@@ -13,6 +13,7 @@
 #include "engine/EngineCallback.h"
 #include "engine/EngineStatus.h"
 #include "platform/NativeFile.h"
+#include "platform/StreamPipeline.h"
 
 // One stored item: on the writing side a source file, on the reading side a stretch of a package.
 // Neither handle is owned.
@@ -146,6 +147,8 @@ private:
     bool put(const std::uint8_t* data, std::size_t size);
     // Adds to what goes out in the next write, which is made once a block has gathered.
     bool stage(const std::uint8_t* data, std::size_t size);
+    bool commitStaged();
+    // Writes out all that is staged and waits for it.
     bool flushStaged();
 
     std::uint32_t magic_ = ContainerMagic;
@@ -160,6 +163,8 @@ private:
     std::unique_ptr<RunningMd5> running_;
     std::uint32_t expectedEntries_ = 0;
     std::optional<Md5Digest> knownDigest_;
-    std::vector<std::uint8_t> staged_;
+    std::unique_ptr<platform::WriteBehind> stager_;
+    std::uint8_t* stageBuffer_ = nullptr;
+    std::size_t stagedBytes_ = 0;
     std::size_t indexLimit_ = DefaultIndexLimit;
 };
