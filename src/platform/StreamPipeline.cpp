@@ -160,7 +160,7 @@ WriteBehind::WriteBehind(FileHandle handle, std::size_t blockCapacity, std::uint
     slots_.resize(depth);
     sizes_.resize(depth);
     for (auto& slot : slots_)
-        slot.resize(capacity_);
+        slot = std::make_unique_for_overwrite<std::uint8_t[]>(capacity_);
     if (threaded_)
         writer_ = std::thread(&WriteBehind::run, this);
 }
@@ -189,7 +189,7 @@ void WriteBehind::runObserver()
         const std::size_t size = sizes_[index];
         guard.unlock();
         if (size > 0)
-            observer_(slots_[index].data(), size);
+            observer_(slots_[index].get(), size);
         guard.lock();
         ++observed_;
         changed_.notify_all();
@@ -199,11 +199,11 @@ void WriteBehind::runObserver()
 std::uint8_t* WriteBehind::acquire()
 {
     if (!threaded_)
-        return slots_[0].data();
+        return slots_[0].get();
     std::unique_lock guard(lock_);
     // One slot stays with the writer while it writes; the caller may fill any other.
     changed_.wait(guard, [this] { return committed_ - released() < slots_.size() - 1 || failed_; });
-    return slots_[committed_ % slots_.size()].data();
+    return slots_[committed_ % slots_.size()].get();
 }
 
 bool WriteBehind::commit(std::size_t size)
@@ -212,8 +212,8 @@ bool WriteBehind::commit(std::size_t size)
         if (failed_)
             return false;
         if (size > 0 && observer_)
-            observer_(slots_[0].data(), size);
-        if (size > 0 && !writeFile(handle_, slots_[0].data(), size)) {
+            observer_(slots_[0].get(), size);
+        if (size > 0 && !writeFile(handle_, slots_[0].get(), size)) {
             failed_ = true;
             error_ = lastError();
         }
@@ -244,7 +244,7 @@ void WriteBehind::run()
         bool ok = true;
         std::uint32_t error = 0;
         if (!alreadyFailed && size > 0) {
-            ok = writeFile(handle_, slots_[index].data(), size);
+            ok = writeFile(handle_, slots_[index].get(), size);
             error = ok ? 0 : lastError();
         }
         guard.lock();

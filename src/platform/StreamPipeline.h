@@ -97,7 +97,8 @@ private:
     std::size_t capacity_;
     bool threaded_;
     Observer observer_;
-    std::vector<std::vector<std::uint8_t>> slots_;
+    // Left unfilled: a short stream touches only the pages it writes.
+    std::vector<std::unique_ptr<std::uint8_t[]>> slots_;
     std::vector<std::size_t> sizes_;
     std::size_t committed_ = 0;
     std::size_t written_ = 0;

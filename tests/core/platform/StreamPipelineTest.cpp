@@ -83,6 +83,10 @@ TEST(StreamPipeline, WritesBehindInOrderAndReportsAFullDisk)
         if (failing)
             platform::faults::failAfter(platform::faults::Kind::Write, 7, win::ERROR_DISK_FULL, true);
         platform::WriteBehind writer(file.handle(), 1 << 20, bytes.size());
+        // The observer, on a thread of its own, sees every block in order and whole, also the
+        // ones whose write fails, before its buffer is filled again.
+        std::vector<std::uint8_t> seen;
+        writer.observe([&seen](const std::uint8_t* data, std::size_t size) { seen.insert(seen.end(), data, data + size); });
         bool committed = true;
         for (std::size_t at = 0; at < bytes.size() && committed; at += 1 << 20) {
             std::uint8_t* slot = writer.acquire();
@@ -99,6 +103,11 @@ TEST(StreamPipeline, WritesBehindInOrderAndReportsAFullDisk)
         } else {
             EXPECT_TRUE(finished && committed);
             EXPECT_EQ(readBytes(folder / "out"), bytes);
+        }
+        EXPECT_GE(seen.size(), 8u << 20);
+        EXPECT_TRUE(std::equal(seen.begin(), seen.end(), bytes.begin()));
+        if (!failing) {
+            EXPECT_EQ(seen.size(), bytes.size());
         }
     }
 }
