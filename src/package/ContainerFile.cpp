@@ -13,6 +13,7 @@ namespace {
 // pieces, so that a large package costs few system calls.
 constexpr std::int64_t ProgressBlock = 4096;
 constexpr std::int64_t IoBlock = 256 * ProgressBlock;
+static_assert(IoBlock == ContainerFile::GatheredFileLimit);
 // No writer makes a name anywhere near this long (a path is at most a few thousand characters);
 // refusing longer ones keeps a hostile name length from becoming a huge allocation.
 constexpr std::uint32_t MaxNameBytes = 1 << 20;
@@ -227,6 +228,23 @@ EngineStatus ContainerFile::endEntry(const std::u16string& name, std::int64_t si
     EngineStatus status;
     if (!reportBlocks(callback_, OpWriteFile, size, processed, size, userParameter_, name))
         status.setSeverity(SeverityStopped);
+    return status;
+}
+
+EngineStatus ContainerFile::addEntry(ContainerEntry& entry, const std::uint8_t* content)
+{
+    const std::int64_t size = entry.sourceSize();
+    if (file_ == platform::InvalidHandle || size < 0 || size >= GatheredFileLimit || (size > 0 && !content))
+        return EngineStatus(win::ERROR_INVALID_DATA, SeverityError);
+    const std::vector<std::uint8_t> prefix = entryPrefix(entry.name(), entry.type(), size);
+    if (!stage(prefix.data(), prefix.size()) || (size > 0 && !stage(content, static_cast<std::size_t>(size))))
+        return lastErrorStatus();
+    EngineStatus status;
+    std::int64_t processed = 0;
+    if (!reportBlocks(entry.callback(), OpWriteFile, size, processed, size, userParameter_, entry.name()))
+        status.setSeverity(SeverityStopped);
+    if (status.ok())
+        ++entryCount_;
     return status;
 }
 

@@ -106,6 +106,12 @@ public:
     // still reports the hashing, and a stop there fails the open as it would otherwise.
     void expectDigest(const Md5Digest& digest) { knownDigest_ = digest; }
     EngineStatus addEntry(ContainerEntry& entry);
+    // The same for a source whose content (of the entry's source size) was read already: with
+    // the same reports and stops.
+    EngineStatus addEntry(ContainerEntry& entry, const std::uint8_t* content);
+    // Files below this size are gathered with others into one write; the caller may read them
+    // whole beforehand.
+    static constexpr std::int64_t GatheredFileLimit = 1 << 20;
     // An entry whose data is already in memory; a small one, so no reports and no stop.
     EngineStatus addEntry(const std::u16string& name, std::uint32_t entryType, const std::uint8_t* data,
                           std::size_t size);

@@ -8,6 +8,7 @@
 #include "crypto/CertificateStore.h"
 #include "crypto/CryptoSession.h"
 #include "package/ReportRelay.h"
+#include "package/SourcePrefetch.h"
 #include "platform/LastError.h"
 #include "platform/TempFile.h"
 #include "platform/Utf.h"
@@ -382,20 +383,17 @@ EngineStatus PackageEngine::addFiles(ContainerFile& container)
 {
     EngineStatus status;
     bool goOn = true;
-    for (const std::u16string& path : files_) {
-        if (!goOn || !status.ok())
-            break;
-        // Only regular files are read, and the open never waits: a FIFO would hold it for ever,
-        // out of reach of a stop, and a device would never end.
-        std::int64_t size = 0;
-        ScopedFile source(platform::openSourceFile(path, &size));
-        if (!source.isOpen()) {
+    SourcePrefetch sources(files_, ContainerFile::GatheredFileLimit);
+    SourcePrefetch::Source source;
+    while (goOn && status.ok() && sources.next(source)) {
+        const std::u16string& path = source.path;
+        ScopedFile handle(source.handle);
+        if (source.openError != 0) {
             goOn = false;
-            const EngineStatus reason = lastErrorStatus();
+            const EngineStatus reason(source.openError, SeverityError);
             if (callback_ && userParameter_) {
                 userParameter_->status = reason;
-                const std::u16string pathCopy = path;
-                userParameter_->fileName = pathCopy.c_str();
+                userParameter_->fileName = path.c_str();
                 goOn = callback_(OpError, 0, 0, userParameter_) != 0;
                 userParameter_->fileName = nullptr;
             }
@@ -403,11 +401,16 @@ EngineStatus PackageEngine::addFiles(ContainerFile& container)
                 failedOn(reason, path);
             continue;
         }
-        ContainerEntry entry(entryNameFor(path, nameMode_), source.handle(), EntryTypeData);
-        entry.setSourceSize(size);
+        ContainerEntry entry(entryNameFor(path, nameMode_), handle.handle(), EntryTypeData);
+        entry.setSourceSize(source.size);
         entry.setCallback(callback_);
         entry.setUserParameter(userParameter_);
-        status = container.addEntry(entry);
+        if (source.readError != 0)
+            status = EngineStatus(source.readError, SeverityError);
+        else if (handle.isOpen())
+            status = container.addEntry(entry);
+        else
+            status = container.addEntry(entry, source.content.data());
         // A write that failed concerns what is being written; a read, or a source that shrank, the
         // source.
         if (!status.ok() && status.severity() != SeverityStopped) {

@@ -1,0 +1,82 @@
+#include "package/SourcePrefetch.h"
+
+#include "platform/LastError.h"
+#include "platform/StatusCodes.h"
+
+namespace {
+// How far the reading may run ahead: enough to cover the hashing of a few hundred small files,
+// little enough to keep memory small.
+constexpr std::size_t MostFilesAhead = 256;
+constexpr std::size_t MostBytesAhead = 8u << 20;
+}  // namespace
+
+SourcePrefetch::SourcePrefetch(const FileSet& files, std::int64_t smallFile)
+    : files_(files), smallFile_(smallFile)
+{
+    reader_ = std::thread(&SourcePrefetch::run, this);
+}
+
+SourcePrefetch::~SourcePrefetch()
+{
+    {
+        std::lock_guard guard(lock_);
+        stopping_ = true;
+    }
+    changed_.notify_all();
+    reader_.join();
+    for (const Source& source : ready_) {
+        if (source.handle != platform::InvalidHandle)
+            platform::closeFile(source.handle);
+    }
+}
+
+void SourcePrefetch::run()
+{
+    for (const std::u16string& path : files_) {
+        Source source;
+        source.path = path;
+        // Only regular files are read, and the open never waits: a FIFO would hold it for ever,
+        // out of reach of a stop, and a device would never end.
+        source.handle = platform::openSourceFile(path, &source.size);
+        if (source.handle == platform::InvalidHandle) {
+            source.openError = platform::lastError();
+        } else if (source.size < smallFile_) {
+            source.content.resize(static_cast<std::size_t>(source.size));
+            std::size_t got = 0;
+            if (!platform::readFile(source.handle, source.content.data(), source.content.size(), got))
+                source.readError = platform::lastError();
+            else if (got < source.content.size())
+                source.readError = win::ERROR_HANDLE_EOF;
+            platform::closeFile(source.handle);
+            source.handle = platform::InvalidHandle;
+        }
+        std::unique_lock guard(lock_);
+        changed_.wait(guard, [this] {
+            return stopping_ || (ready_.size() < MostFilesAhead && readyBytes_ < MostBytesAhead);
+        });
+        if (stopping_) {
+            if (source.handle != platform::InvalidHandle)
+                platform::closeFile(source.handle);
+            return;
+        }
+        readyBytes_ += source.content.size();
+        ready_.push_back(std::move(source));
+        changed_.notify_all();
+    }
+    std::lock_guard guard(lock_);
+    done_ = true;
+    changed_.notify_all();
+}
+
+bool SourcePrefetch::next(Source& source)
+{
+    std::unique_lock guard(lock_);
+    changed_.wait(guard, [this] { return !ready_.empty() || done_; });
+    if (ready_.empty())
+        return false;
+    source = std::move(ready_.front());
+    ready_.pop_front();
+    readyBytes_ -= source.content.size();
+    changed_.notify_all();
+    return true;
+}
