@@ -172,20 +172,14 @@ Sample measure(const std::function<bool()>& work, const std::function<void()>& s
     return sample;
 }
 
-Sample median(const Options& options, const std::function<bool()>& prepare, const std::function<bool()>& work,
-              const std::function<void()>& setup = {})
+// The median of the samples, with the highest peak of memory; failed if any sample failed.
+Sample summarize(std::vector<Sample> samples)
 {
-    std::vector<Sample> samples;
-    for (int i = 0; i < options.repeat; ++i) {
-        if (prepare && !prepare())
-            return {};
-        // Each sample starts with nothing left to write back from the one before, so that no
-        // operation pays for the disk traffic of another.
-        ::sync();
-        samples.push_back(measure(work, setup));
-        if (samples.back().seconds < 0)
-            return samples.back();
-    }
+    if (samples.empty())
+        return {};
+    for (const Sample& s : samples)
+        if (s.seconds < 0)
+            return s;
     std::sort(samples.begin(), samples.end(), [](const Sample& a, const Sample& b) { return a.seconds < b.seconds; });
     Sample result = samples[samples.size() / 2];
     for (const Sample& s : samples) {
@@ -502,61 +496,97 @@ int main(int argc, char** argv)
             return true;
         };
 
-        add("engine create", median(options, nullptr, [&] { return engineCreate(workload, package); }), createFloor);
-        add("engine extract", median(options, fresh, [&] { return engineExtract(package, out); }), extractFloor);
-        add("thread create", median(options, nullptr, [&] {
-                return threadRun(PackageOperationCreate, &workload, package, out);
-            }, makeApplication), createFloor);
-        add("thread extract", median(options, fresh, [&] {
-                return threadRun(PackageOperationExtract, nullptr, package, out);
-            }, makeApplication), extractFloor);
+        struct Operation {
+            std::string name;
+            std::function<bool()> prepare;
+            std::function<bool()> work;
+            std::function<void()> setup;
+            double floorSeconds = 0;
+            std::vector<Sample> samples;
+        };
+        std::vector<Operation> operations;
+        auto creates = [&](const std::string& name, std::function<bool()> work, std::function<void()> setup = {}) {
+            operations.push_back({name + " create", nullptr, std::move(work), std::move(setup), createFloor, {}});
+        };
+        auto extracts = [&](const std::string& name, std::function<bool()> work, std::function<void()> setup = {}) {
+            operations.push_back({name + " extract", fresh, std::move(work), std::move(setup), extractFloor, {}});
+        };
+
+        creates("engine", [&] { return engineCreate(workload, package); });
+        extracts("engine", [&] { return engineExtract(package, out); });
+        creates("thread", [&] { return threadRun(PackageOperationCreate, &workload, package, out); }, makeApplication);
+        extracts("thread", [&] { return threadRun(PackageOperationExtract, nullptr, package, out); }, makeApplication);
 
         const std::string cli = std::string(HALVOREN_CLI_PATH) + " --profile " + quote(cliProfile);
-        add("cli create", median(options, nullptr, [&] {
-                return shell(cli + " encrypt -o " + quote(package) +
-                             " -r 'Bench Ann' -r 'Bench Bob' -r 'Bench Cid' " + quote(workload.root));
-            }), createFloor);
-        add("cli extract", median(options, fresh, [&] {
-                return shell(cli + " decrypt " + quote(package) + " -C " + quote(out));
-            }), extractFloor);
+        creates("cli", [&] {
+            return shell(cli + " encrypt -o " + quote(package) + " -r 'Bench Ann' -r 'Bench Bob' -r 'Bench Cid' " +
+                         quote(workload.root));
+        });
+        extracts("cli", [&] { return shell(cli + " decrypt " + quote(package) + " -C " + quote(out)); });
 
-        const fs::path peerOut = scratch / "peer.out";
+        // Each peer has a package of its own, since the operations take turns.
+        const fs::path gpgOut = scratch / "peer.gpg";
+        const fs::path ageOut = scratch / "peer.age";
+        const fs::path cmsOut = scratch / "peer.cms";
         if (peers.gpg) {
             const std::string gpg = "GNUPGHOME=" + quote(peers.gnupgHome) + " gpg --batch --yes --trust-model always";
-            add("gpg create", median(options, nullptr, [&] {
-                    return shell(sourceStream(workload) + " | " + gpg +
-                                 " -z 0 --cipher-algo AES256 -r b0@bench.invalid -r b1@bench.invalid"
-                                 " -r b2@bench.invalid -o " + quote(peerOut) + " -e");
-                }), createFloor);
-            add("gpg extract", median(options, fresh, [&] {
-                    return shell(gpg + " -d " + quote(peerOut) + " | " + sinkStream(workload, out));
-                }), extractFloor);
+            creates("gpg", [&, gpg] {
+                return shell(sourceStream(workload) + " | " + gpg +
+                             " -z 0 --cipher-algo AES256 -r b0@bench.invalid -r b1@bench.invalid"
+                             " -r b2@bench.invalid -o " + quote(gpgOut) + " -e");
+            });
+            extracts("gpg", [&, gpg] { return shell(gpg + " -d " + quote(gpgOut) + " | " + sinkStream(workload, out)); });
         }
         if (peers.age) {
-            add("age create", median(options, nullptr, [&] {
-                    return shell(sourceStream(workload) + " | age -r " + peers.agePublic[0] + " -r " + peers.agePublic[1] +
-                                 " -r " + peers.agePublic[2] + " -o " + quote(peerOut));
-                }), createFloor);
-            add("age extract", median(options, fresh, [&] {
-                    return shell("age -d -i " + quote(peers.ageKeys[0]) + " " + quote(peerOut) + " | " +
-                                 sinkStream(workload, out));
-                }), extractFloor);
+            creates("age", [&] {
+                return shell(sourceStream(workload) + " | age -r " + peers.agePublic[0] + " -r " + peers.agePublic[1] +
+                             " -r " + peers.agePublic[2] + " -o " + quote(ageOut));
+            });
+            extracts("age", [&] {
+                return shell("age -d -i " + quote(peers.ageKeys[0]) + " " + quote(ageOut) + " | " +
+                             sinkStream(workload, out));
+            });
         }
         if (peers.cms) {
-            add("openssl cms create", median(options, nullptr, [&] {
-                    return shell(sourceStream(workload) + " | openssl cms -encrypt -aes256 -binary -stream -outform DER -out " +
-                                 quote(peerOut) + " " + quote(peers.certs[0]) + " " + quote(peers.certs[1]) + " " +
-                                 quote(peers.certs[2]));
-                }), createFloor);
-            add("openssl cms extract", median(options, fresh, [&] {
-                    return shell("openssl cms -decrypt -binary -inform DER -in " + quote(peerOut) + " -recip " +
-                                 quote(peers.certs[0]) + " -inkey " + quote(peers.keys[0]) + " | " +
-                                 sinkStream(workload, out));
-                }), extractFloor);
+            creates("openssl cms", [&] {
+                return shell(sourceStream(workload) + " | openssl cms -encrypt -aes256 -binary -stream -outform DER -out " +
+                             quote(cmsOut) + " " + quote(peers.certs[0]) + " " + quote(peers.certs[1]) + " " +
+                             quote(peers.certs[2]));
+            });
+            extracts("openssl cms", [&] {
+                return shell("openssl cms -decrypt -binary -inform DER -in " + quote(cmsOut) + " -recip " +
+                             quote(peers.certs[0]) + " -inkey " + quote(peers.keys[0]) + " | " + sinkStream(workload, out));
+            });
         }
+
+        // The operations take turns, one sample each per round, creations before extractions: what
+        // the machine does over a run (its page cache filling, memory coming back from the host)
+        // then falls on all of them alike instead of on whichever came last.
+        for (int round = 0; round < options.repeat; ++round) {
+            for (const bool extraction : {false, true}) {
+                for (Operation& operation : operations) {
+                    if ((operation.prepare != nullptr) != extraction)
+                        continue;
+                    if (!operation.samples.empty() && operation.samples.back().seconds < 0)
+                        continue;
+                    if (operation.prepare && !operation.prepare()) {
+                        operation.samples.push_back({});
+                        continue;
+                    }
+                    // Each sample starts with nothing left to write back from the one before, so
+                    // that no operation pays for the disk traffic of another.
+                    ::sync();
+                    operation.samples.push_back(measure(operation.work, operation.setup));
+                }
+            }
+        }
+        for (Operation& operation : operations)
+            add(operation.name, summarize(operation.samples), operation.floorSeconds);
+
         fs::remove_all(scratch / ("work" + workload.name));
         fs::remove(package);
-        fs::remove(peerOut);
+        for (const char* peerFile : {"peer.gpg", "peer.age", "peer.cms"})
+            fs::remove(scratch / peerFile);
         fs::remove_all(out);
     }
 
