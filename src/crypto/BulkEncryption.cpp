@@ -39,6 +39,8 @@ struct StreamOutput {
     std::int64_t hashFrom = 0;
     // Sees every output block on the thread that writes it.
     CryptoSession::OutputObserver observer;
+    // Takes the output instead of the target file, where set.
+    platform::WriteBehind::Sink sink;
     // Set when the run failed because the target could not be written.
     bool targetFailed = false;
 };
@@ -51,7 +53,7 @@ bool runStream(Direction direction, platform::FileHandle in, std::int64_t source
                KvxUtils::UserParameter* userParameter, bool& loopRan, StreamOutput& output)
 {
     loopRan = false;
-    if (in == platform::InvalidHandle || out == platform::InvalidHandle || !key) {
+    if (in == platform::InvalidHandle || (out == platform::InvalidHandle && !output.sink) || !key) {
         platform::setLastError(win::ERROR_INVALID_PARAMETER);
         return false;
     }
@@ -79,7 +81,10 @@ bool runStream(Direction direction, platform::FileHandle in, std::int64_t source
     // The disk is read ahead and written behind on a second thread while the cipher runs here.
     platform::ReadAhead reader(in, blockLength, static_cast<std::uint64_t>(sourceSize));
     // Room for what the cipher holds back or adds: at most one block beyond the input, each way.
-    platform::WriteBehind writer(out, blockLength + 2 * blockSize, static_cast<std::uint64_t>(sourceSize));
+    const std::size_t outputBlock = blockLength + 2 * blockSize;
+    platform::WriteBehind writer = output.sink
+        ? platform::WriteBehind(output.sink, outputBlock, static_cast<std::uint64_t>(sourceSize))
+        : platform::WriteBehind(out, outputBlock, static_cast<std::uint64_t>(sourceSize));
     writer.observe(output.observer);
     std::int64_t written = 0;
     std::int64_t reported = 0;
@@ -168,7 +173,7 @@ void CryptoSession::hashOutputFrom(std::int64_t offset)
 }
 
 bool CryptoSession::runOn(bool encrypting, platform::FileHandle source, std::int64_t size, platform::FileHandle target,
-                         SessionKey* key, bool& loopRan, OutputObserver observer)
+                         SessionKey* key, bool& loopRan, OutputObserver observer, OutputSink sink)
 {
     std::unique_ptr<RunningMd5> hash;
     if (hashFrom_ >= 0)
@@ -177,6 +182,7 @@ bool CryptoSession::runOn(bool encrypting, platform::FileHandle source, std::int
     output.hash = hash.get();
     output.hashFrom = hashFrom_;
     output.observer = std::move(observer);
+    output.sink = std::move(sink);
     hashFrom_ = -1;
     outputDigest_.reset();
     const bool ok = runStream(encrypting ? Direction::Encrypt : Direction::Decrypt, source, size, target, key,
@@ -220,6 +226,12 @@ bool CryptoSession::decryptRange(platform::FileHandle source, std::int64_t size,
 {
     bool loopRan = false;
     return runOn(false, source, size, target, key, loopRan, {});
+}
+
+bool CryptoSession::decryptRange(platform::FileHandle source, std::int64_t size, OutputSink target, SessionKey* key)
+{
+    bool loopRan = false;
+    return runOn(false, source, size, platform::InvalidHandle, key, loopRan, {}, std::move(target));
 }
 
 bool CryptoSession::encryptStream(const std::u16string& source, const std::u16string& target, SessionKey* key)

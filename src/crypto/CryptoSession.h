@@ -70,6 +70,10 @@ public:
     bool encryptRange(platform::FileHandle source, std::int64_t size, platform::FileHandle target, SessionKey* key,
                       OutputObserver written = {});
     bool decryptRange(platform::FileHandle source, std::int64_t size, platform::FileHandle target, SessionKey* key);
+    // The same into something that takes the output block by block, in order, on the writing
+    // thread, and answers false (with the last error set) if it can't.
+    using OutputSink = std::function<bool(const std::uint8_t* data, std::size_t size)>;
+    bool decryptRange(platform::FileHandle source, std::int64_t size, OutputSink target, SessionKey* key);
     bool targetFailed() const { return targetFailed_; }
     bool decryptStream(const std::u16string& source, const std::u16string& target, SessionKey* key);
 
@@ -83,7 +87,7 @@ private:
     bool runHashed(bool encrypting, const std::u16string& source, const std::u16string& target, SessionKey* key,
                    bool& loopRan);
     bool runOn(bool encrypting, platform::FileHandle source, std::int64_t size, platform::FileHandle target,
-               SessionKey* key, bool& loopRan, OutputObserver observer);
+               SessionKey* key, bool& loopRan, OutputObserver observer, OutputSink sink = {});
 
     const std::uint32_t blockSize_ = 16;
     const std::uint32_t algorithm_ = CALG_AES_256;

@@ -7,6 +7,7 @@
 
 #include "crypto/CertificateStore.h"
 #include "crypto/CryptoSession.h"
+#include "package/EntrySplitter.h"
 #include "package/ReportRelay.h"
 #include "package/SourcePrefetch.h"
 #include "platform/LastError.h"
@@ -63,6 +64,14 @@ EngineStatus makeTemp(platform::PrivateTemp& temp, std::u16string& failedIn)
     return EngineStatus();
 }
 
+// How many entries of one package may wait in files of their own for the check: each holds a
+// descriptor until then, and the process needs some for everything else.
+std::size_t entryFileLimit()
+{
+    const std::size_t limit = platform::raiseOpenFileLimit();
+    return limit > 256 ? (limit - 256) / 2 : 0;
+}
+
 // True if the file open as `package` starts with the header of an encrypted package. Its position
 // is left at the start.
 bool isEncryptedPackage(platform::FileHandle package)
@@ -84,8 +93,9 @@ bool isEncryptedPackage(platform::FileHandle package)
 // fails the check throws the work away, and nothing of it ever reached the user's folder.
 class DecryptionAhead {
 public:
-    explicit DecryptionAhead(platform::FileHandle package)
-        : package_(package)
+    // Entries go straight into files of their own in `folder`, if it can be opened.
+    DecryptionAhead(platform::FileHandle package, const std::u16string& folder)
+        : package_(package), folderPath_(folder)
     {
         thread_ = std::thread(&DecryptionAhead::run, this);
     }
@@ -116,6 +126,7 @@ public:
     // and data to decrypt; on failure, what the failure concerns.
     platform::PrivateTemp plain;
     std::optional<Md5Digest> digest;
+    std::unique_ptr<EntrySplitter> splitter;
     bool indexFailed = false;
     std::u16string failedIn;
 
@@ -175,16 +186,29 @@ private:
         status = makeTemp(plain, failedIn);
         if (!status.ok())
             return status;
+        ScopedFile folder(platform::openDirectory(folderPath_));
+        splitter = std::make_unique<EntrySplitter>(plain.handle(), folder.handle(), folderPath_, entryFileLimit());
         // The inner package is checked next; its digest is taken as it is decrypted.
         session.hashOutputFrom(HashedRangeStart);
-        if (!platform::seekFile(container.handle(), data->dataOffset(), platform::SeekFrom::Begin)
-            || !session.decryptRange(container.handle(), data->size(), plain.handle(), sessionKey.get()))
-            return cannotMake;
+        const bool decrypted = platform::seekFile(container.handle(), data->dataOffset(), platform::SeekFrom::Begin)
+            && session.decryptRange(
+                container.handle(), data->size(),
+                [this](const std::uint8_t* bytes, std::size_t size) { return splitter->write(bytes, size); },
+                sessionKey.get())
+            && splitter->finish();
+        if (!decrypted) {
+            if (!splitter->folderFailed())
+                return cannotMake;
+            // A full disk, say, in the folder the files are for.
+            failedIn = folderPath_;
+            return lastErrorStatus();
+        }
         digest = session.outputDigest();
         return EngineStatus();
     }
 
     platform::FileHandle package_;
+    std::u16string folderPath_;
     ReportRelay relay_;
     EngineStatus status_;
     std::thread thread_;
@@ -573,7 +597,7 @@ EngineStatus PackageEngine::extract()
         const platform::FileHandle second = platform::reopenForReading(package.handle());
         if (second == platform::InvalidHandle)
             return failedOn(lastErrorStatus(), packagePath_);
-        ahead = std::make_unique<DecryptionAhead>(second);
+        ahead = std::make_unique<DecryptionAhead>(second, extractFolder_);
     }
 
     ContainerFile container;
@@ -589,6 +613,8 @@ EngineStatus PackageEngine::extract()
         else if (!ahead->failedIn.empty())
             failedOn(status, ahead->failedIn);
     }
+    if (status.ok() && ahead && ahead->splitter)
+        entryFiles_ = &ahead->splitter->entries();
     if (status.ok() && ahead && ahead->plain.isOpen()) {
         status = container.close();
         if (status.ok()) {
@@ -611,6 +637,7 @@ EngineStatus PackageEngine::extract()
     }
     if (container.handle() != platform::InvalidHandle)
         platform::closeFile(container.handle());
+    entryFiles_ = nullptr;
     return status;
 }
 
@@ -697,6 +724,37 @@ EngineStatus PackageEngine::extractEntry(ContainerEntry& entry, platform::FileHa
     // A folder, a FIFO or a device of that name is never replaced.
     if (existing == platform::EntryKind::Directory || existing == platform::EntryKind::Other)
         return failedOn(EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError), path);
+
+    // An entry decrypted straight into a file of its own only needs its reports and its name.
+    EntrySplitter::Entry* ready = nullptr;
+    if (entryFiles_ && !entryFiles_->empty()) {
+        // The inner package holds a hole where such an entry's data was; an entry that met one
+        // anywhere but exactly would read zeros, so the package is refused instead. (Both
+        // readers follow the same rules, so a package that gets here never does.)
+        const std::int64_t start = entry.dataOffset();
+        const std::int64_t end = start + entry.size();
+        auto next = entryFiles_->lower_bound(start);
+        const bool exact = next != entryFiles_->end() && next->first == start && next->second.size == entry.size();
+        const bool overlapsNext = next != entryFiles_->end() && next->first < end && !exact;
+        const bool overlapsPrevious = next != entryFiles_->begin()
+            && std::prev(next)->first + std::prev(next)->second.size > start;
+        if (overlapsNext || overlapsPrevious)
+            return failedOn(EngineStatus(win::ERROR_BAD_FORMAT, SeverityError), packagePath_, true);
+        if (exact)
+            ready = &next->second;
+    }
+    if (ready) {
+        const EngineStatus reported = entry.reportCopy();
+        if (!reported.ok())
+            return reported;
+        if (platform::setFileMode(ready->file->handle(), modeFor(existing, existingMode, newFileMode_))
+            && ready->file->publish(directory, name))
+            return EngineStatus();
+        // Linking fails across file systems (a folder below that is a mount point): the entry
+        // is copied from its file like one from the inner package.
+        entry = ContainerEntry(entry.name(), ready->file->handle(), 0, entry.size(), entry.type());
+        entry.setCallback(nullptr);
+    }
 
     platform::PrivateTemp temp;
     if (!temp.create(directory, directoryPath, platform::HiddenTempPrefix))

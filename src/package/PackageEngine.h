@@ -8,6 +8,7 @@
 
 #include "contacts/ContactRecord.h"
 #include "package/ContainerFile.h"
+#include "package/EntrySplitter.h"
 #include "engine/EngineCallback.h"
 #include "engine/EngineStatus.h"
 #include "engine/ScopedFile.h"
@@ -78,4 +79,7 @@ private:
     KvxUtils::UserParameter* userParameter_ = nullptr;
     FailureSubject failure_;
     mode_t newFileMode_ = 0644;
+    // The entries of the package being extracted that were decrypted straight into files of
+    // their own, by their data's offset in the inner package.
+    EntrySplitter::Entries* entryFiles_ = nullptr;
 };

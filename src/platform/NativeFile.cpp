@@ -1,10 +1,12 @@
 #include "platform/NativeFile.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <mutex>
 #include <cerrno>
 #include <vector>
 
@@ -134,6 +136,26 @@ FileHandle duplicateHandle(FileHandle handle)
     if (fd < 0)
         setLastErrorFromErrno();
     return fd;
+}
+
+std::size_t raiseOpenFileLimit()
+{
+    static std::once_flag once;
+    static std::size_t inForce = 1024;
+    std::call_once(once, [] {
+        rlimit limit {};
+        if (::getrlimit(RLIMIT_NOFILE, &limit) != 0)
+            return;
+        const rlim_t wanted = std::min<rlim_t>(limit.rlim_max, rlim_t(1) << 16);
+        if (limit.rlim_cur < wanted) {
+            rlimit raised = limit;
+            raised.rlim_cur = wanted;
+            if (::setrlimit(RLIMIT_NOFILE, &raised) == 0)
+                limit.rlim_cur = wanted;
+        }
+        inForce = static_cast<std::size_t>(std::min<rlim_t>(limit.rlim_cur, rlim_t(1) << 16));
+    });
+    return inForce;
 }
 
 FileHandle reopenForReading(FileHandle handle)

@@ -41,6 +41,9 @@ FileHandle openSourceFile(const std::u16string& path, std::int64_t* size = nullp
 bool setFileMode(FileHandle handle, mode_t mode);
 // A second handle on the same open file (same position); InvalidHandle on failure.
 FileHandle duplicateHandle(FileHandle handle);
+// Raises the process's limit of open files as far as allowed (the low default only serves
+// programs that use select, which this one doesn't) and answers the limit now in force.
+std::size_t raiseOpenFileLimit();
 // A new read-only handle on the same file, with a position of its own: for a second thread that
 // reads the file beside the first. InvalidHandle on failure.
 FileHandle reopenForReading(FileHandle handle);

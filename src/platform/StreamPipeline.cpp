@@ -154,7 +154,13 @@ bool ReadAhead::next(const std::uint8_t*& data, std::size_t& size)
 }
 
 WriteBehind::WriteBehind(FileHandle handle, std::size_t blockCapacity, std::uint64_t expectedSize)
-    : handle_(handle), capacity_(blockCapacity), threaded_(expectedSize >= ThreadThreshold)
+    : WriteBehind(Sink {}, blockCapacity, expectedSize)
+{
+    handle_ = handle;
+}
+
+WriteBehind::WriteBehind(Sink sink, std::size_t blockCapacity, std::uint64_t expectedSize)
+    : sink_(std::move(sink)), capacity_(blockCapacity), threaded_(expectedSize >= ThreadThreshold)
 {
     const std::size_t depth = threaded_ ? Depth : 1;
     slots_.resize(depth);
@@ -213,7 +219,7 @@ bool WriteBehind::commit(std::size_t size)
             return false;
         if (size > 0 && observer_)
             observer_(slots_[0].get(), size);
-        if (size > 0 && !writeFile(handle_, slots_[0].get(), size)) {
+        if (size > 0 && !put(slots_[0].get(), size)) {
             failed_ = true;
             error_ = lastError();
         }
@@ -244,7 +250,7 @@ void WriteBehind::run()
         bool ok = true;
         std::uint32_t error = 0;
         if (!alreadyFailed && size > 0) {
-            ok = writeFile(handle_, slots_[index].get(), size);
+            ok = put(slots_[index].get(), size);
             error = ok ? 0 : lastError();
         }
         guard.lock();
@@ -255,6 +261,11 @@ void WriteBehind::run()
         ++written_;
         changed_.notify_all();
     }
+}
+
+bool WriteBehind::put(const std::uint8_t* data, std::size_t size)
+{
+    return sink_ ? sink_(data, size) : writeFile(handle_, data, size);
 }
 
 bool WriteBehind::finish()

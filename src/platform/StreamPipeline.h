@@ -70,6 +70,10 @@ class WriteBehind {
 public:
     // Writes to `handle` in the order of commit; `expectedSize` decides whether a thread pays.
     WriteBehind(FileHandle handle, std::size_t blockCapacity, std::uint64_t expectedSize);
+    // The same into something other than one file: the sink takes every block in order and
+    // answers false, with the last error set, if it could not.
+    using Sink = std::function<bool(const std::uint8_t* data, std::size_t size)>;
+    WriteBehind(Sink sink, std::size_t blockCapacity, std::uint64_t expectedSize);
     ~WriteBehind();
     WriteBehind(const WriteBehind&) = delete;
     WriteBehind& operator=(const WriteBehind&) = delete;
@@ -93,7 +97,10 @@ private:
     // Blocks that the writer and the observer have both finished with.
     std::size_t released() const { return observer_ && threaded_ ? std::min(written_, observed_) : written_; }
 
-    FileHandle handle_;
+    bool put(const std::uint8_t* data, std::size_t size);
+
+    FileHandle handle_ = InvalidHandle;
+    Sink sink_;
     std::size_t capacity_;
     bool threaded_;
     Observer observer_;
