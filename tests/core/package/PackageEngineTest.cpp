@@ -546,6 +546,23 @@ TEST_F(PackageEngineTest, DecryptingAheadChangesNoReportAndTrustsNothingBeforeTh
     EXPECT_TRUE(!fs::exists(folder / "refused") || fs::is_empty(folder / "refused"));
     EXPECT_TRUE(leftoverTempFiles().empty());
 
+    // An inner package whose own digest is wrong: its entry went into a file of its own while it
+    // was decrypted, and that file never reaches the folder.
+    Bytes badInner = craftedPackage({{EntryTypeData, u"x", randomBytes(90000, 7)}});
+    badInner[4] ^= 1;
+    writeBytes(folder / "inner.plain", badInner);
+    CryptoSession crypto;
+    ASSERT_TRUE(crypto.encryptFile(u16(folder / "inner.plain"), u16(folder / "inner.data"), u16(folder / "inner.key"),
+                                   {bob->identity.certificate()}));
+    writeBytes(folder / "badinner.kvx", craftedPackage({{EntryTypeKey, u"k", readBytes(folder / "inner.key")},
+                                                        {EntryTypeData, u"d", readBytes(folder / "inner.data")}},
+                                                       ContainerTypeEncrypted));
+    fs::create_directories(folder / "badinner");
+    session = Recorder {};
+    EXPECT_EQ(extract(*bob, folder / "badinner.kvx", folder / "badinner").code(), win::ERROR_BAD_FORMAT);
+    EXPECT_TRUE(fs::is_empty(folder / "badinner"));
+    EXPECT_TRUE(leftoverTempFiles().empty());
+
     // Stops while both cores work answer as they did on one: in the check, in the data entry's
     // copy reports, and in the decryption.
     const std::vector<std::pair<std::function<bool(const Report&)>, std::uint32_t>> stops {
