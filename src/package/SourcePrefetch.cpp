@@ -8,6 +8,9 @@ namespace {
 // little enough to keep memory small.
 constexpr std::size_t MostFilesAhead = 256;
 constexpr std::size_t MostBytesAhead = 8u << 20;
+// Each side sleeps until the other has done a batch: waking the other for every small file
+// would cost more than reading it.
+constexpr std::size_t Batch = 32;
 }  // namespace
 
 SourcePrefetch::SourcePrefetch(const FileSet& files, std::int64_t smallFile)
@@ -51,9 +54,13 @@ void SourcePrefetch::run()
             source.handle = platform::InvalidHandle;
         }
         std::unique_lock guard(lock_);
-        changed_.wait(guard, [this] {
-            return stopping_ || (ready_.size() < MostFilesAhead && readyBytes_ < MostBytesAhead);
-        });
+        if (!stopping_ && (ready_.size() >= MostFilesAhead || readyBytes_ >= MostBytesAhead)) {
+            producerWaiting_ = true;
+            changed_.wait(guard, [this] {
+                return stopping_ || (ready_.size() < MostFilesAhead / 2 && readyBytes_ < MostBytesAhead / 2);
+            });
+            producerWaiting_ = false;
+        }
         if (stopping_) {
             if (source.handle != platform::InvalidHandle)
                 platform::closeFile(source.handle);
@@ -61,7 +68,8 @@ void SourcePrefetch::run()
         }
         readyBytes_ += source.content.size();
         ready_.push_back(std::move(source));
-        changed_.notify_all();
+        if (consumerWaiting_ && (ready_.size() >= Batch || readyBytes_ >= MostBytesAhead / 2))
+            changed_.notify_all();
     }
     std::lock_guard guard(lock_);
     done_ = true;
@@ -71,12 +79,17 @@ void SourcePrefetch::run()
 bool SourcePrefetch::next(Source& source)
 {
     std::unique_lock guard(lock_);
-    changed_.wait(guard, [this] { return !ready_.empty() || done_; });
+    if (ready_.empty() && !done_) {
+        consumerWaiting_ = true;
+        changed_.wait(guard, [this] { return ready_.size() >= Batch || readyBytes_ >= MostBytesAhead / 2 || done_; });
+        consumerWaiting_ = false;
+    }
     if (ready_.empty())
         return false;
     source = std::move(ready_.front());
     ready_.pop_front();
     readyBytes_ -= source.content.size();
-    changed_.notify_all();
+    if (producerWaiting_ && ready_.size() < MostFilesAhead / 2 && readyBytes_ < MostBytesAhead / 2)
+        changed_.notify_all();
     return true;
 }

@@ -52,5 +52,7 @@ private:
     std::size_t readyBytes_ = 0;
     bool done_ = false;
     bool stopping_ = false;
+    bool producerWaiting_ = false;
+    bool consumerWaiting_ = false;
     std::thread reader_;
 };
