@@ -67,6 +67,8 @@ private:
 
     // Touched by the worker only.
     std::chrono::nanoseconds reportInterval_ = std::chrono::milliseconds(16);
+    static constexpr int ClockEvery = 32;
+    int unclocked_ = 0;
     bool sentAny_ = false;
     unsigned sentOperation_ = 0;
     std::chrono::steady_clock::time_point sentAt_;
