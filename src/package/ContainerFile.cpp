@@ -429,7 +429,7 @@ EngineStatus ContainerFile::close()
     return status;
 }
 
-EngineStatus ContainerFile::verify(platform::FileHandle handle, ContainerHeader& header)
+EngineStatus ContainerFile::verify(platform::FileHandle handle, ContainerHeader& header, bool checkDigest)
 {
     const std::optional<Md5Digest> known = knownDigest_;
     knownDigest_.reset();
@@ -444,6 +444,8 @@ EngineStatus ContainerFile::verify(platform::FileHandle handle, ContainerHeader&
     header = ContainerHeader::fromBytes(bytes);
     if (header.magic != ContainerMagic || header.entryCount == 0)
         return EngineStatus(win::ERROR_BAD_FORMAT, SeverityError);
+    if (!checkDigest)
+        return EngineStatus();
     Md5Digest digest {};
     const EngineStatus hashed = digestOf(handle, known, digest);
     if (!hashed.ok())
@@ -458,7 +460,7 @@ EngineStatus ContainerFile::openForRead(platform::FileHandle handle)
     if (handle == platform::InvalidHandle)
         return EngineStatus(win::ERROR_INVALID_HANDLE, SeverityError);
     ContainerHeader header;
-    EngineStatus status = verify(handle, header);
+    EngineStatus status = verify(handle, header, true);
     if (!status.ok()) {
         if (userParameter_) {
             userParameter_->status = status;
@@ -469,11 +471,7 @@ EngineStatus ContainerFile::openForRead(platform::FileHandle handle)
         platform::closeFile(handle);
         return status;
     }
-    file_ = handle;
-    hash_ = header.hash;
-    containerType_ = header.containerType;
-    version_ = header.version;
-    entryCount_ = header.entryCount;
+    adopt(handle, header);
     return status;
 }
 
@@ -481,26 +479,23 @@ EngineStatus ContainerFile::openForReadAhead(platform::FileHandle handle)
 {
     if (handle == platform::InvalidHandle)
         return EngineStatus(win::ERROR_INVALID_HANDLE, SeverityError);
-    std::uint8_t bytes[ContainerHeader::Size] {};
-    std::size_t got = 0;
-    EngineStatus status;
-    if (!platform::readFile(handle, bytes, sizeof bytes, got))
-        status = lastErrorStatus();
-    else if (got < sizeof bytes)
-        status = EngineStatus(win::ERROR_HANDLE_EOF, SeverityError);
-    const ContainerHeader header = ContainerHeader::fromBytes(bytes);
-    if (status.ok() && (header.magic != ContainerMagic || header.entryCount == 0))
-        status = EngineStatus(win::ERROR_BAD_FORMAT, SeverityError);
+    ContainerHeader header;
+    const EngineStatus status = verify(handle, header, false);
     if (!status.ok()) {
         platform::closeFile(handle);
         return status;
     }
+    adopt(handle, header);
+    return status;
+}
+
+void ContainerFile::adopt(platform::FileHandle handle, const ContainerHeader& header)
+{
     file_ = handle;
     hash_ = header.hash;
     containerType_ = header.containerType;
     version_ = header.version;
     entryCount_ = header.entryCount;
-    return status;
 }
 
 namespace {

@@ -147,7 +147,9 @@ private:
     // MD5 of the file from offset 20 on, with its reports: the one given if there is one, else
     // read from the file.
     EngineStatus digestOf(platform::FileHandle handle, const std::optional<Md5Digest>& known, Md5Digest& digest);
-    EngineStatus verify(platform::FileHandle handle, ContainerHeader& header);
+    // Reads the header (and, with `checkDigest`, hashes the file against it); the position is kept.
+    EngineStatus verify(platform::FileHandle handle, ContainerHeader& header, bool checkDigest);
+    void adopt(platform::FileHandle handle, const ContainerHeader& header);
     EngineStatus copyData(ContainerEntry& entry, const std::vector<std::uint8_t>& prefix, std::int64_t size);
     // Writes at the end of the package (after what is staged) and feeds the running digest.
     bool put(const std::uint8_t* data, std::size_t size);

@@ -184,6 +184,18 @@ protected:
     static ContactRecord* bob;
     static ContactRecord* cid;
     static ContactRecord* dan;
+    // An encrypted package around the given inner package, for `reader`, made without the engine.
+    Bytes encryptedFor(const ContactRecord& reader, const Bytes& inner)
+    {
+        writeBytes(folder / "inner.plain", inner);
+        CryptoSession crypto;
+        EXPECT_TRUE(crypto.encryptFile(u16(folder / "inner.plain"), u16(folder / "inner.data"),
+                                       u16(folder / "inner.key"), {reader.identity.certificate()}));
+        return craftedPackage({{EntryTypeKey, u"k", readBytes(folder / "inner.key")},
+                               {EntryTypeData, u"d", readBytes(folder / "inner.data")}},
+                              ContainerTypeEncrypted);
+    }
+
     fs::path folder;
     fs::path source;
     Recorder session;
@@ -432,13 +444,7 @@ TEST_F(PackageEngineTest, NothingIsEverWrittenOutsideTheChosenFolder)
     EXPECT_EQ(treeContents(outside), (std::map<std::string, Bytes> {{"target", {'k', 'e', 'e', 'p'}}}));
 
     // A hostile inner package behind a valid envelope gets the same treatment.
-    writeBytes(folder / "inner.plain", craftedPackage({{EntryTypeData, u"..\\..\\escape", {'x'}}}));
-    CryptoSession crypto;
-    ASSERT_TRUE(crypto.encryptFile(u16(folder / "inner.plain"), u16(folder / "inner.data"), u16(folder / "inner.key"),
-                                   {bob->identity.certificate()}));
-    writeBytes(folder / "wrapped.kvx", craftedPackage({{EntryTypeKey, u"k", readBytes(folder / "inner.key")},
-                                                       {EntryTypeData, u"d", readBytes(folder / "inner.data")}},
-                                                      ContainerTypeEncrypted));
+    writeBytes(folder / "wrapped.kvx", encryptedFor(*bob, craftedPackage({{EntryTypeData, u"..\\..\\escape", {'x'}}})));
     session = Recorder {};
     EXPECT_EQ(extract(*bob, folder / "wrapped.kvx", out).code(), win::ERROR_INVALID_NAME);
     EXPECT_FALSE(fs::exists(folder / "escape"));
@@ -550,13 +556,7 @@ TEST_F(PackageEngineTest, DecryptingAheadChangesNoReportAndTrustsNothingBeforeTh
     // was decrypted, and that file never reaches the folder.
     Bytes badInner = craftedPackage({{EntryTypeData, u"x", randomBytes(90000, 7)}});
     badInner[4] ^= 1;
-    writeBytes(folder / "inner.plain", badInner);
-    CryptoSession crypto;
-    ASSERT_TRUE(crypto.encryptFile(u16(folder / "inner.plain"), u16(folder / "inner.data"), u16(folder / "inner.key"),
-                                   {bob->identity.certificate()}));
-    writeBytes(folder / "badinner.kvx", craftedPackage({{EntryTypeKey, u"k", readBytes(folder / "inner.key")},
-                                                        {EntryTypeData, u"d", readBytes(folder / "inner.data")}},
-                                                       ContainerTypeEncrypted));
+    writeBytes(folder / "badinner.kvx", encryptedFor(*bob, badInner));
     fs::create_directories(folder / "badinner");
     session = Recorder {};
     EXPECT_EQ(extract(*bob, folder / "badinner.kvx", folder / "badinner").code(), win::ERROR_BAD_FORMAT);
