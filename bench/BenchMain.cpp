@@ -559,12 +559,14 @@ int main(int argc, char** argv)
             });
         }
 
-        // The operations take turns, one sample each per round, creations before extractions: what
-        // the machine does over a run (its page cache filling, memory coming back from the host)
-        // then falls on all of them alike instead of on whichever came last.
+        // The operations take turns, one sample each per round, creations before extractions, and
+        // each round starts one further on: what the machine does over a run (its page cache
+        // filling, memory coming back from the host after a greedy peer) then falls on all of them
+        // alike instead of on whichever comes first or last.
         for (int round = 0; round < options.repeat; ++round) {
             for (const bool extraction : {false, true}) {
-                for (Operation& operation : operations) {
+                for (std::size_t turn = 0; turn < operations.size(); ++turn) {
+                    Operation& operation = operations[(turn + static_cast<std::size_t>(round) * 2) % operations.size()];
                     if ((operation.prepare != nullptr) != extraction)
                         continue;
                     if (!operation.samples.empty() && operation.samples.back().seconds < 0)
