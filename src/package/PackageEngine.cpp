@@ -199,7 +199,8 @@ private:
         if (!decrypted) {
             if (!splitter->folderFailed())
                 return cannotMake;
-            // A full disk, say, in the folder the files are for.
+            // A write in the chosen folder failed (a full disk, say): told as such, naming the
+            // folder, not as a failure of the decryption.
             failedIn = folderPath_;
             return lastErrorStatus();
         }
@@ -561,6 +562,8 @@ EngineStatus PackageEngine::encryptPackage(platform::PrivateTemp& inner, platfor
                                     [&container](const std::uint8_t* data, std::size_t size) {
                                         container.digestWritten(data, size);
                                     });
+        // A write of the package itself that failed (a full disk in its folder) is told as such,
+        // naming the package; only a failure of the cipher is the encryption's.
         if (!encrypted)
             status = session.targetFailed() ? lastErrorStatus() : cannotMake;
         else if (!platform::seekFile(container.handle(), 0, platform::SeekFrom::Current, &end))
