@@ -82,9 +82,10 @@ bool runStream(Direction direction, platform::FileHandle in, std::int64_t source
     platform::ReadAhead reader(in, blockLength, static_cast<std::uint64_t>(sourceSize));
     // Room for what the cipher holds back or adds: at most one block beyond the input, each way.
     const std::size_t outputBlock = blockLength + 2 * blockSize;
-    platform::WriteBehind writer = output.sink
-        ? platform::WriteBehind(output.sink, outputBlock, static_cast<std::uint64_t>(sourceSize))
-        : platform::WriteBehind(out, outputBlock, static_cast<std::uint64_t>(sourceSize));
+    const platform::WriteBehind::Sink sink = output.sink
+        ? output.sink
+        : [out](const std::uint8_t* data, std::size_t size) { return platform::writeFile(out, data, size); };
+    platform::WriteBehind writer(sink, outputBlock, static_cast<std::uint64_t>(sourceSize));
     writer.observe(output.observer);
     std::int64_t written = 0;
     std::int64_t reported = 0;

@@ -88,9 +88,10 @@ bool isEncryptedPackage(platform::FileHandle package)
 // The decryption of an encrypted package, on a second thread while the engine's own thread checks
 // the package's digest: the two are the larger part of an extraction, and each takes a core. The
 // work reads the package through a handle of its own and decrypts the data entry straight from
-// it into a private temporary, hashing the plain text for the inner package's check as it goes.
+// it, hashing the plain text for the inner package's check as it goes; the splitter puts each
+// entry's data into an unnamed file in the chosen folder and the rest into a private temporary.
 // Its reports wait in the relay until the engine has found the package whole; a package that
-// fails the check throws the work away, and nothing of it ever reached the user's folder.
+// fails the check throws the work away, and nothing of it ever has a name in the user's folder.
 class DecryptionAhead {
 public:
     // Entries go straight into files of their own in `folder`, if it can be opened.

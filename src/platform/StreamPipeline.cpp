@@ -154,9 +154,9 @@ bool ReadAhead::next(const std::uint8_t*& data, std::size_t& size)
 }
 
 WriteBehind::WriteBehind(FileHandle handle, std::size_t blockCapacity, std::uint64_t expectedSize)
-    : WriteBehind(Sink {}, blockCapacity, expectedSize)
+    : WriteBehind([handle](const std::uint8_t* data, std::size_t size) { return writeFile(handle, data, size); },
+                  blockCapacity, expectedSize)
 {
-    handle_ = handle;
 }
 
 WriteBehind::WriteBehind(Sink sink, std::size_t blockCapacity, std::uint64_t expectedSize)
@@ -219,7 +219,7 @@ bool WriteBehind::commit(std::size_t size)
             return false;
         if (size > 0 && observer_)
             observer_(slots_[0].get(), size);
-        if (size > 0 && !put(slots_[0].get(), size)) {
+        if (size > 0 && !sink_(slots_[0].get(), size)) {
             failed_ = true;
             error_ = lastError();
         }
@@ -250,7 +250,7 @@ void WriteBehind::run()
         bool ok = true;
         std::uint32_t error = 0;
         if (!alreadyFailed && size > 0) {
-            ok = put(slots_[index].get(), size);
+            ok = sink_(slots_[index].get(), size);
             error = ok ? 0 : lastError();
         }
         guard.lock();
@@ -261,11 +261,6 @@ void WriteBehind::run()
         ++written_;
         changed_.notify_all();
     }
-}
-
-bool WriteBehind::put(const std::uint8_t* data, std::size_t size)
-{
-    return sink_ ? sink_(data, size) : writeFile(handle_, data, size);
 }
 
 bool WriteBehind::finish()

@@ -97,9 +97,6 @@ private:
     // Blocks that the writer and the observer have both finished with.
     std::size_t released() const { return observer_ && threaded_ ? std::min(written_, observed_) : written_; }
 
-    bool put(const std::uint8_t* data, std::size_t size);
-
-    FileHandle handle_ = InvalidHandle;
     Sink sink_;
     std::size_t capacity_;
     bool threaded_;
