@@ -13,6 +13,7 @@
 
 #include "cli/ProgressPrinter.h"
 #include "contacts/ConfigStore.h"
+#include "contacts/OwnIdentity.h"
 #include "contacts/RecipientsStore.h"
 #include "crypto/CertificateStore.h"
 #include "crypto/IdentityCertificate.h"
@@ -143,8 +144,19 @@ struct Profile {
         mismatch = false;
         if (!ensureFile(configPath()) || !ensureFile(recipientsPath()))
             return "the profile folder " + u8(dataDirectory()) + " can't be written: " + codeText(platform::lastError());
-        config.load(configPath());
-        ownerName = config.getString(ConfigKey::OwnerName);
+        const OwnerCheck owner = recogniseOwner(config, configPath());
+        const std::string settings = u8(configPath());
+        if (owner.settingsUnreadable) {
+            std::fprintf(stderr,
+                "halvoren-cli: warning: the settings file %s can't be read; it is left as it is and the "
+                "defaults are used\n",
+                settings.c_str());
+        }
+        ownerName = owner.ownerName;
+        if (owner.restored) {
+            std::fprintf(stderr, "halvoren-cli: the settings file %s didn't name your identity; '%s' was recognised by its key%s\n",
+                settings.c_str(), u8(ownerName).c_str(), owner.written ? " and written back" : "");
+        }
         if (!openCertificateStore(ownerName))
             return "the certificate store in " + u8(dataDirectory())
                 + "certificates can't be read: " + codeText(platform::lastError());
@@ -227,24 +239,13 @@ int identityCommand(const CommandLine& line, Profile& profile)
             return fail("the name '" + line.words[2] + "' is not valid UTF-8 text");
         const std::u16string name = u16(line.words[2]);
         if (profile.find(name) || findCertificate(name))
-            return fail("a contact with a name like '" + line.words[2] + "' exists already");
-        auto identity = IdentityCertificate::create(name);
-        if (!identity)
-            return fail("the identity can't be made for '" + line.words[2] + "': " + codeText(platform::lastError()));
+            return fail("a contact named '" + line.words[2] + "' exists already");
         ContactRecord record;
-        record.identity = *identity;
         record.name = name;
         applyDetails(line.details, record);
-        const EngineStatus added = profile.recipients.add(record);
-        if (!added.ok())
-            return fail("the identity can't be stored: " + statusText(added, "the contact list can't be written"));
-        if (!profile.config.setString(ConfigKey::OwnerName, name)) {
-            // An identity that the settings don't name would pass for a contact: take it back. The
-            // check above made sure that no other certificate holds the name.
-            const std::uint32_t reason = platform::lastError();
-            profile.recipients.remove(record);
-            return fail("the settings can't be written to " + u8(configPath()) + ": " + codeText(reason));
-        }
+        const EngineStatus made = createOwnIdentity(profile.recipients, profile.config, record);
+        if (!made.ok())
+            return fail("the identity can't be made for '" + line.words[2] + "': " + statusText(made, "the profile can't be written"));
         return ExitOk;
     }
     if (hasDetails(line.details))
@@ -327,7 +328,7 @@ int contactsCommand(const CommandLine& line, Profile& profile)
         const auto name = certificateDisplayName(certificate);
         if (!name || name->empty())
             return fail(line.words[2] + " holds a certificate without a name");
-        if (findCertificate(*name) || profile.find(*name))
+        if (findSamePerson(certificate) || profile.find(*name))
             return fail("Contact already exists. Please select another contact key file.");
         ContactRecord record;
         record.identity = IdentityCertificate(certificate, *name);
@@ -348,7 +349,7 @@ int contactsCommand(const CommandLine& line, Profile& profile)
             return fail("can't write " + line.output + ": " + codeText(platform::lastError()));
         return ExitOk;
     }
-    if (contact == profile.own())
+    if (contact == profile.own() || hasPrivateKey(contact->identity.certificate()))
         return fail("'" + line.words[2] + "' is your own identity; it can't be removed");
     const EngineStatus removed = profile.recipients.remove(*contact);
     if (!removed.ok())

@@ -29,6 +29,8 @@ public:
     // A file that is missing or doesn't parse gives pugixml's parse status with severity 0: the
     // store then answers defaults and refuses every change, so the file on disk stays as it is.
     EngineStatus load(const std::u16string& path);
+    // Whether the last load found readable settings (an empty file counts as readable).
+    bool parsed() const { return static_cast<bool>(rootElement); }
     // 1006 with SeverityError if the file can't be written.
     EngineStatus save();
 

@@ -190,8 +190,11 @@ EngineStatus RecipientsStore::remove(const ContactRecord& record)
     if (const EngineStatus ready = refreshUnder(lock); !ready.ok())
         return ready;
     // The certificate that the removal will take, with its place, to put it back if need be.
-    const CertificatePtr going
-        = record.identity.displayName().empty() ? nullptr : findCertificate(record.identity.displayName());
+    const CertificatePtr& going = record.identity.certificate();
+    // The own identity is never removed, whatever the settings say: with its certificate gone,
+    // every package ever sent to the user would become unreadable. Its private key tells it.
+    if (going && hasPrivateKey(going))
+        return EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError);
     const std::size_t place = going ? certificatePosition(going) : NoCertificatePosition;
     if (!record.identity.removeFromStore().ok())
         return EngineStatus(win::ERROR_CANNOT_MAKE, SeverityError);

@@ -37,6 +37,7 @@ public:
     EngineStatus add(const ContactRecord& record);
     // Rewrites the five detail elements of the contact named `record.name` (1168 if none).
     EngineStatus update(const ContactRecord& record);
+    // Refused with 5 for the own identity (a certificate whose private key the profile holds).
     // Certificate first (82 if it can't be removed), then the element (1168 if none). When the
     // file can't be written (0 with SeverityError) the certificate is put back in its place.
     EngineStatus remove(const ContactRecord& record);

@@ -344,29 +344,69 @@ std::size_t certificatePosition(const CertificatePtr& certificate)
     return at < state().entries.size() ? at : NoCertificatePosition;
 }
 
+bool sameName(const std::u16string& a, const std::u16string& b)
+{
+    return platform::foldCase(a) == platform::foldCase(b);
+}
+
+bool samePerson(const CertificatePtr& a, const CertificatePtr& b)
+{
+    if (!a || !b)
+        return false;
+    if (sameCertificate(a, b))
+        return true;
+    const auto nameA = certificateDisplayName(a);
+    const auto nameB = certificateDisplayName(b);
+    return nameA && nameB && !nameA->empty() && sameName(*nameA, *nameB);
+}
+
+// Names are compared whole: the lookup by a piece of a name, which picked the first subject that
+// merely contained it, took one person for another ("Ann" removed Joann's certificate).
 CertificatePtr findCertificate(const std::u16string& name)
 {
     if (!ensureOpen())
         return nullptr;
-    const std::u16string needle = platform::foldCase(name);
     for (const auto& entry : state().entries) {
-        if (entry.certificate
-            && platform::foldCase(certificateSubjectValues(entry.certificate)).find(needle) != std::u16string::npos)
+        if (!entry.certificate)
+            continue;
+        const auto stored = certificateDisplayName(entry.certificate);
+        if (stored && sameName(*stored, name))
             return crypto_detail::cloneCertificate(*entry.certificate);
     }
     platform::setLastError(win::CRYPT_E_NOT_FOUND);
     return nullptr;
 }
 
-CertificatePtr ownCertificate()
+CertificatePtr findSamePerson(const CertificatePtr& certificate)
 {
-    const std::u16string& own = state().ownName;
-    if (own.empty()) {
-        platform::setLastError(win::CRYPT_E_NOT_FOUND);
+    if (!ensureOpen())
         return nullptr;
+    for (const auto& entry : state().entries) {
+        if (entry.certificate && samePerson(entry.certificate, certificate))
+            return crypto_detail::cloneCertificate(*entry.certificate);
     }
-    return findCertificate(own);
+    platform::setLastError(win::CRYPT_E_NOT_FOUND);
+    return nullptr;
 }
+
+CertificatePtr findOwnCertificate(const std::u16string& ownerName)
+{
+    if (!ensureOpen())
+        return nullptr;
+    for (const auto& entry : state().entries) {
+        if (!entry.certificate)
+            continue;
+        if (!ownerName.empty() && certificateDisplayName(entry.certificate).value_or(u"") != ownerName)
+            continue;
+        // The key proves it: the public half of the profile's private key is in the certificate.
+        if (hasPrivateKey(entry.certificate))
+            return crypto_detail::cloneCertificate(*entry.certificate);
+    }
+    platform::setLastError(win::CRYPT_E_NOT_FOUND);
+    return nullptr;
+}
+
+CertificatePtr ownCertificate() { return findOwnCertificate(state().ownName); }
 
 EngineStatus listCertificates(std::vector<CertificatePtr>& list)
 {

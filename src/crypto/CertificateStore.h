@@ -11,7 +11,8 @@
 #include "crypto/Certificate.h"
 #include "engine/EngineStatus.h"
 
-// Opens the store if needed and keeps `ownName` for ownCertificate().
+// Opens the store if needed and keeps `ownName` (the owner's name from the settings, possibly
+// empty) for ownCertificate().
 bool openCertificateStore(const std::u16string& ownName);
 // Opens the store if needed; true when it can be used.
 bool certificateStore();
@@ -40,10 +41,22 @@ bool addCertificate(const CertificatePtr& certificate, std::size_t position = No
 // The place of a certificate in store order (damaged entries count, as they keep their places);
 // NoCertificatePosition if the store doesn't hold it.
 std::size_t certificatePosition(const CertificatePtr& certificate);
-// The first certificate in store order whose subject values (certificateSubjectValues) contain
-// `name`, ignoring case.
+// The first certificate in store order whose display name is `name` as a whole, ignoring case
+// (sameName). A name that is only a piece of another ("Ann" in "Joann Tester") finds nothing.
 CertificatePtr findCertificate(const std::u16string& name);
+// The own certificate: the one whose private key this profile holds, of exactly the owner's name
+// when one is kept, else the first such in store order. The name alone never makes a certificate
+// one's own, so a contact whose name resembles the owner's can never be taken for the owner.
 CertificatePtr ownCertificate();
+// The same rule for a given owner name (empty: any certificate with its private key here).
+CertificatePtr findOwnCertificate(const std::u16string& ownerName);
+// Whether two names are one person's: equal as a whole, ignoring case.
+bool sameName(const std::u16string& a, const std::u16string& b);
+// Whether two certificates stand for the same person: the very same certificate (issuer and
+// serial), or display names that are the same name (sameName).
+bool samePerson(const CertificatePtr& a, const CertificatePtr& b);
+// The stored certificate that is the same person as `certificate`, or null (CRYPT_E_NOT_FOUND).
+CertificatePtr findSamePerson(const CertificatePtr& certificate);
 // Appends every certificate of the store, in store order.
 EngineStatus listCertificates(std::vector<CertificatePtr>& list);
 bool deleteCertificate(const CertificatePtr& certificate);

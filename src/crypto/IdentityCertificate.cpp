@@ -36,9 +36,8 @@ EngineStatus IdentityCertificate::removeFromStore() const
 {
     if (!certificate_ || displayName_.empty())
         return EngineStatus(win::ERROR_INVALID_DATA, SeverityError);
-    // Found by name, as the contact lists know it; the store's first match is what goes.
-    CertificatePtr stored = findCertificate(displayName_);
-    if (!stored || !deleteCertificate(stored))
+    // Exactly this certificate goes, never one that merely bears a similar name.
+    if (!deleteCertificate(certificate_))
         return EngineStatus(platform::lastError(), SeverityError);
     return EngineStatus();
 }

@@ -6,7 +6,8 @@
 
 namespace platform::faults {
 
-enum class Kind { Open, Read, Write, Rename, Sync, Count };
+// Unnamed: the file system refuses unnamed temporaries, as some do, so named ones are made.
+enum class Kind { Open, Read, Write, Rename, Sync, Unnamed, Count };
 
 // The call after `callsToPass` successful calls of this kind fails with `code`; only once unless
 // `sticky` is set, in which case every later call fails as well.

@@ -19,6 +19,7 @@
 #include "platform/FaultInjection.h"
 #include "platform/LastError.h"
 #include "platform/StatusCodes.h"
+#include "platform/Profile.h"
 #include "platform/Utf.h"
 
 namespace platform {
@@ -46,6 +47,63 @@ namespace {
     }
 
     std::string procPath(FileHandle fd) { return "/proc/self/fd/" + std::to_string(fd); }
+
+    // The folder open as `directory`, with a trailing separator; empty if /proc can't tell.
+    std::string folderOf(FileHandle directory)
+    {
+        char buffer[4096];
+        const ssize_t length = ::readlink(procPath(directory).c_str(), buffer, sizeof buffer - 1);
+        if (length <= 0 || buffer[0] != '/')
+            return {};
+        std::string folder(buffer, static_cast<std::size_t>(length));
+        if (folder.back() != '/')
+            folder += '/';
+        return folder;
+    }
+
+    // The folder of records of named temporaries: "<profile>/temporaries/", 0700.
+    std::string recordFolder()
+    {
+        std::string folder = toUtf8(dataDirectory()) + "temporaries";
+        if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST)
+            return {};
+        return folder + '/';
+    }
+
+    std::string recordName(const struct stat& info)
+    {
+        return std::to_string(static_cast<unsigned long long>(info.st_dev)) + '-'
+            + std::to_string(static_cast<unsigned long long>(info.st_ino));
+    }
+
+    // Writes the record of the file open as `fd`, whose path is `path`; answers the record's
+    // path, or empty when no record could be written (the file is then never swept).
+    std::string writeRecord(FileHandle fd, const std::string& path)
+    {
+        struct stat info { };
+        const std::string folder = recordFolder();
+        if (folder.empty() || ::fstat(fd, &info) != 0)
+            return {};
+        const std::string record = folder + recordName(info);
+        const int out = ::open(record.c_str(), O_CREAT | O_TRUNC | O_WRONLY | O_CLOEXEC | O_NOFOLLOW, 0600);
+        if (out < 0)
+            return {};
+        const std::string text = path + '\n';
+        const bool written = ::write(out, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+        ::close(out);
+        if (!written) {
+            ::unlink(record.c_str());
+            return {};
+        }
+        return record;
+    }
+
+    void dropRecord(std::string& record)
+    {
+        if (!record.empty())
+            ::unlink(record.c_str());
+        record.clear();
+    }
 } // namespace
 
 std::u16string tempDirectory()
@@ -68,6 +126,11 @@ bool PrivateTemp::create(FileHandle directory, const std::u16string& folderPath,
     do {
         fd = ::openat(directory, ".", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
     } while (fd < 0 && errno == EINTR);
+    if (fd >= 0 && faults::shouldFail(faults::Kind::Unnamed)) {
+        ::close(fd);
+        fd = -1;
+        errno = EOPNOTSUPP;
+    }
     if (fd >= 0) {
         // Code that takes names (the cipher, the key envelope) reaches the file through /proc;
         // without /proc the file has to have a name after all. Once /proc has served, it is
@@ -109,6 +172,7 @@ bool PrivateTemp::create(FileHandle directory, const std::u16string& folderPath,
         if (folder.empty() || folder.back() != '/')
             folder += '/';
         path_ = fromUtf8(folder + name);
+        record_ = writeRecord(fd, folder + name);
         name_ = fromUtf8(name[0] == '.' ? name.substr(1) : name);
         directory_ = ::fcntl(directory, F_DUPFD_CLOEXEC, 0);
         return true;
@@ -146,7 +210,9 @@ bool PrivateTemp::publish(FileHandle directory, const std::u16string& name)
             setLastErrorFromErrno();
             return false;
         }
+        // The user's file now: no sweep may ever take it.
         linkName_.clear();
+        dropRecord(record_);
         discard();
         return true;
     }
@@ -162,22 +228,30 @@ bool PrivateTemp::publish(FileHandle directory, const std::u16string& name)
     // An earlier file has the name: the new one gets a name of its own first and then takes the
     // earlier one's place in one rename, so that nothing is ever written through the old file
     // (nor through a hard link to it elsewhere).
-    // The lock covers that name of its own: a sweep leaves it alone while we live.
+    // The lock covers that name of its own: a sweep leaves it alone while we live. The record
+    // lets a later run take the name away should we die between the link and the rename.
     ::flock(handle_, LOCK_EX | LOCK_NB);
+    const std::string folder = folderOf(directory);
     for (int attempt = 0; attempt < 100; ++attempt) {
         const std::string hidden = HiddenTempPrefix + randomSuffix();
+        std::string record = folder.empty() ? std::string() : writeRecord(handle_, folder + hidden);
         if (::linkat(AT_FDCWD, source.c_str(), directory, hidden.c_str(), AT_SYMLINK_FOLLOW) != 0) {
-            if (errno == EEXIST)
+            const bool taken = errno == EEXIST;
+            const std::uint32_t reason = setLastErrorFromErrno();
+            dropRecord(record);
+            if (taken)
                 continue;
-            setLastErrorFromErrno();
+            setLastError(reason);
             return false;
         }
         if (::renameat(directory, hidden.c_str(), directory, target.c_str()) != 0) {
             const std::uint32_t reason = setLastErrorFromErrno();
             ::unlinkat(directory, hidden.c_str(), 0);
+            dropRecord(record);
             setLastError(reason);
             return false;
         }
+        dropRecord(record);
         discard();
         return true;
     }
@@ -189,6 +263,7 @@ void PrivateTemp::discard()
 {
     if (!linkName_.empty() && directory_ != InvalidHandle)
         ::unlinkat(directory_, linkName_.c_str(), 0);
+    dropRecord(record_);
     if (handle_ != InvalidHandle)
         ::close(handle_);
     if (directory_ != InvalidHandle)
@@ -201,40 +276,56 @@ void PrivateTemp::discard()
 
 int sweepStaleTemporaries(const std::u16string& folder, const char* prefix)
 {
-    const int directory = ::open(toUtf8(folder).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (directory < 0)
+    const std::string records = recordFolder();
+    DIR* stream = records.empty() ? nullptr : ::opendir(records.c_str());
+    if (!stream)
         return 0;
-    const int listing = ::dup(directory);
-    DIR* stream = listing >= 0 ? ::fdopendir(listing) : nullptr;
-    if (!stream) {
-        if (listing >= 0)
-            ::close(listing);
-        ::close(directory);
-        return 0;
-    }
-    const std::string start = prefix;
-    std::vector<std::string> candidates;
+    std::vector<std::string> names;
     while (const dirent* entry = ::readdir(stream)) {
-        const std::string name = entry->d_name;
-        if (name.compare(0, start.size(), start) == 0)
-            candidates.push_back(name);
+        if (entry->d_name[0] != '.')
+            names.push_back(entry->d_name);
     }
     ::closedir(stream);
 
+    std::string inFolder = toUtf8(folder);
+    if (inFolder.empty() || inFolder.back() != '/')
+        inFolder += '/';
+    const std::string start = inFolder + prefix;
     int swept = 0;
-    for (const std::string& name : candidates) {
-        const int fd = ::openat(directory, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-        if (fd < 0)
+    for (const std::string& name : names) {
+        const std::string record = records + name;
+        std::ifstream in(record);
+        std::string path;
+        if (!std::getline(in, path))
             continue;
+        // Records of other folders wait for the sweep of their own folder.
+        if (path.compare(0, start.size(), start) != 0 || path.find('/', inFolder.size()) != std::string::npos)
+            continue;
+        const int fd = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+        if (fd < 0) {
+            if (errno == ENOENT)
+                ::unlink(record.c_str());
+            continue;
+        }
         struct stat info { };
-        // Only our own regular files, and only those whose owner no longer holds them.
-        if (::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_uid == ::geteuid()
-            && ::flock(fd, LOCK_EX | LOCK_NB) == 0 && nameIsFile(directory, name, fd)
-            && ::unlinkat(directory, name.c_str(), 0) == 0)
-            ++swept;
+        const bool same = ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_uid == ::geteuid()
+            && recordName(info) == name;
+        if (!same) {
+            // Something else has the name now; the temporary it recorded is long gone.
+            ::close(fd);
+            ::unlink(record.c_str());
+            continue;
+        }
+        // A living owner holds the lock; its temporary is left alone.
+        if (::flock(fd, LOCK_EX | LOCK_NB) == 0) {
+            struct stat now { };
+            if (::lstat(path.c_str(), &now) == 0 && now.st_dev == info.st_dev && now.st_ino == info.st_ino
+                && ::unlink(path.c_str()) == 0)
+                ++swept;
+            ::unlink(record.c_str());
+        }
         ::close(fd);
     }
-    ::close(directory);
     return swept;
 }
 

@@ -2,7 +2,9 @@
 // Temporary files of the engine. Wherever the file system allows, a temporary has no name at all
 // (O_TMPFILE): the kernel reclaims it on any death of the process, so plain text can't outlive
 // us. Where a name is unavoidable, the file carries an flock for as long as it lives, and a
-// later run sweeps the ones whose owner died.
+// record of it (its device, inode and path) lies in the profile's "temporaries/" folder until it
+// is gone. A later run sweeps only what such a record proves to be ours and whose owner died: a
+// name alone proves nothing, since a user may well call a file "KVX-budget.csv".
 
 #include <sys/types.h>
 
@@ -51,6 +53,7 @@ public:
 private:
     FileHandle handle_ = InvalidHandle;
     FileHandle directory_ = InvalidHandle;
+    std::string record_;
     std::u16string path_;
     std::u16string name_;
     std::string linkName_;
@@ -60,8 +63,9 @@ private:
 // but never lands in a file of its own.
 std::u16string temporaryName();
 
-// Deletes our named temporaries in `folder` (names starting with `prefix`, regular files of this
-// user) that no living process holds. Answers how many went.
+// Deletes our named temporaries in `folder` (names starting with `prefix`) that a record of this
+// profile names, that are still the very file recorded, and that no living process holds.
+// Answers how many went. A file without a record is never touched.
 int sweepStaleTemporaries(const std::u16string& folder, const char* prefix);
 
 // The process's file creation mask, read without changing it.

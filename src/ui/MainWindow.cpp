@@ -18,6 +18,7 @@
 #include <QTimer>
 
 #include "contacts/ConfigStore.h"
+#include "contacts/OwnIdentity.h"
 #include "contacts/RecipientsStore.h"
 #include "crypto/CertificateStore.h"
 #include "crypto/IdentityCertificate.h"
@@ -248,10 +249,39 @@ bool MainWindow::loadConfig()
     const bool existed = QFile::exists(path);
     if (!existed)
         createEmptyFile(path);
-    const EngineStatus loaded = config->load(u16(path));
-    if (loaded.ok() && existed)
+    OwnerCheck owner = recogniseOwner(*config, u16(path));
+    if (owner.settingsUnreadable) {
+        // Settings that can't be read are never written over: they are kept beside, for whoever
+        // wants to look at them, and the window starts with settings it can save.
+        const QString aside = setAsideUnreadable(path);
+        if (aside.isEmpty())
+            return false;
+        owner = recogniseOwner(*config, u16(path));
+        startNotice = tr("The settings file %1 can't be read. It was kept as %2, and %3 starts with its default "
+                         "options.")
+                          .arg(QDir::toNativeSeparators(path), QDir::toNativeSeparators(aside), qs(AppName));
+    }
+    if (owner.restored) {
+        startNotice += (startNotice.isEmpty() ? QString() : QStringLiteral("\n\n"))
+            + tr("The settings didn't name your own identity. \"%1\" was recognised by its key%2.")
+                  .arg(qs(owner.ownerName), owner.written ? tr(" and written back to the settings") : QString());
+    }
+    ownerName = owner.ownerName;
+    if (config->parsed() && existed && !owner.settingsUnreadable)
         OptionsDialog::loadOptions(config.get(), &options, this);
-    return loaded.ok() && QFile::exists(path);
+    return config->parsed();
+}
+
+QString MainWindow::setAsideUnreadable(const QString& path)
+{
+    platform::ProfileLock lock(platform::ProfileLock::Mode::Exclusive);
+    QString aside = path + QStringLiteral(".unreadable");
+    for (int n = 1; QFile::exists(aside); ++n)
+        aside = path + QStringLiteral(".unreadable.%1").arg(n);
+    if (!QFile::rename(path, aside))
+        return {};
+    createEmptyFile(path);
+    return aside;
 }
 
 bool MainWindow::loadRecipients()
@@ -280,27 +310,28 @@ void MainWindow::enterOwnContact()
         return;
     }
     const ContactDetails details = dialog.details();
-    // Identity, contact and owner name change together, as one change of the profile.
-    platform::ProfileLock lock(platform::ProfileLock::Mode::Exclusive);
-    std::unique_ptr<IdentityCertificate> identity = IdentityCertificate::create(u16(details.name));
-    if (!identity)
-        return;
     ContactRecord record;
-    record.identity = *identity;
     record.name = u16(details.name);
     record.firstName = u16(details.firstName);
     record.lastName = u16(details.lastName);
     record.organization = u16(details.organization);
     record.email = u16(details.email);
     record.comments = u16(details.comments);
-    if (recipientsStore->add(record).ok())
-        config->setString(ConfigKey::OwnerName, record.name);
+    const EngineStatus made = createOwnIdentity(*recipientsStore, *config, record);
+    if (made.ok()) {
+        ownerName = record.name;
+        return;
+    }
+    // The next start asks again, as after a cancel.
+    QFile::remove(qs(recipientsPath()));
+    storeProblem = tr("Your identity can't be made: %1")
+                       .arg(made.code() ? QString::fromStdU16String(platform::errorText(made.code()))
+                                        : tr("the profile can't be written."));
 }
 
 void MainWindow::fillContactList()
 {
     const EngineStatus loaded = recipientsStore->load(contacts, recipientsPath());
-    const std::u16string ownerName = config->getString(ConfigKey::OwnerName);
     if (!loaded.ok()) {
         storeProblem = tr("The contacts file %1 can't be read.").arg(QDir::toNativeSeparators(qs(recipientsPath())));
         return;
@@ -366,6 +397,10 @@ void MainWindow::openFileArgument(const QString& file)
 // keep everything that would need the engine or the contacts switched off.
 void MainWindow::showProblem()
 {
+    if (!startNotice.isEmpty()) {
+        QMessageBox notice(QMessageBox::Warning, qs(AppName), startNotice, QMessageBox::Ok, this);
+        Dialogs::exec(notice);
+    }
     if (storeProblem.isEmpty())
         return;
     setStatusText(storeProblem);

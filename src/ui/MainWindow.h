@@ -156,6 +156,9 @@ private:
     void setupExtras();
     void loadStores();
     bool loadConfig();
+    // Renames an unreadable settings file to a free "….unreadable" name and makes an empty one;
+    // the new name, or empty if it couldn't be moved.
+    QString setAsideUnreadable(const QString& path);
     bool loadRecipients();
     void enterOwnContact();
     void fillContactList();
@@ -219,4 +222,8 @@ private:
     // What went wrong when a store couldn't be opened after the start-up check passed; the
     // window then offers nothing that needs the engine.
     QString storeProblem;
+    // What the start found and mended (settings kept aside, the owner recognised by the key).
+    QString startNotice;
+    // The own identity's name, as recognised at the start.
+    std::u16string ownerName;
 };

@@ -82,7 +82,7 @@ bool ContactActionMan::importContactKey(const QString& path, QListWidget* target
     const IdentityCertificate identity(certificate, *displayName);
     const QString name = QString::fromStdU16String(*displayName);
 
-    if (findCertificate(*displayName)) {
+    if (findSamePerson(certificate)) {
         QMessageBox box(QMessageBox::Warning, appName(),
             tr("Contact already exists. Please select another contact key file."), QMessageBox::Ok, target);
         Dialogs::exec(box);

@@ -235,18 +235,23 @@ TEST_F(RecipientsStoreTest, FailedChangesLeaveTheProfileAsItWas)
     for (std::size_t i = 0; i < 3; ++i)
         EXPECT_EQ(after[i].name, contacts[i].name);
 
-    // Removing: a certificate that isn't stored keeps the element; an element that is missing
-    // still costs the certificate.
+    // Removing takes exactly the record's certificate, never another one of that name: a record
+    // named "Bo" whose certificate isn't stored removes nothing and keeps Bo's element. An
+    // element that is missing still costs the certificate.
     writeText(file, "<Recipients><Recipient Name=\"Bo\"/></Recipients>");
     closeCertificateStore();
     ASSERT_TRUE(store.load(contacts, u16(file)).code() == win::ERROR_INVALID_DATA);
+    ASSERT_TRUE(deleteCertificate(contact(0).identity.certificate()));
     ContactRecord stranger = contact(0);
-    stranger.identity.setDisplayName(u"Nobody");
+    stranger.identity.setDisplayName(u"Bo");
+    stranger.name = u"Bo";
     EXPECT_EQ(store.remove(stranger).code(), win::ERROR_CANNOT_MAKE);
+    EXPECT_EQ(storedCertificates(), 2u);
+    EXPECT_NE(readText(file).find("Bo"), std::string::npos);
     status = store.remove(contact(2));
     EXPECT_EQ(status.code(), win::ERROR_NOT_FOUND);
     EXPECT_EQ(status.severity(), SeverityError);
-    EXPECT_EQ(storedCertificates(), 2u);
+    EXPECT_EQ(storedCertificates(), 1u);
 }
 
 TEST_F(RecipientsStoreTest, ChangeStartsFromWhatAnotherWriterLeft)

@@ -2,13 +2,16 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <set>
 
 #include "TestSupport.h"
+#include "platform/FaultInjection.h"
 #include "platform/LastError.h"
+#include "platform/Profile.h"
 #include "platform/NativeFile.h"
 #include "platform/StatusCodes.h"
 #include "platform/TempFile.h"
@@ -94,28 +97,48 @@ TEST(PrivateTemp, PublishingPutsTheWholeFileAtItsNameAndReplacesWithoutWritingTh
     ::close(directory);
 }
 
-TEST(PrivateTemp, OnlyNamedTemporariesThatNobodyHoldsAreSwept)
+TEST(PrivateTemp, OnlyRecordedTemporariesThatNobodyHoldsAreSwept)
 {
+    platform::setProfileDirectory(u16(freshFolder("profile")));
     const fs::path folder = freshFolder("sweep");
-    writeText(folder / ".KVXdead01", "left by a run that died");
-    writeText(folder / ".KVXheld01", "held by a live run");
-    writeText(folder / "KVXother", "not hidden: not ours here");
-    writeText(folder / ".kvxlower", "another name");
-    fs::create_directory(folder / ".KVXfolder");
-    fs::create_symlink(folder / "KVXother", folder / ".KVXlink");
-    ASSERT_EQ(::mkfifo((folder / ".KVXfifo").c_str(), 0600), 0);
-    // A separate open takes its own lock, as another process's would.
-    const int held = ::open((folder / ".KVXheld01").c_str(), O_RDONLY);
-    ASSERT_EQ(::flock(held, LOCK_EX), 0);
+    // The user's own files, however much their names look like ours, are never touched.
+    const std::set<std::string> mine {"KVX-budget-2025.csv", ".KVXnotes.txt", "KVXreport.kvx", ".KVXab12cd"};
+    for (const std::string& name : mine)
+        writeText(folder / name, "mine");
+    const int directory = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY);
+    ASSERT_GE(directory, 0);
+    auto makeNamed = [&](platform::PrivateTemp& temp) {
+        platform::faults::failAfter(platform::faults::Kind::Unnamed, 0, win::ERROR_NOT_SUPPORTED);
+        const bool made = temp.create(directory, u16(folder), platform::HiddenTempPrefix);
+        platform::faults::reset();
+        return made && temp.isNamed() && platform::writeFile(temp.handle(), "plain", 5);
+    };
+    // A run that dies leaves its named temporary behind, with its record.
+    const pid_t child = ::fork();
+    if (child == 0) {
+        platform::PrivateTemp orphan;
+        ::_exit(makeNamed(orphan) ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    platform::PrivateTemp living;
+    ASSERT_TRUE(makeNamed(living));
+    const std::string livingName = fs::path(u8(living.path())).filename().string();
+    ASSERT_EQ(namesIn(folder).size(), mine.size() + 2);
 
     EXPECT_EQ(platform::sweepStaleTemporaries(u16(folder), platform::HiddenTempPrefix), 1);
-    EXPECT_EQ(namesIn(folder), (std::set<std::string> {".KVXheld01", "KVXother", ".kvxlower", ".KVXfolder", ".KVXlink",
-                                                       ".KVXfifo"}));
-    ::close(held);
-    EXPECT_EQ(platform::sweepStaleTemporaries(u16(folder), platform::HiddenTempPrefix), 1);
-    EXPECT_FALSE(fs::exists(folder / ".KVXheld01"));
-    EXPECT_TRUE(fs::exists(folder / "KVXother"));
-    EXPECT_EQ(platform::sweepStaleTemporaries(u16(folder / "missing"), platform::HiddenTempPrefix), 0);
+    std::set<std::string> expected = mine;
+    expected.insert(livingName);
+    EXPECT_EQ(namesIn(folder), expected);
+    // A sweep of another folder or prefix takes nothing.
+    EXPECT_EQ(platform::sweepStaleTemporaries(u16(folder), platform::TempPrefix), 0);
+    living.discard();
+    EXPECT_EQ(namesIn(folder), mine);
+    EXPECT_EQ(platform::sweepStaleTemporaries(u16(folder), platform::HiddenTempPrefix), 0);
+    EXPECT_EQ(namesIn(folder), mine);
+    ::close(directory);
+    platform::setProfileDirectory(u"");
 }
 
 TEST(PlatformFiles, TheUmaskIsReadWithoutChangeAndSourcesMustBeRegularFiles)

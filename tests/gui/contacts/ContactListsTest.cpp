@@ -248,13 +248,18 @@ private slots:
         QCOMPARE(answers::shown().last().icon, QMessageBox::Warning);
         QCOMPARE(texts(*contacts), QStringList { "Bobby" });
 
-        // Bob is turned away while Bobby alone is known: the name is found inside the subject.
+        // A name is one person's as a whole, in any case: "BOBBY" is Bobby again, while Bob,
+        // whose name is only a piece of Bobby's, is somebody else.
         newProfile();
         contacts->clear();
         QVERIFY(addContact(*store, "Bobby"));
         answers::answer(QMessageBox::Ok);
-        QVERIFY(!ContactActionMan::importContactKey(keyFile("Bob"), contacts, store.get()));
+        QVERIFY(!ContactActionMan::importContactKey(keyFile("BOBBY"), contacts, store.get()));
         QCOMPARE(answers::shown().last().text, ExistsText);
+        answerImportDialog(QStringLiteral("Bob"), QString());
+        answers::answer(QMessageBox::Ok);
+        QVERIFY(ContactActionMan::importContactKey(keyFile("Bob"), contacts, store.get()));
+        contacts->clear();
 
         // Cancelled details, a file that is no certificate, a missing file: nothing changes and
         // nothing but the dialog is shown.
@@ -267,7 +272,7 @@ private slots:
         QVERIFY(!ContactActionMan::importContactKey(qpath(folder / "gone.kvxk"), contacts, store.get()));
         QCOMPARE(answers::shown().size(), shownBefore);
         QVERIFY(contacts->count() == 0);
-        QCOMPARE(contactsOnDisk(profile).size(), std::size_t(1));
+        QCOMPARE(contactsOnDisk(profile).size(), std::size_t(2));
         QVERIFY(!findCertificate(u"Carol"));
 
         // A failed import still moves the chooser to the file's folder; a cancelled chooser doesn't.
@@ -491,36 +496,40 @@ private slots:
 
     void removingKeepsTheOwnContact()
     {
+        // Joann comes first in the store: removing Ann must not take her certificate, although
+        // "Ann Tester" is a piece of "Joann Tester".
         const auto own = addContact(*store, "Ann Owner");
-        const auto bob = addContact(*store, "Bob");
+        const auto joann = addContact(*store, "Joann Tester");
+        const auto ann = addContact(*store, "Ann Tester");
         const auto carol = addContact(*store, "Carol");
         QListWidgetItem* ownItem = addItem(*contacts, own, true);
-        QListWidgetItem* bobItem = addItem(*contacts, bob);
+        addItem(*contacts, joann);
+        QListWidgetItem* annItem = addItem(*contacts, ann);
         addItem(*contacts, carol);
 
-        selectOnly(*contacts, { ownItem, bobItem });
+        selectOnly(*contacts, { ownItem, annItem });
         answers::answer(QMessageBox::No);
         contactAction("Remove Contact")->trigger();
-        QCOMPARE(contacts->count(), 3);
+        QCOMPARE(contacts->count(), 4);
         const Dialogs::Shown question = answers::shown().last();
-        QCOMPARE(question.text, QStringLiteral("Are you sure you want to remove this contact?\n\"Bob\""));
+        QCOMPARE(question.text, QStringLiteral("Are you sure you want to remove this contact?\n\"Ann Tester\""));
         QCOMPARE(question.icon, QMessageBox::Question);
         QCOMPARE(question.title, QStringLiteral("Halvoren"));
 
         answers::answer(QMessageBox::Yes);
         contactAction("Remove Contact")->trigger();
-        QCOMPARE(texts(*contacts), QStringList({ "Ann Owner", "Carol" }));
-        QVERIFY(!findCertificate(u"Bob"));
+        QCOMPARE(texts(*contacts), QStringList({ "Ann Owner", "Joann Tester", "Carol" }));
+        QVERIFY(!findCertificate(u"Ann Tester"));
+        QVERIFY(sameCertificate(findCertificate(u"Joann Tester"), joann->identity.certificate()));
         const std::vector<ContactRecord> left = contactsOnDisk(profile);
-        QCOMPARE(left.size(), std::size_t(2));
-        QCOMPARE(left[0].name, std::u16string(u"Ann Owner"));
-        QCOMPARE(left[1].name, std::u16string(u"Carol"));
+        QCOMPARE(left.size(), std::size_t(3));
+        QCOMPARE(left[1].name, std::u16string(u"Joann Tester"));
 
         // The own contact alone can't be removed, not even by its shortcut's action.
         selectOnly(*contacts, { ownItem });
         QVERIFY(!contactAction("Remove Contact")->isEnabled());
         contactAction("Remove Contact")->trigger();
-        QCOMPARE(contacts->count(), 2);
+        QCOMPARE(contacts->count(), 3);
     }
 
     void editingDetailsUpdatesStoreAndToolTip()

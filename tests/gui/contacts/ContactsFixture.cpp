@@ -25,7 +25,7 @@ namespace {
             // The key pairs land in a profile of their own, which no test looks at.
             platform::setProfileDirectory(u16(made / "maker"));
             closeCertificateStore();
-            for (const char* name : { "Ann Owner", "Bob", "Bobby", "Carol" }) {
+            for (const char* name : { "Ann Owner", "Bob", "Bobby", "BOBBY", "Carol", "Joann Tester", "Ann Tester" }) {
                 auto identity = IdentityCertificate::create(u16(std::string(name)));
                 if (identity)
                     saveCertificateFile(identity->certificate(), u16(made / (std::string(name) + ".kvxk")));
