@@ -1,6 +1,10 @@
 #include "cli/CliCommands.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 
 #include <cstdio>
 #include <filesystem>
@@ -546,6 +550,15 @@ int encryptCommand(const CommandLine& line, Profile& profile)
         return fail(unreadable.skipped ? "no package was made: nothing that was given could be read"
                                        : "there are no files to encrypt in what was given");
     const fs::path output = absolutePath(line.output);
+    // As tar says "file is the archive": the package would replace the only copy of a file that
+    // goes into it.
+    if (const std::u16string source = sourceAtPackagePath(files, u16(output.string())); !source.empty())
+        return fail(line.output + " is one of the files to encrypt (" + shownSource(u8(source))
+            + "); choose another name for the package");
+    // Replacing goes by a rename, which a read-only file doesn't stop; its owner meant it to stay.
+    if (::faccessat(AT_FDCWD, output.c_str(), F_OK, AT_EACCESS) == 0
+        && ::faccessat(AT_FDCWD, output.c_str(), W_OK, AT_EACCESS) != 0 && errno == EACCES)
+        return fail(line.output + " is read-only; it is left as it is and no package was made");
 
     const ContactRecord none;
     PackageEngine engine(profile.own() ? *profile.own() : none);

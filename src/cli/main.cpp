@@ -6,9 +6,12 @@
 
 #include "cli/CliCommands.h"
 #include "cli/CommandLine.h"
+#include "crypto/CryptoSession.h"
 
 int main(int argc, char** argv)
 {
+    // Before any key is read: private keys and session keys stay out of core dumps.
+    initSecureHeap();
     CommandLine line;
     std::string error;
     if (!parseCommandLine(argc, argv, line, error)) {

@@ -25,6 +25,10 @@ using SessionKeyPtr = std::unique_ptr<SessionKey, SessionKeyDeleter>;
 
 inline constexpr std::uint32_t CALG_AES_256 = 0x6610;
 
+// Sets up OpenSSL's secure heap, once per process and before any key is loaded: memory that is
+// locked where the system allows and left out of core dumps. Private keys read or made from then
+// on, and session keys, live there. False if it couldn't be set up (the program still works).
+bool initSecureHeap();
 // The process-wide crypto context: the profile's key folder, made on first use.
 bool cryptoContext();
 

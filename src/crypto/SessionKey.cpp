@@ -5,6 +5,7 @@
 #include <openssl/rand.h>
 
 #include <cstring>
+#include <new>
 
 #include "crypto/CryptoSession.h"
 #include "crypto/SessionKeyData.h"
@@ -13,6 +14,27 @@
 #include "platform/StatusCodes.h"
 
 SessionKey::~SessionKey() { OPENSSL_cleanse(this, sizeof *this); }
+
+void* SessionKey::operator new(std::size_t size)
+{
+    if (void* memory = OPENSSL_secure_zalloc(size))
+        return memory;
+    throw std::bad_alloc();
+}
+
+void SessionKey::operator delete(void* memory) noexcept { OPENSSL_secure_free(memory); }
+
+bool initSecureHeap()
+{
+    // Large enough for a few RSA-3072 keys with their working numbers at once: OpenSSL has no
+    // way back to the ordinary heap once this one is full.
+    constexpr std::size_t HeapSize = 1u << 20;
+    constexpr std::size_t SmallestBlock = 16;
+    if (CRYPTO_secure_malloc_initialized())
+        return true;
+    // 2 means set up but not locked (the memory lock limit is small); still out of core dumps.
+    return CRYPTO_secure_malloc_init(HeapSize, SmallestBlock) != 0;
+}
 
 void SessionKeyDeleter::operator()(SessionKey* key) const { delete key; }
 

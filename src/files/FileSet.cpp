@@ -1,6 +1,9 @@
 #include "files/FileSet.h"
 
+#include <sys/stat.h>
+
 #include "platform/CaseFold.h"
+#include "platform/Utf.h"
 
 using platform::startsWithIgnoringCase;
 
@@ -69,4 +72,18 @@ std::vector<std::u16string> splitTreePath(const std::u16string& path)
     }
     parts[0] += NativeSeparator;
     return parts;
+}
+
+std::u16string sourceAtPackagePath(const FileSet& files, const std::u16string& packagePath)
+{
+    struct stat package {};
+    if (::stat(platform::toUtf8(packagePath).c_str(), &package) != 0)
+        return {};
+    for (const std::u16string& path : files) {
+        struct stat source {};
+        if (::stat(platform::toUtf8(path).c_str(), &source) == 0 && source.st_dev == package.st_dev
+            && source.st_ino == package.st_ino)
+            return path;
+    }
+    return {};
 }

@@ -23,5 +23,9 @@ ChildMap listChildren(const std::u16string& folder, const FileSet& files);
 void removeFile(const std::u16string& path, FileSet& files);
 // Removes every entry below a folder path or root, matching the prefix without regard to case.
 void removeTree(const std::u16string& folder, FileSet& files);
+// The file of the set that is the very file at `packagePath` (the same device and inode, so a
+// hard link or another spelling of the path counts), or empty when there is none or nothing is
+// at that path yet. Writing the package there would replace a file that goes into it.
+std::u16string sourceAtPackagePath(const FileSet& files, const std::u16string& packagePath);
 // The components of a path for walking the tree; the first keeps its separator.
 std::vector<std::u16string> splitTreePath(const std::u16string& path);

@@ -15,6 +15,7 @@
 #include <QMouseEvent>
 #include <QScreen>
 #include <QSysInfo>
+#include <QTemporaryDir>
 #include <QTimer>
 
 #include "contacts/ConfigStore.h"
@@ -804,13 +805,16 @@ void MainWindow::on_EMailKey()
 {
     if (!ownContact)
         return;
-    // A fixed name in the temporary folder: the mail program may still read the file after the
-    // hand-off, and the next mailing overwrites it. A key file holds nothing secret.
-    QString folder = QDir::temp().absolutePath();
-    if (!folder.endsWith(u'/'))
-        folder += u'/';
-    const QString path = QDir::toNativeSeparators(folder + qs(ownContact->name) + u'.' + qs(KeySuffix));
-    if (!saveCertificateFile(ownContact->identity.certificate(), u16(path))) {
+    // A folder of its own for each mailing, made afresh and private (0700): under a fixed name in
+    // the shared temporary folder another user could have put a file or a link there first, and
+    // the key that goes out would not be ours. The folder stays, since the mail program may read
+    // the file long after the hand-off.
+    QTemporaryDir folder(QDir::temp().filePath(QStringLiteral("halvoren-key-XXXXXX")));
+    folder.setAutoRemove(false);
+    QString fileName = qs(ownContact->name) + u'.' + qs(KeySuffix);
+    fileName.replace(u'/', u'_');
+    const QString path = folder.isValid() ? folder.filePath(fileName) : QString();
+    if (path.isEmpty() || !saveCertificateFile(ownContact->identity.certificate(), u16(path))) {
         QMessageBox box(QMessageBox::Critical, qs(AppName), tr("An error occurred during sending contact key file."),
                         QMessageBox::Ok, this);
         Dialogs::exec(box);
@@ -1016,6 +1020,16 @@ bool MainWindow::startEncryption()
         packagePath = askPackageSavePath();
     if (packagePath.isEmpty())
         return false;
+    if (const std::u16string source = sourceAtPackagePath(packageFiles, u16(packagePath)); !source.empty()) {
+        QMessageBox box(QMessageBox::Warning, qs(AppName),
+                        tr("The package can't be saved as %1: that file is one of the files to encrypt. Choose "
+                           "another name for the package.")
+                            .arg(QDir::toNativeSeparators(packagePath)),
+                        QMessageBox::Ok, this);
+        Dialogs::exec(box);
+        packagePath.clear();
+        return false;
+    }
 
     engine->setFiles(packageFiles);
     engine->setPackagePath(u16(QDir::toNativeSeparators(packagePath)));

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "crypto/CryptoSession.h"
 #include "engine/AppConstants.h"
 #include "platform/CrashGuard.h"
 #include "platform/Profile.h"
@@ -27,6 +28,8 @@ bool haveDisplay()
 int main(int argc, char* argv[])
 {
     Q_INIT_RESOURCE(halvoren);
+    // Before any key is read: private keys and session keys stay out of core dumps.
+    initSecureHeap();
     platform::CrashGuard::install(dataDirectory() + u"crash", std::u16string(AppVersion));
     if (!haveDisplay()) {
         std::fputs("halvoren: no graphical display to show the window on (DISPLAY and WAYLAND_DISPLAY are unset); "

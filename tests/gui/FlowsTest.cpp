@@ -376,13 +376,22 @@ private slots:
                                             "Bert Example <bert@example.org>", "--attach", qpath(package) }));
         QVERIFY(answers::shown().isEmpty()); // the mail replaces the completion report
 
-        // The own key: written to the temporary folder and attached, with no recipient.
+        // The own key: written into a private folder of its own and attached, with no recipient.
+        // A link planted at the key's name in the shared temporary folder leads nowhere.
+        const fs::path tmp = qgetenv("TMPDIR").toStdString();
+        writeText(tmp / "planted", "planted");
+        fs::create_symlink(tmp / "planted", tmp / "Anna Example.kvxk");
         fs::remove(record);
         window.form()->act_MW_email_key->trigger();
         QTRY_VERIFY(fs::exists(record));
-        const fs::path keyFile = fs::path(qgetenv("TMPDIR").toStdString()) / "Anna Example.kvxk";
+        QCOMPARE(recorded().size(), 7);
+        const fs::path keyFile = recorded().last().toStdString();
         QCOMPARE(recorded(), (QStringList { "--utf8", "--subject", "Emailing:   Key File.", "--body", " ", "--attach",
                                             qpath(keyFile) }));
+        QCOMPARE(keyFile.filename().string(), std::string("Anna Example.kvxk"));
+        QCOMPARE(keyFile.parent_path().parent_path(), tmp);
+        QCOMPARE(fs::status(keyFile.parent_path()).permissions() & fs::perms::all, fs::perms::owner_all);
+        QCOMPARE(readText(tmp / "planted"), std::string("planted"));
         QVERIFY(readBytes(keyFile) == [] {
             const fs::path copy = freshFolder("ownkey") / "own.kvxk";
             saveCertificateFile(ownCertificate(), u16(copy));
@@ -441,6 +450,31 @@ private slots:
         QCOMPARE(window.files().size(), 2u); // the collection waits for the user
         QCOMPARE(answers::unanswered(), 0);
         QCOMPARE(answers::pendingAnswers(), 0); // no save dialog was asked for
+    }
+
+    void aPackageIsNeverSavedOverOneOfItsSources()
+    {
+        useProfile(anna);
+        answers::clear();
+        MainWindow window;
+        window.show();
+        // An older package lies among the files, and the user picks its name for the new one.
+        const fs::path folder = freshFolder("own-source");
+        writeText(folder / "notes.txt", "notes");
+        writeText(folder / "report.kvx", "the only copy");
+        drop(window, { QUrl::fromLocalFile(qpath(folder)) });
+        QCOMPARE(window.files().size(), 2u);
+        chooseRecipient(window, QStringLiteral("Anna Example"));
+        answers::answerPath(qpath(folder / "report.kvx"));
+        answers::answer(QMessageBox::Ok);
+        window.form()->BtnEncDec->click();
+        QCoreApplication::processEvents();
+        QVERIFY(!window.thread()->isRunning());
+        QCOMPARE(answers::shown().size(), 1);
+        QVERIFY(answers::shown().first().text.contains(QStringLiteral("one of the files to encrypt")));
+        QCOMPARE(readText(folder / "report.kvx"), std::string("the only copy"));
+        QCOMPARE(window.files().size(), 2u);
+        QCOMPARE(answers::unanswered(), 0);
     }
 
     void cleanupTestCase() { closeCertificateStore(); }

@@ -247,6 +247,63 @@ private slots:
         QCOMPARE(answers::unanswered(), 0);
     }
 
+    void lostSettingsNeverMakeTheOwnIdentityAContact()
+    {
+        freshProfile("lost-settings");
+        FirstStart seen;
+        answerFirstStart(seen, QStringLiteral("Ann Short"));
+        { MainWindow first; }
+        auto ownItemOf = [](MainWindow& window) {
+            return window.form()->contactListWidget->findItems(QStringLiteral("Ann Short"), Qt::MatchExactly).value(0);
+        };
+        auto removeAllowed = [](MainWindow& window) {
+            ActionMan* manager = window.form()->contactListWidget->manager();
+            manager->updateActions();
+            QAction* remove = manager->findAction(QStringLiteral("Remove Contact"));
+            return !remove || remove->isEnabled();
+        };
+
+        // Settings cut short: kept beside as they were, never written over; the identity is
+        // recognised by its key and stays the own contact, which can't be removed.
+        const std::string cut = "<Configuration><OwnerName>Ann Sh";
+        std::ofstream(configFile()) << cut;
+        closeCertificateStore();
+        answers::clear();
+        answers::answer(QMessageBox::Ok);
+        {
+            MainWindow window;
+            QCOMPARE(answers::shown().size(), 1);
+            const QString notice = answers::shown().first().text;
+            QVERIFY2(notice.contains(qpath(configFile())) && notice.contains(QStringLiteral("KvxCfg.xml.unreadable"))
+                         && notice.contains(QStringLiteral("\"Ann Short\" was recognised by its key")),
+                     qPrintable(notice));
+            QListWidgetItem* own = ownItemOf(window);
+            QVERIFY(own && contactItemData(own).isOwn);
+            window.form()->contactListWidget->clearSelection();
+            own->setSelected(true);
+            QVERIFY(!removeAllowed(window));
+        }
+        QCOMPARE(readText(profile / "KvxCfg.xml.unreadable"), cut);
+        ConfigStore config;
+        QVERIFY(config.load(configPath()).ok());
+        QCOMPARE(config.getString(ConfigKey::OwnerName), std::u16string(u"Ann Short"));
+
+        // No settings at all: the same, and the name goes back into a new file.
+        fs::remove(configFile());
+        closeCertificateStore();
+        answers::clear();
+        answers::answer(QMessageBox::Ok);
+        {
+            MainWindow window;
+            QCOMPARE(answers::shown().size(), 1);
+            QVERIFY(contactItemData(ownItemOf(window)).isOwn);
+        }
+        QVERIFY(config.load(configPath()).ok());
+        QCOMPARE(config.getString(ConfigKey::OwnerName), std::u16string(u"Ann Short"));
+        QCOMPARE(certificateCount(), 1u);
+        QCOMPARE(answers::unanswered(), 0);
+    }
+
     void optionsRoundTripThroughTheFileAndTheAutostartEntry()
     {
         freshProfile("options");

@@ -1,9 +1,14 @@
 #include <gtest/gtest.h>
+#include <openssl/crypto.h>
+#include <openssl/evp.h>
 
+#include <cstdio>
+#include <fstream>
 #include <map>
 #include <set>
 
 #include "CryptoTestHelpers.h"
+#include "crypto/CryptoSession.h"
 #include "crypto/IdentityCertificate.h"
 #include "platform/CaseFold.h"
 #include "platform/FaultInjection.h"
@@ -329,3 +334,35 @@ TEST(KeyContainer, AnyNameMapsToItsOwnSafeFile)
 }
 
 }  // namespace
+
+TEST(SecureHeap, PrivateKeysAreReadIntoMemoryLeftOutOfCoreDumps)
+{
+    ASSERT_TRUE(initSecureHeap());
+    useFreshProfile("secure");
+    const auto identity = IdentityCertificate::create(u"Sam Secure");
+    ASSERT_TRUE(identity);
+    const std::size_t before = CRYPTO_secure_used();
+    EVP_PKEY* key = platform::loadPrivateKey(u"Sam Secure");
+    ASSERT_TRUE(key);
+    EXPECT_GT(CRYPTO_secure_used(), before);
+    EVP_PKEY_free(key);
+    EXPECT_EQ(CRYPTO_secure_used(), before);
+
+    // The kernel marks the secure heap "dd": a core dump leaves it out.
+    void* probe = OPENSSL_secure_malloc(16);
+    ASSERT_TRUE(CRYPTO_secure_allocated(probe));
+    const auto address = reinterpret_cast<std::uintptr_t>(probe);
+    std::ifstream maps("/proc/self/smaps");
+    std::string line;
+    bool inside = false;
+    std::string flags;
+    while (std::getline(maps, line)) {
+        unsigned long long start = 0, end = 0;
+        if (std::sscanf(line.c_str(), "%llx-%llx ", &start, &end) == 2 && line.find('-') < line.find(' '))
+            inside = address >= start && address < end;
+        else if (inside && line.rfind("VmFlags:", 0) == 0)
+            flags = line + ' ';
+    }
+    OPENSSL_secure_free(probe);
+    EXPECT_NE(flags.find(" dd "), std::string::npos) << flags;
+}
