@@ -1,6 +1,8 @@
 // halvoren-cli end to end: the built program, driven as a script would drive it.
 
 #include <fcntl.h>
+#include <grp.h>
+#include <pwd.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
@@ -8,6 +10,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <thread>
@@ -82,6 +85,71 @@ ToolRun runTool(const std::vector<std::string>& args, const std::function<void(p
 const std::string NotARecipient = "The package cannot be decrypted. You are not in the list of recipients who can view "
                                   "the files, you will not be able to access it.";
 const std::string InvalidPackage = "This file is not a valid Halvoren package file.";
+
+// A key file of `name` made by openssl, as another program would make it.
+fs::path keyFileFor(const fs::path& folder, const std::string& name)
+{
+    const fs::path file = folder / (name + ".pem");
+    const std::string command = "openssl req -utf8 -x509 -newkey rsa:1024 -nodes -days 2 -subj '/CN=" + name
+        + "/title=Halvoren' -keyout /dev/null -out '" + file.string() + "' 2>/dev/null";
+    EXPECT_EQ(std::system(command.c_str()), 0) << name;
+    return file;
+}
+
+// Root writes through every file mode, so a run that must meet a read-only file goes as an
+// ordinary user: as root the child becomes "nobody", with `home` (below /tmp, where that user
+// can reach it) and a copy of the tool made its own.
+ToolRun runAsOrdinaryUser(const fs::path& home, const std::vector<std::string>& args)
+{
+    uid_t uid = ::geteuid();
+    gid_t gid = ::getegid();
+    if (uid == 0) {
+        const passwd* nobody = ::getpwnam("nobody");
+        EXPECT_TRUE(nobody);
+        if (!nobody)
+            return {};
+        uid = nobody->pw_uid;
+        gid = nobody->pw_gid;
+    }
+    const fs::path tool = home / "halvoren-cli";
+    fs::copy_file(HALVOREN_CLI_PATH, tool, fs::copy_options::overwrite_existing);
+    fs::permissions(tool, fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec
+            | fs::perms::others_read | fs::perms::others_exec);
+    EXPECT_EQ(::lchown(home.c_str(), uid, gid), 0);
+    for (const auto& entry : fs::recursive_directory_iterator(home))
+        EXPECT_EQ(::lchown(entry.path().c_str(), uid, gid), 0);
+    int errPipe[2];
+    EXPECT_EQ(pipe(errPipe), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        const int devNull = open("/dev/null", O_RDWR);
+        dup2(devNull, 0);
+        dup2(devNull, 1);
+        dup2(errPipe[1], 2);
+        if (::getuid() == 0 && (::setgroups(0, nullptr) != 0 || ::setgid(gid) != 0 || ::setuid(uid) != 0))
+            _exit(126);
+        if (chdir(home.c_str()) != 0)
+            _exit(126);
+        setenv("TMPDIR", home.c_str(), 1);
+        std::vector<char*> argv {const_cast<char*>(tool.c_str())};
+        for (const std::string& arg : args)
+            argv.push_back(const_cast<char*>(arg.c_str()));
+        argv.push_back(nullptr);
+        execv(tool.c_str(), argv.data());
+        _exit(127);
+    }
+    close(errPipe[1]);
+    ToolRun run;
+    char buffer[4096];
+    ssize_t n;
+    while ((n = read(errPipe[0], buffer, sizeof buffer)) > 0)
+        run.err.append(buffer, static_cast<std::size_t>(n));
+    close(errPipe[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    return run;
+}
 
 }  // namespace
 
@@ -474,6 +542,130 @@ TEST_F(CliTest, HostilePackagesCannotWriteOutsideTheFolder)
             found.push_back(fs::relative(entry.path(), folder).string());
     std::sort(found.begin(), found.end());
     EXPECT_EQ(found, (std::vector<std::string> {"a/b/out/etc/x", "h.kvx"}));
+}
+
+TEST_F(CliTest, OnePersonIsNeverTakenForAnother)
+{
+    const fs::path folder = freshFolder("who");
+    const fs::path own = folder / "own";
+    const fs::path joann = folder / "joann";
+    ASSERT_EQ(in(own, {"identity", "create", "Ann Short"}).exitCode, 0);
+    ASSERT_EQ(in(joann, {"identity", "create", "Joann Tester"}).exitCode, 0);
+    ASSERT_EQ(in(joann, {"identity", "export", "-o", (folder / "joann.kvxk").string()}).exitCode, 0);
+    ASSERT_EQ(in(own, {"contacts", "import", (folder / "joann.kvxk").string()}).exitCode, 0);
+
+    // Names that are pieces of another name, or of the title, are other people; the same name in
+    // another case is the same person.
+    for (const char* name : {"Ann Tester", "T", "Al", "Oren", "Ann"}) {
+        const ToolRun imported = in(own, {"contacts", "import", keyFileFor(folder, name).string()});
+        EXPECT_EQ(imported.exitCode, 0) << name << ": " << imported.err;
+    }
+    const ToolRun again = in(own, {"contacts", "import", keyFileFor(folder, "ann short").string()});
+    EXPECT_EQ(again.exitCode, 1);
+    EXPECT_NE(again.err.find("Contact already exists."), std::string::npos) << again.err;
+
+    // Removing Ann Tester takes her certificate and nobody else's.
+    const ToolRun removed = in(own, {"contacts", "remove", "Ann Tester"});
+    EXPECT_EQ(removed.exitCode, 0) << removed.err;
+    const ToolRun list = in(own, {"contacts", "list"});
+    EXPECT_EQ(list.exitCode, 0) << list.err;
+    EXPECT_EQ(list.out, "Ann Short\t\t(me)\nJoann Tester\t\nT\t\nAl\t\nOren\t\nAnn\t\n");
+
+    // "Ann" may be the owner next to Joann Tester, and a package for herself is hers alone.
+    const fs::path ann = folder / "ann";
+    ASSERT_EQ(in(ann, {"contacts", "import", (folder / "joann.kvxk").string()}).exitCode, 0);
+    const ToolRun made = in(ann, {"identity", "create", "Ann"});
+    ASSERT_EQ(made.exitCode, 0) << made.err;
+    writeText(folder / "secret.txt", "for Ann");
+    const fs::path package = folder / "self.kvx";
+    ASSERT_EQ(in(ann, {"encrypt", "--self", "--flat", "-o", package.string(), (folder / "secret.txt").string()}).exitCode, 0);
+    const ToolRun byJoann = in(joann, {"decrypt", package.string(), "-C", (folder / "joann-out").string()});
+    EXPECT_EQ(byJoann.exitCode, 1);
+    EXPECT_NE(byJoann.err.find(NotARecipient), std::string::npos) << byJoann.err;
+    ASSERT_EQ(in(ann, {"decrypt", package.string(), "-C", (folder / "ann-out").string()}).exitCode, 0);
+    EXPECT_EQ(readText(folder / "ann-out" / "secret.txt"), "for Ann");
+}
+
+TEST_F(CliTest, TheOwnIdentityOutlivesItsSettings)
+{
+    const fs::path profile = freshProfile("settings");
+    const fs::path folder = profile.parent_path();
+    writeText(folder / "mine.txt", "mine");
+    const fs::path package = folder / "self.kvx";
+    ASSERT_EQ(in(profile, {"encrypt", "--self", "--flat", "-o", package.string(), (folder / "mine.txt").string()}).exitCode, 0);
+
+    // Without settings the identity is recognised by its key, said so, and written back.
+    fs::remove(profile / "KvxCfg.xml");
+    const ToolRun listed = in(profile, {"contacts", "list"});
+    EXPECT_EQ(listed.exitCode, 0) << listed.err;
+    EXPECT_EQ(listed.out, "C\t\t(me)\n");
+    EXPECT_NE(listed.err.find("'C' was recognised by its key and written back"), std::string::npos) << listed.err;
+    EXPECT_NE(readText(profile / "KvxCfg.xml").find("<OwnerName>C</OwnerName>"), std::string::npos);
+
+    // Settings cut short are named and left as they are; the identity is neither removed nor
+    // replaced, and still opens what was sent to it.
+    const std::string cut = "<Configuration><Own";
+    writeText(profile / "KvxCfg.xml", cut);
+    const ToolRun removal = in(profile, {"contacts", "remove", "C"});
+    EXPECT_EQ(removal.exitCode, 1);
+    EXPECT_NE(removal.err.find("your own identity"), std::string::npos) << removal.err;
+    EXPECT_NE(removal.err.find((profile / "KvxCfg.xml").string() + " can't be read"), std::string::npos) << removal.err;
+    EXPECT_EQ(in(profile, {"identity", "create", "Dee"}).exitCode, 1);
+    const ToolRun opened = in(profile, {"decrypt", package.string(), "-C", (folder / "out").string()});
+    EXPECT_EQ(opened.exitCode, 0) << opened.err;
+    EXPECT_EQ(readText(folder / "out" / "mine.txt"), "mine");
+    EXPECT_EQ(readText(profile / "KvxCfg.xml"), cut);
+
+    // A creation that fails leaves no private key behind.
+    const fs::path empty = freshFolder("no-key") / "profile";
+    fs::create_directories(empty / "KvxCfg.xml");
+    EXPECT_EQ(in(empty, {"identity", "create", "Dee"}).exitCode, 1);
+    EXPECT_TRUE(!fs::exists(empty / "keys") || fs::is_empty(empty / "keys"));
+}
+
+TEST_F(CliTest, TheUsersOwnFilesAreLeftAlone)
+{
+    const fs::path profile = freshProfile("mine");
+    const fs::path folder = freshFolder("mine-files");
+    const fs::path tmp = std::getenv("TMPDIR");
+    writeText(tmp / "KVX-budget-2025.csv", "budget");
+    writeText(folder / ".KVXnotes.txt", "hidden notes");
+    writeText(folder / "thesis.txt", "thesis");
+    writeText(folder / "notes.txt", "notes");
+
+    // The package would replace one of its own sources: refused before anything is written.
+    const ToolRun onto = in(profile, {"encrypt", "--self", "-o", "notes.txt", "thesis.txt", "notes.txt"}, folder);
+    EXPECT_EQ(onto.exitCode, 1);
+    EXPECT_NE(onto.err.find("notes.txt is one of the files to encrypt"), std::string::npos) << onto.err;
+    EXPECT_EQ(readText(folder / "notes.txt"), "notes");
+
+    // Files whose names look like temporaries survive packages made and opened beside them.
+    const fs::path package = tmp / "KVXreport.kvx";
+    ASSERT_EQ(in(profile, {"encrypt", "--self", "-o", package.string(), "thesis.txt"}, folder).exitCode, 0);
+    for (int round = 0; round < 2; ++round) {
+        const ToolRun opened = in(profile, {"decrypt", package.string(), "-C", folder.string()});
+        EXPECT_EQ(opened.exitCode, 0) << opened.err;
+    }
+    EXPECT_EQ(readText(tmp / "KVX-budget-2025.csv"), "budget");
+    EXPECT_EQ(readText(folder / ".KVXnotes.txt"), "hidden notes");
+    EXPECT_TRUE(fs::exists(package));
+    // Later tests count what is left in the temporary folder.
+    fs::remove(package);
+    fs::remove(tmp / "KVX-budget-2025.csv");
+
+    // A read-only file at the package's path is refused, not replaced.
+    char pattern[] = "/tmp/halvoren-readonly-XXXXXX";
+    ASSERT_TRUE(::mkdtemp(pattern));
+    const fs::path home = pattern;
+    writeText(home / "a.txt", "a");
+    writeText(home / "out.kvx", "keep");
+    fs::permissions(home / "out.kvx", fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
+    ASSERT_EQ(runAsOrdinaryUser(home, {"--profile", "p", "identity", "create", "Nob"}).exitCode, 0);
+    const ToolRun readOnly = runAsOrdinaryUser(home, {"--profile", "p", "encrypt", "--self", "-o", "out.kvx", "a.txt"});
+    EXPECT_EQ(readOnly.exitCode, 1);
+    EXPECT_NE(readOnly.err.find("out.kvx is read-only"), std::string::npos) << readOnly.err;
+    EXPECT_EQ(readText(home / "out.kvx"), "keep");
+    fs::remove_all(home);
 }
 
 TEST_F(CliTest, UsageErrorsHelpAndExitCodes)
