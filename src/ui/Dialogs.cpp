@@ -82,6 +82,10 @@ int exec(QDialog& dialog)
 
 int exec(QMessageBox& box)
 {
+    // File names and system texts are text, never markup: a box that didn't ask for rich text
+    // on purpose (and then escapes what it shows) is plain.
+    if (box.textFormat() == Qt::AutoText)
+        box.setTextFormat(Qt::PlainText);
     Answers& state = answers();
     record(box);
     if (!state.messages.isEmpty()) {

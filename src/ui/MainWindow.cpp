@@ -61,6 +61,15 @@ const QString ContactIcon = QStringLiteral(":/ico/MainWindow/Res/contact.png");
 const QString OwnIcon = QStringLiteral(":/ico/MainWindow/Res/me.png");
 
 // Makes an empty file where none is, so that a store has something to load.
+// A name as the user reads it on this system: entry names separate folders with a backslash,
+// which a Linux user would read as part of a name.
+QString shownName(const char16_t* name)
+{
+    QString text = QString::fromStdU16String(std::u16string(name));
+    text.replace(u'\\', u'/');
+    return text;
+}
+
 void createEmptyFile(const QString& path)
 {
     QFile file(path);
@@ -878,11 +887,23 @@ void MainWindow::on_OPTStartOnLogin() { updateAutostart(options.startOnLogin); }
 
 QString MainWindow::askPackageSavePath()
 {
-    lastSavePath = Dialogs::getSaveFileName(this, tr("Save Halvoren Package as..."), lastSavePath,
+    QString path = Dialogs::getSaveFileName(this, tr("Save Halvoren Package as..."), lastSavePath,
                                             tr("Halvoren Package File (*.kvx)"));
-    if (!lastSavePath.isEmpty() && QFileInfo(lastSavePath).completeSuffix().toLower() != qs(PackageSuffix))
-        lastSavePath += u'.' + qs(PackageSuffix);
-    return lastSavePath;
+    if (!path.isEmpty() && QFileInfo(path).completeSuffix().toLower() != qs(PackageSuffix)) {
+        path += u'.' + qs(PackageSuffix);
+        // The dialog asked about the name as typed; the file that would be replaced is this one.
+        if (QFileInfo::exists(path)) {
+            QMessageBox box(QMessageBox::Warning, qs(AppName),
+                            tr("%1 already exists.\nDo you want to replace it?").arg(QDir::toNativeSeparators(path)),
+                            QMessageBox::Yes | QMessageBox::No, this);
+            box.setDefaultButton(QMessageBox::No);
+            if (Dialogs::exec(box) != QMessageBox::Yes)
+                return {};
+        }
+    }
+    if (!path.isEmpty())
+        lastSavePath = path;
+    return path;
 }
 
 QString MainWindow::askPackageOpenPath()
@@ -1016,6 +1037,7 @@ bool MainWindow::startEncryption()
         Dialogs::exec(box);
         return false;
     }
+    packagePathBeforeRun = packagePath;
     if (packagePath.isEmpty())
         packagePath = askPackageSavePath();
     if (packagePath.isEmpty())
@@ -1071,9 +1093,7 @@ void MainWindow::on_StatusUpdate(uint operation, qint64 data_length, qint64 proc
         ui->progressBar->setValue(percent);
     TaskbarProgress::setValue(percent);
 
-    const QString fileName = user_parameter && user_parameter->fileName
-        ? QString::fromStdU16String(std::u16string(user_parameter->fileName))
-        : QString();
+    const QString fileName = user_parameter && user_parameter->fileName ? shownName(user_parameter->fileName) : QString();
     QString text;
     switch (operation) {
     case OpEncrypt:
@@ -1140,9 +1160,9 @@ void MainWindow::askOnError(KvxUtils::UserParameter* user_parameter, bool& statu
 {
     EngineStatus engineStatus = user_parameter->status;
     QString text = tr("An error occurred while processing:<br>") + QStringLiteral("<b>")
-        + QString::fromStdU16String(engineStatus.message()) + QStringLiteral("</b><br>");
+        + QString::fromStdU16String(engineStatus.message()).toHtmlEscaped() + QStringLiteral("</b><br>");
     if (user_parameter->fileName && *user_parameter->fileName)
-        text += QString::fromStdU16String(std::u16string(user_parameter->fileName));
+        text += shownName(user_parameter->fileName).toHtmlEscaped();
     QMessageBox box(QMessageBox::Warning, qs(AppName), text, QMessageBox::NoButton, this);
     box.setTextFormat(Qt::RichText);
     QAbstractButton* continueButton = box.addButton(tr("Continue"), QMessageBox::AcceptRole);
@@ -1161,6 +1181,7 @@ void MainWindow::on_PackageThreadFinished()
 {
     threadFinished = true;
     const EngineStatus status = packageThread->result();
+    const bool stopped = cancelRequested;
     if (closeRequested)
         emit kvxClosing();
     else if (sendAfterEncrypt) {
@@ -1168,7 +1189,28 @@ void MainWindow::on_PackageThreadFinished()
             mailPackage();
     } else if (!options.doNotNotify)
         notifyCompletion(status);
-    on_ClosePackage();
+    if (packageMode == ModeEncrypt && !status.ok() && !closeRequested)
+        keepCollection(stopped);
+    else
+        on_ClosePackage();
+}
+
+// A stopped or failed encryption wrote nothing, so the user gets back what was collected, to try
+// again without collecting it all anew (where a run once always ended with an empty window).
+void MainWindow::keepCollection(bool stopped)
+{
+    enablePackageWidgets(true);
+    ui->progressBar->setValue(0);
+    TaskbarProgress::clear();
+    ui->menuBar->setEnabled(true);
+    cancelRequested = false;
+    sendAfterEncrypt = false;
+    ignoredCodes.clear();
+    packagePath = packagePathBeforeRun;
+    setButtonState(ButtonEncrypt);
+    on_EncryptEnable();
+    applyActionState(packagePath.isEmpty() ? 0 : 1);
+    setStatusText(stopped ? tr("Stopped. No package was written.") : tr("Failed. No package was written."));
 }
 
 void MainWindow::notifyCompletion(const EngineStatus& status)
@@ -1192,8 +1234,10 @@ void MainWindow::notifyCompletion(const EngineStatus& status)
                               status.ok() ? QSystemTrayIcon::Information : QSystemTrayIcon::Critical, 10000);
         return;
     }
-    QMessageBox box(status.ok() ? QMessageBox::Information : QMessageBox::Critical, qs(AppName), text,
-                    QMessageBox::Ok, this);
+    // A failure says what failed, with the file it concerned.
+    const QString why = status.ok() ? QString() : QString::fromStdU16String(statusText(status, engine->failure()));
+    QMessageBox box(status.ok() ? QMessageBox::Information : QMessageBox::Critical, qs(AppName),
+                    why.isEmpty() ? text : text + QStringLiteral("\n\n") + why, QMessageBox::Ok, this);
     QAbstractButton* detailsButton = status.ok() ? box.addButton(QStringLiteral("Details"), QMessageBox::AcceptRole)
                                                  : nullptr;
     Dialogs::exec(box);

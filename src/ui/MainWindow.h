@@ -159,6 +159,7 @@ private:
     // Renames an unreadable settings file to a free "….unreadable" name and makes an empty one;
     // the new name, or empty if it couldn't be moved.
     QString setAsideUnreadable(const QString& path);
+    void keepCollection(bool stopped);
     bool loadRecipients();
     void enterOwnContact();
     void fillContactList();
@@ -224,6 +225,8 @@ private:
     QString storeProblem;
     // What the start found and mended (settings kept aside, the owner recognised by the key).
     QString startNotice;
+    // The package path as it was when Encrypt was pressed, for a run that writes nothing.
+    QString packagePathBeforeRun;
     // The own identity's name, as recognised at the start.
     std::u16string ownerName;
 };

@@ -229,7 +229,7 @@ private slots:
         QCOMPARE(window.form()->contactListWidget->findItems(QStringLiteral("Anna Example"), Qt::MatchExactly).size(), 1);
     }
 
-    void cancelDuringARunLeavesNothing()
+    void cancelDuringARunWritesNothingAndKeepsTheCollection()
     {
         useProfile(anna);
         answers::clear();
@@ -249,9 +249,73 @@ private slots:
         QVERIFY(!fs::exists(package));
         QVERIFY(leftoverTempFiles().empty());
         QVERIFY(answers::shown().isEmpty()); // a stopped run ends without a report
-        QVERIFY(window.files().empty());
-        QCOMPARE(window.form()->contactListWidget->count(), 2);
+        // Back to where it was before Encrypt: the files, the recipient, and a way to try again.
+        QCOMPARE(window.files().size(), 1u);
+        QCOMPARE(window.form()->recipientsListWidget->count(), 1);
+        QCOMPARE(window.form()->contactListWidget->count(), 1);
+        QCOMPARE(window.mode(), ModeEncrypt);
+        QVERIFY(window.form()->BtnEncDec->isEnabled());
+        QCOMPARE(window.form()->lineEdit->text(), QStringLiteral("Stopped. No package was written."));
         QVERIFY(window.form()->menuBar->isEnabled());
+    }
+
+    void aNameTypedWithoutTheSuffixIsAskedAboutBeforeReplacing()
+    {
+        useProfile(anna);
+        answers::clear();
+        MainWindow window;
+        window.show();
+        drop(window, { QUrl::fromLocalFile(qpath(sources / "single.bin")) });
+        chooseRecipient(window, QStringLiteral("Anna Example"));
+        const fs::path folder = freshFolder("suffix");
+        writeText(folder / "pkg.kvx", "an earlier package");
+        answers::answerPath(qpath(folder / "pkg"));
+        answers::answer(QMessageBox::No);
+        window.form()->BtnEncDec->click();
+        QCOMPARE(answers::shown().size(), 1);
+        QVERIFY(answers::shown().first().text.contains(qpath(folder / "pkg.kvx") + QStringLiteral(" already exists")));
+        QVERIFY(!window.thread()->isRunning());
+        QCOMPARE(readText(folder / "pkg.kvx"), std::string("an earlier package"));
+
+        answers::answerPath(qpath(folder / "pkg"));
+        answers::answer(QMessageBox::Yes);
+        answers::answer(QMessageBox::Ok);
+        runAndWait(window);
+        QVERIFY(texts().contains(Done));
+        QVERIFY(fs::file_size(folder / "pkg.kvx") > 100);
+        QCOMPARE(answers::unanswered(), 0);
+    }
+
+    void aFailedRunSaysWhyAndNamesAreNeverMarkup()
+    {
+        useProfile(anna);
+        answers::clear();
+        MainWindow window;
+        window.show();
+        drop(window, { QUrl::fromLocalFile(qpath(sources / "single.bin")) });
+        chooseRecipient(window, QStringLiteral("Anna Example"));
+        // A folder that doesn't exist, named to look like a headline.
+        const QString trap = QStringLiteral("<h1><font color=red>PACKAGE VERIFIED</font></h1>");
+        const QString package = qpath(freshFolder("markup")) + u'/' + trap + QStringLiteral("/p.kvx");
+        answers::answerPath(package);
+        QStringList seen;
+        bool plain = true;
+        answers::answerMessage([&](QMessageBox& box) {
+            seen << box.text();
+            plain = box.textFormat() == Qt::PlainText;
+            return int(QMessageBox::Ok);
+        });
+        window.form()->BtnEncDec->click();
+        QTRY_VERIFY_WITH_TIMEOUT(window.thread()->isFinished() && window.currentButtonState() == ButtonEncrypt, 60000);
+        QCoreApplication::processEvents();
+        QCOMPARE(seen.size(), 1);
+        QVERIFY(plain);
+        const QString last = seen.last();
+        QVERIFY2(last.contains(QStringLiteral("failed")) || last.contains(QStringLiteral("Unsuccessfully")), qPrintable(last));
+        QVERIFY2(last.contains(trap + QStringLiteral("/p.kvx: The system cannot find")), qPrintable(last));
+        QCOMPARE(window.files().size(), 1u);
+        QCOMPARE(window.form()->lineEdit->text(), QStringLiteral("Failed. No package was written."));
+        QCOMPARE(answers::unanswered(), 0);
     }
 
     void packagesThatCantBeOpenedSayWhy()
