@@ -15,6 +15,7 @@
 #include <system_error>
 #include <vector>
 
+#include "cli/Printable.h"
 #include "cli/ProgressPrinter.h"
 #include "contacts/ConfigStore.h"
 #include "contacts/OwnIdentity.h"
@@ -106,13 +107,13 @@ std::string u8(const std::u16string& text) { return platform::toUtf8(text); }
 
 int usage(const std::string& message)
 {
-    std::fprintf(stderr, "halvoren-cli: %s\nRun 'halvoren-cli --help' for usage.\n", message.c_str());
+    std::fprintf(stderr, "halvoren-cli: %s\nRun 'halvoren-cli --help' for usage.\n", printable(message).c_str());
     return ExitUsage;
 }
 
 int fail(const std::string& message)
 {
-    std::fprintf(stderr, "halvoren-cli: %s\n", message.c_str());
+    std::fprintf(stderr, "halvoren-cli: %s\n", printable(message).c_str());
     return ExitFailed;
 }
 
@@ -154,12 +155,12 @@ struct Profile {
             std::fprintf(stderr,
                 "halvoren-cli: warning: the settings file %s can't be read; it is left as it is and the "
                 "defaults are used\n",
-                settings.c_str());
+                printable(settings).c_str());
         }
         ownerName = owner.ownerName;
         if (owner.restored) {
             std::fprintf(stderr, "halvoren-cli: the settings file %s didn't name your identity; '%s' was recognised by its key%s\n",
-                settings.c_str(), u8(ownerName).c_str(), owner.written ? " and written back" : "");
+                printable(settings).c_str(), printable(u8(ownerName)).c_str(), owner.written ? " and written back" : "");
         }
         if (!openCertificateStore(ownerName))
             return "the certificate store in " + u8(dataDirectory())
@@ -196,7 +197,8 @@ struct Profile {
             std::fprintf(stderr,
                 "halvoren-cli: warning: the certificate of %s%s can't be read (%s: %s); it is left as it is "
                 "and the contact is missing until %s key file is imported again\n",
-                own ? "your own identity " : "", name.c_str(), u8(damaged.path).c_str(), codeText(damaged.code).c_str(),
+                own ? "your own identity " : "", printable(name).c_str(), printable(u8(damaged.path)).c_str(),
+                codeText(damaged.code).c_str(),
                 own ? "your" : "its");
         }
     }
@@ -262,9 +264,9 @@ int identityCommand(const CommandLine& line, Profile& profile)
             return fail("this profile has no identity yet; make one with 'halvoren-cli identity create NAME'");
     }
     if (verb == "show") {
-        std::printf("name: %s\n", u8(own->name).c_str());
+        std::printf("name: %s\n", printable(u8(own->name)).c_str());
         if (!own->email.empty())
-            std::printf("e-mail: %s\n", u8(own->email).c_str());
+            std::printf("e-mail: %s\n", printable(u8(own->email)).c_str());
         std::printf("fingerprint (SHA-256): %s\n", certificateFingerprint(own->identity.certificate()).c_str());
         return ExitOk;
     }
@@ -298,7 +300,7 @@ int repairContacts(Profile& profile)
     if (!repaired.ok())
         return fail("the contact list can't be repaired: " + statusText(repaired, "it can't be written"));
     for (const std::u16string& name : refiled)
-        std::printf("filed again: %s\n", u8(name).c_str());
+        std::printf("filed again: %s\n", printable(u8(name)).c_str());
     return ExitOk;
 }
 
@@ -311,7 +313,7 @@ int contactsCommand(const CommandLine& line, Profile& profile)
         if (line.words.size() != 2)
             return usage("contacts list takes no arguments");
         for (const ContactRecord& contact : profile.contacts) {
-            std::printf("%s\t%s%s\n", u8(contact.name).c_str(), u8(contact.email).c_str(),
+            std::printf("%s\t%s%s\n", printable(u8(contact.name)).c_str(), printable(u8(contact.email)).c_str(),
                         &contact == profile.own() ? "\t(me)" : "");
         }
         return ExitOk;
@@ -393,7 +395,7 @@ struct UnreadableSources {
                 + "; no package was made (--skip-unreadable leaves out what can't be read)";
             return false;
         }
-        std::fprintf(stderr, "halvoren-cli: skipping %s: %s\n", what.c_str(), reason.c_str());
+        std::fprintf(stderr, "halvoren-cli: skipping %s: %s\n", printable(what).c_str(), printable(reason).c_str());
         ++skipped;
         return true;
     }

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <string>
 
+#include "cli/Printable.h"
 #include "package/StatusText.h"
 #include "platform/ErrorText.h"
 #include "platform/Utf.h"
@@ -21,7 +22,7 @@ std::string shownPath(std::u16string_view path)
 {
     if (path.substr(0, 2) == u"./")
         path.remove_prefix(2);
-    return platform::toUtf8(path);
+    return printable(platform::toUtf8(path));
 }
 
 const char* operationName(std::uint32_t operation)
@@ -91,8 +92,8 @@ int ProgressPrinter::report(std::uint32_t operation, std::int64_t total, std::in
         FailureSubject subject;
         subject.packageInvalid = mode_ == Mode::Extract;
         subject.path = parameter && parameter->fileName ? std::u16string(parameter->fileName) : packagePath_;
-        const std::string text = platform::toUtf8(
-            mode_ == Mode::Create ? platform::userText(status.code()) : ::statusText(status, subject));
+        const std::string text = printable(platform::toUtf8(
+            mode_ == Mode::Create ? platform::userText(status.code()) : ::statusText(status, subject)));
         if (mode_ == Mode::Create && parameter && parameter->fileName) {
             const std::string file = shownPath(parameter->fileName);
             if (skipUnreadable_) {

@@ -115,6 +115,16 @@ FileHandle openSourceFile(const std::u16string& path, std::int64_t* size)
         setLastError(S_ISDIR(info.st_mode) ? win::ERROR_ACCESS_DENIED : win::ERROR_CANT_ACCESS_FILE);
         return InvalidHandle;
     }
+    // Files of the kernel's own file systems (/proc, /sys) say they are empty and yet hold text.
+    // The package stores a file at the size it has when opened, so such a file would arrive
+    // empty without a word; it is refused by name instead. Only files that say they are empty
+    // pay for the look.
+    char probe = 0;
+    if (info.st_size == 0 && ::pread(fd, &probe, 1, 0) == 1) {
+        ::close(fd);
+        setLastError(win::ERROR_CANT_ACCESS_FILE);
+        return InvalidHandle;
+    }
     // The flag only had to keep the open from blocking: a regular file reads the same with it.
     if (size)
         *size = static_cast<std::int64_t>(info.st_size);

@@ -341,6 +341,13 @@ TEST_F(CliTest, UnreadableSourcesStopTheRunUnlessSkippingIsAsked)
     EXPECT_NE(none.err.find("no package was made"), std::string::npos) << none.err;
     EXPECT_EQ(as("ann", { "decrypt", package.string(), "--skip-unreadable", "-C", folder.string() }).exitCode, 2);
     EXPECT_TRUE(leftoverTempFiles().empty());
+
+    // A kernel file that says it is empty but holds text is refused by name, never stored empty.
+    const fs::path proc = folder / "proc.kvx";
+    const ToolRun kernel = as("ann", { "encrypt", "--plain", "-o", proc.string(), "/proc/cpuinfo" });
+    EXPECT_EQ(kernel.exitCode, 1);
+    EXPECT_NE(kernel.err.find("can't read /proc/cpuinfo"), std::string::npos) << kernel.err;
+    EXPECT_FALSE(fs::exists(proc));
 }
 
 TEST_F(CliTest, EntriesAreStoredUnderThePathsAsGiven)
@@ -666,6 +673,29 @@ TEST_F(CliTest, TheUsersOwnFilesAreLeftAlone)
     EXPECT_NE(readOnly.err.find("out.kvx is read-only"), std::string::npos) << readOnly.err;
     EXPECT_EQ(readText(home / "out.kvx"), "keep");
     fs::remove_all(home);
+}
+
+TEST_F(CliTest, NamesNeverReachTheTerminalAsControlCharacters)
+{
+    const fs::path folder = freshFolder("controls");
+    auto controlsIn = [](const std::string& text) {
+        return std::count_if(text.begin(), text.end(), [](char c) {
+            const auto byte = static_cast<unsigned char>(c);
+            return (byte < 0x20 && byte != '\n') || byte == 0x7F;
+        });
+    };
+    const std::string title = "\x1b]2;owned\x07\x1b[2J";
+    const ToolRun missing = as("ann", {"encrypt", "--self", "-o", (folder / "x.kvx").string(), title});
+    EXPECT_EQ(missing.exitCode, 1);
+    EXPECT_EQ(controlsIn(missing.err), 0) << missing.err;
+    EXPECT_NE(missing.err.find("\\x1b]2;owned\\x07\\x1b[2J"), std::string::npos) << missing.err;
+
+    // An entry name a hostile sender chose, refused on extraction.
+    writeBytes(folder / "h.kvx", craftedPackage({{EntryTypeData, u"\x1b]2;owned\x07\\..\\..\\x", {'x'}}}));
+    const ToolRun refused = as("bob", {"decrypt", (folder / "h.kvx").string(), "-C", (folder / "out").string()});
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_FALSE(refused.err.empty());
+    EXPECT_EQ(controlsIn(refused.err), 0) << refused.err;
 }
 
 TEST_F(CliTest, UsageErrorsHelpAndExitCodes)
