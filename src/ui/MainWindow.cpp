@@ -1,5 +1,9 @@
 #include "ui/MainWindow.h"
 
+#include <sys/stat.h>
+
+#include <set>
+
 #include <QAbstractButton>
 #include <QApplication>
 #include <QCloseEvent>
@@ -7,6 +11,7 @@
 #include <QDropEvent>
 #include <QMimeData>
 #include <QDir>
+#include <QFileSystemWatcher>
 #include <QFile>
 #include <QFileInfo>
 #include <QMenu>
@@ -99,6 +104,7 @@ MainWindow::MainWindow(QWidget* parent)
         return;
     createPackageThread();
     connectSignals();
+    watchProfile();
     packageMode = ModeEncrypt;
     setButtonState(ButtonEncrypt);
     handleCommandLine(QCoreApplication::arguments());
@@ -353,6 +359,90 @@ void MainWindow::fillContactList()
         if (isOwn)
             ownContact = record;
     }
+}
+
+namespace {
+QString fileStamp(const QString& path)
+{
+    struct stat info {};
+    if (::stat(QFile::encodeName(path).constData(), &info) != 0)
+        return {};
+    return QStringLiteral("%1:%2:%3.%4:%5")
+        .arg(info.st_dev)
+        .arg(info.st_ino)
+        .arg(info.st_mtim.tv_sec)
+        .arg(info.st_mtim.tv_nsec)
+        .arg(info.st_size);
+}
+} // namespace
+
+void MainWindow::watchProfile()
+{
+    contactsStamp = fileStamp(qs(recipientsPath()));
+    // The stores are replaced by a rename, which a watch on the file itself would lose; the
+    // folder sees every one. Changes come in bursts (certificate, index, contacts file).
+    auto* watcher = new QFileSystemWatcher(this);
+    watcher->addPath(qs(dataDirectory()));
+    reloadTimer = new QTimer(this);
+    reloadTimer->setSingleShot(true);
+    reloadTimer->setInterval(150);
+    connect(watcher, &QFileSystemWatcher::directoryChanged, reloadTimer, qOverload<>(&QTimer::start));
+    connect(reloadTimer, &QTimer::timeout, this, &MainWindow::reloadContacts);
+}
+
+void MainWindow::reloadContacts()
+{
+    if (!recipientsStore || !storeProblem.isEmpty())
+        return;
+    // A run reads the records it was given, and a dialog or a drag may hold list items: the
+    // lists change only when nothing is using them.
+    if ((packageThread && packageThread->isRunning()) || QApplication::activeModalWidget()
+        || QApplication::mouseButtons() != Qt::NoButton) {
+        reloadPending = true;
+        reloadTimer->start(500);
+        return;
+    }
+    reloadPending = false;
+    const QString stamp = fileStamp(qs(recipientsPath()));
+    if (stamp == contactsStamp)
+        return;
+    std::vector<ContactRecord> fresh;
+    // A profile in the middle of another program's change, or broken, is read again at its next
+    // change; until then the lists stay as they were.
+    if (!recipientsStore->load(fresh, recipientsPath()).ok())
+        return;
+    contactsStamp = stamp;
+
+    // Who was a recipient and who was selected stays so, by certificate.
+    auto keyOf = [](const QListWidgetItem* item) {
+        const ContactItemData data = contactItemData(item);
+        return data.contact ? certificateFingerprint(data.contact->identity.certificate()) : std::string();
+    };
+    std::set<std::string> recipients, selected;
+    for (KvxListWidget* list : { ui->contactListWidget, ui->recipientsListWidget }) {
+        for (int row = 0; row < list->count(); ++row) {
+            const std::string key = keyOf(list->item(row));
+            if (list == ui->recipientsListWidget)
+                recipients.insert(key);
+            if (list->item(row)->isSelected())
+                selected.insert(key);
+        }
+    }
+    ui->contactListWidget->clear();
+    ui->recipientsListWidget->clear();
+    ownContact.reset();
+    contacts = fresh;
+    for (const ContactRecord& stored : contacts) {
+        const bool isOwn = stored.name == ownerName;
+        auto record = std::make_shared<ContactRecord>(stored);
+        QListWidgetItem* item = newContactItem(record, isOwn);
+        const std::string key = certificateFingerprint(stored.identity.certificate());
+        (recipients.count(key) ? ui->recipientsListWidget : ui->contactListWidget)->addItem(item);
+        item->setSelected(selected.count(key) > 0);
+        if (isOwn)
+            ownContact = record;
+    }
+    on_EncryptEnable();
 }
 
 void MainWindow::createPackageThread()
@@ -1193,6 +1283,8 @@ void MainWindow::on_PackageThreadFinished()
         keepCollection(stopped);
     else
         on_ClosePackage();
+    if (reloadPending)
+        reloadContacts();
 }
 
 // A stopped or failed encryption wrote nothing, so the user gets back what was collected, to try

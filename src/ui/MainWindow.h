@@ -31,6 +31,8 @@ class QAction;
 class QMenu;
 class QListWidgetItem;
 
+class QTimer;
+
 namespace Ui {
 class MainWindow;
 }
@@ -160,6 +162,9 @@ private:
     // the new name, or empty if it couldn't be moved.
     QString setAsideUnreadable(const QString& path);
     void keepCollection(bool stopped);
+    // Contacts imported or removed by another program (halvoren-cli) appear without a restart.
+    void watchProfile();
+    void reloadContacts();
     bool loadRecipients();
     void enterOwnContact();
     void fillContactList();
@@ -227,6 +232,10 @@ private:
     QString startNotice;
     // The package path as it was when Encrypt was pressed, for a run that writes nothing.
     QString packagePathBeforeRun;
+    // The contacts file as last read (device, inode, time and size), to tell a change apart.
+    QString contactsStamp;
+    bool reloadPending = false;
+    QTimer* reloadTimer = nullptr;
     // The own identity's name, as recognised at the start.
     std::u16string ownerName;
 };

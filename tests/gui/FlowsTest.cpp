@@ -229,6 +229,35 @@ private slots:
         QCOMPARE(window.form()->contactListWidget->findItems(QStringLiteral("Anna Example"), Qt::MatchExactly).size(), 1);
     }
 
+    void contactsChangedOnTheCommandLineAppearInTheOpenWindow()
+    {
+        const fs::path cora = freshFolder("cora");
+        const fs::path coraKey = cora / "cora.kvxk";
+        QCOMPARE(cli(cora, { "identity", "create", "Cora Example" }), 0);
+        QCOMPARE(cli(cora, { "identity", "export", "-o", qpath(coraKey) }), 0);
+
+        useProfile(anna);
+        answers::clear();
+        MainWindow window;
+        window.show();
+        KvxListWidget* contacts = window.form()->contactListWidget;
+        const int before = contacts->count();
+        // Bert waits among the recipients, selected; the change outside keeps him there.
+        chooseRecipient(window, QStringLiteral("Bert Example"));
+        window.form()->recipientsListWidget->item(0)->setSelected(true);
+
+        QCOMPARE(cli(anna, { "contacts", "import", qpath(coraKey) }), 0);
+        QTRY_COMPARE_WITH_TIMEOUT(contacts->findItems(QStringLiteral("Cora Example"), Qt::MatchExactly).size(), 1, 10000);
+        QCOMPARE(contacts->count(), before);
+        QCOMPARE(window.form()->recipientsListWidget->count(), 1);
+        QVERIFY(window.form()->recipientsListWidget->item(0)->isSelected());
+
+        QCOMPARE(cli(anna, { "contacts", "remove", "Cora Example" }), 0);
+        QTRY_COMPARE_WITH_TIMEOUT(contacts->findItems(QStringLiteral("Cora Example"), Qt::MatchExactly).size(), 0, 10000);
+        QCOMPARE(window.form()->recipientsListWidget->item(0)->text(), QStringLiteral("Bert Example"));
+        QVERIFY(answers::shown().isEmpty());
+    }
+
     void cancelDuringARunWritesNothingAndKeepsTheCollection()
     {
         useProfile(anna);
