@@ -20,6 +20,7 @@
 #include "contacts/ConfigStore.h"
 #include "contacts/OwnIdentity.h"
 #include "contacts/RecipientsStore.h"
+#include "files/FolderWalk.h"
 #include "crypto/CertificateStore.h"
 #include "crypto/IdentityCertificate.h"
 #include "engine/AppConstants.h"
@@ -85,8 +86,9 @@ const std::map<std::string, std::string> CommandHelp {
         "                            [--skip-unreadable] PATH...\n"
         "\n"
         "Makes one package of the files and folders given; folders are walked recursively (links to\n"
-        "files are followed, linked folders are not entered). Only the contacts named with -r (exact\n"
-        "names) and, with --self, you yourself can open it. --plain makes an unencrypted package\n"
+        "files are taken as those files; linked folders, sockets, FIFOs and devices are left out and\n"
+        "counted at the end). Only the contacts named with -r (exact names) and, with --self, you\n"
+        "yourself can open it. --plain makes an unencrypted package\n"
         "instead. Each file is stored under the path it was given by, as tar does: 'docs' gives\n"
         "entries 'docs\\...', an absolute path is stored without its leading '/', and the folders are\n"
         "recreated on extraction; --flat stores bare file names. A path that climbs out of the\n"
@@ -401,33 +403,6 @@ struct UnreadableSources {
     }
 };
 
-// Every regular file below a folder, links to files included. Linked folders are not entered, so
-// a link can't pull in a tree the user didn't name or make the walk go round in a circle.
-bool walkFolder(const fs::path& top, FileSet& files, UnreadableSources& unreadable)
-{
-    std::vector<fs::path> pending {top};
-    while (!pending.empty()) {
-        const fs::path folder = std::move(pending.back());
-        pending.pop_back();
-        std::error_code code;
-        for (fs::directory_iterator entry(folder, code); !code && entry != fs::directory_iterator();
-             entry.increment(code)) {
-            std::error_code ignored;
-            if (entry->is_symlink(ignored)) {
-                if (entry->is_regular_file(ignored))
-                    files.insert(u16(entry->path().string()));
-            } else if (entry->is_directory(ignored)) {
-                pending.push_back(entry->path());
-            } else if (entry->is_regular_file(ignored)) {
-                files.insert(u16(entry->path().string()));
-            }
-        }
-        if (code && !unreadable.report("the folder " + shownSource(folder.string()), systemText(code)))
-            return false;
-    }
-    return true;
-}
-
 // The path by which the engine reads a source, chosen so that the engine's full-path rule (all
 // after the first separator) stores it as the user gave it, as tar does: an absolute path as it
 // stands ("/home/ann/a" is stored as "home\ann\a"), a relative one behind "./" ("docs" is read as
@@ -454,8 +429,8 @@ bool sourcePath(const std::string& given, bool flat, fs::path& path, std::string
 }
 
 // Files and folders as the window's drop takes them: a file as it is, a folder by its files.
-bool collectFiles(
-    const std::vector<std::string>& paths, bool flat, FileSet& files, UnreadableSources& unreadable, std::string& error)
+bool collectFiles(const std::vector<std::string>& paths, bool flat, FileSet& files, UnreadableSources& unreadable,
+    LeftOut& leftOut, std::string& error)
 {
     for (const std::string& given : paths) {
         fs::path path;
@@ -470,7 +445,15 @@ bool collectFiles(
         if (fs::is_regular_file(status))
             files.insert(u16(path.string()));
         else if (fs::is_directory(status)) {
-            if (!walkFolder(path, files, unreadable)) {
+            const bool walked = walkFolder(u16(path.string()), leftOut,
+                [&](const std::u16string& file) {
+                    files.insert(file);
+                    return true;
+                },
+                [&](const std::u16string& folder, std::uint32_t code) {
+                    return unreadable.report("the folder " + shownSource(u8(folder)), codeText(code));
+                });
+            if (!walked) {
                 error = unreadable.error;
                 return false;
             }
@@ -546,7 +529,8 @@ int encryptCommand(const CommandLine& line, Profile& profile)
     std::string error;
     UnreadableSources unreadable;
     unreadable.skip = line.skipUnreadable;
-    if (!collectFiles(paths, line.flat, files, unreadable, error) || !checkEntryNames(files, line.flat, error))
+    LeftOut leftOut;
+    if (!collectFiles(paths, line.flat, files, unreadable, leftOut, error) || !checkEntryNames(files, line.flat, error))
         return fail(error);
     if (files.empty())
         return fail(unreadable.skipped ? "no package was made: nothing that was given could be read"
@@ -587,6 +571,8 @@ int encryptCommand(const CommandLine& line, Profile& profile)
     // the output path before; only the count of skipped files tells.
     if (static_cast<std::size_t>(progress.skippedFiles()) >= files.size())
         return fail("no package was made: none of the files could be read");
+    if (!leftOut.empty())
+        std::fprintf(stderr, "halvoren-cli: %s\n", leftOutText(leftOut).c_str());
     if (const int skipped = unreadable.skipped + progress.skippedFiles(); skipped > 0) {
         std::fprintf(stderr, "halvoren-cli: the package was made without %d %s that couldn't be read\n", skipped,
             skipped == 1 ? "source" : "sources");
