@@ -224,6 +224,35 @@ private slots:
         }
     }
 
+    void keysMoveTheCurrentItemAndOnlySpaceMarks()
+    {
+        const fs::path rootPath = freshFolder("keys") / "T";
+        const QString root = qpath(rootPath);
+        makeFiles(rootPath, { "bin/f", "etc/f", "sys/f", "tmp/f", "usr/f" });
+        QStringList paths;
+        AddFilesDialog dialog(&paths);
+        dialog.resize(700, 900);
+        showActive(dialog);
+        QVERIFY(openFolder(dialog, QFileInfo(root).path()));
+        QTreeView* tree = dialog.form()->filesTree;
+        QItemSelectionModel* selection = tree->selectionModel();
+        selection->setCurrentIndex(dialog.model()->index(root), QItemSelectionModel::NoUpdate);
+        tree->setFocus();
+        QTRY_VERIFY(tree->hasFocus());
+
+        QTest::keyClick(tree, Qt::Key_Right);
+        QTRY_COMPARE(dialog.model()->rowCount(dialog.model()->index(root)), 5);
+        QTest::keyClick(tree, Qt::Key_Down);
+        QTest::keyClicks(tree, "tmp");
+        QTest::keyClick(tree, Qt::Key_Right);
+        QTest::qWait(200);
+        qDebug() << "current" << dialog.model()->filePath(tree->currentIndex());
+        for (const QModelIndex& index : selection->selectedIndexes())
+            qDebug() << "marked" << dialog.model()->filePath(index) << index.column();
+        QCOMPARE(dialog.model()->filePath(tree->currentIndex()), root + "/tmp");
+        QVERIFY(selection->selectedIndexes().isEmpty());
+    }
+
     void menuWorksOnTheClickedItemAndLeavesTheMarks()
     {
         const fs::path rootPath = freshFolder("menu") / "T";
