@@ -2,10 +2,19 @@
 
 #include <sys/stat.h>
 
-#include "platform/CaseFold.h"
 #include "platform/Utf.h"
 
-using platform::startsWithIgnoringCase;
+namespace {
+
+// Deliberately exact where the rules were written for a file system that ignores case: here
+// `Photos/` and `photos/` are two folders, and matching one as the other would show, remove or
+// leave behind the other folder's files.
+bool isBelow(const std::u16string& entry, const std::u16string& folder)
+{
+    return entry.size() >= folder.size() && entry.compare(0, folder.size(), folder) == 0;
+}
+
+} // namespace
 
 std::set<std::u16string> deriveRoots(const FileSet& files)
 {
@@ -30,9 +39,9 @@ ChildMap listChildren(const std::u16string& folder, const FileSet& files)
     const std::size_t n = folder.size();
     if (n == 0)
         return children;
-    for (const std::u16string& entry : files) {
-        if (entry.size() <= n - 1 || !startsWithIgnoringCase(entry, folder))
-            continue;
+    // An exact prefix sorts its entries next to each other, so only they are looked at.
+    for (auto it = files.lower_bound(folder); it != files.end() && isBelow(*it, folder); ++it) {
+        const std::u16string& entry = *it;
         const auto own = entry.find(NativeSeparator, n - 1);
         if (own == std::u16string::npos)
             continue;
@@ -49,12 +58,9 @@ void removeFile(const std::u16string& path, FileSet& files) { files.erase(path);
 
 void removeTree(const std::u16string& folder, FileSet& files)
 {
-    for (auto it = files.begin(); it != files.end();) {
-        if (startsWithIgnoringCase(*it, folder))
-            it = files.erase(it);
-        else
-            ++it;
-    }
+    auto it = files.lower_bound(folder);
+    while (it != files.end() && isBelow(*it, folder))
+        it = files.erase(it);
 }
 
 std::vector<std::u16string> splitTreePath(const std::u16string& path)

@@ -16,12 +16,11 @@ inline constexpr char16_t NativeSeparator = u'/';
 
 // The distinct roots of the entries: everything up to and including the first separator.
 std::set<std::u16string> deriveRoots(const FileSet& files);
-// The names directly below a folder path or root (which ends in a separator). The prefix matches
-// without regard to case, the names keep the case of their entries.
+// The names directly below a folder path or root (which ends in a separator).
 ChildMap listChildren(const std::u16string& folder, const FileSet& files);
-// Removes the one entry equal to the path, case-sensitively.
+// Removes the one entry equal to the path.
 void removeFile(const std::u16string& path, FileSet& files);
-// Removes every entry below a folder path or root, matching the prefix without regard to case.
+// Removes every entry below a folder path or root.
 void removeTree(const std::u16string& folder, FileSet& files);
 // The file of the set that is the very file at `packagePath` (the same device and inode, so a
 // hard link or another spelling of the path counts), or empty when there is none or nothing is

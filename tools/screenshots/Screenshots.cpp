@@ -285,6 +285,55 @@ int main(int argc, char* argv[])
             saveAsShown(dialog, QStringLiteral("add-files"));
         }
         {
+            // Two folders whose names differ only in case, each with its own files.
+            FileSet cased;
+            for (const QString& name :
+                { QStringLiteral("Photos/a.jpg"), QStringLiteral("Photos/c.jpg"), QStringLiteral("photos/b.jpg") }) {
+                const QString path = sources + QStringLiteral("/cased/") + name;
+                QDir().mkpath(QFileInfo(path).path());
+                QFile file(path);
+                if (file.open(QIODevice::WriteOnly))
+                    file.write("made up");
+                cased.insert(QDir::toNativeSeparators(path).toStdU16String());
+            }
+            FileListDlg dialog(&cased, &window);
+            dialog.show();
+            dialog.goToPath(QDir::toNativeSeparators(sources + QStringLiteral("/cased/Photos/c.jpg")));
+            dialog.goToPath(QDir::toNativeSeparators(sources + QStringLiteral("/cased/photos/b.jpg")));
+            saveAsShown(dialog, QStringLiteral("file-list-case"));
+        }
+        {
+            // The chooser in a folder with dot-files, which show unless the user hides them.
+            const QString project = sources + QStringLiteral("/project");
+            for (const QString& name : { QStringLiteral(".env"), QStringLiteral(".git/config"),
+                     QStringLiteral("main.c"), QStringLiteral("notes.txt") }) {
+                QDir().mkpath(QFileInfo(project + u'/' + name).path());
+                QFile file(project + u'/' + name);
+                if (file.open(QIODevice::WriteOnly))
+                    file.write("made up");
+            }
+            QStringList chosen;
+            AddFilesDialog dialog(&chosen, &window);
+            dialog.resize(520, 420);
+            dialog.show();
+            QFileSystemModel* model = dialog.model();
+            QTreeView* tree = dialog.form()->filesTree;
+            for (QString step = project;; step = QFileInfo(step).path()) {
+                tree->expand(model->index(step));
+                if (step == QStringLiteral("/"))
+                    break;
+            }
+            for (int i = 0; i < 100 && model->rowCount(model->index(project)) < 4; ++i)
+                QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+            tree->selectionModel()->select(
+                model->index(project + QStringLiteral("/main.c")), QItemSelectionModel::Select);
+            // Asked for afresh: rows move while their siblings are sorted in.
+            for (int i = 0; i < 5; ++i)
+                QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+            tree->scrollTo(model->index(project), QAbstractItemView::PositionAtTop);
+            saveAsShown(dialog, QStringLiteral("add-files-hidden"));
+        }
+        {
             SearchingDialog dialog(&window);
             dialog.show();
             saveAsShown(dialog, QStringLiteral("searching"));

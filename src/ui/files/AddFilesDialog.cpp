@@ -1,11 +1,13 @@
 #include "ui/files/AddFilesDialog.h"
 
 #include <QAction>
+#include <QCheckBox>
 #include <QCursor>
 #include <QDir>
 #include <QFileSystemModel>
 #include <QHeaderView>
 #include <QMenu>
+#include <QShortcut>
 #include <QTreeView>
 #include <vector>
 
@@ -47,6 +49,7 @@ AddFilesDialog::AddFilesDialog(QStringList* selectedPaths, QWidget* parent)
     setWindowFlags(Qt::Window);
 
     fsModel = new QFileSystemModel(this);
+    showHiddenEntries(ui->showHiddenBox->isChecked());
     fsModel->setRootPath(QString());
     QTreeView* tree = ui->filesTree;
     tree->setModel(fsModel);
@@ -71,6 +74,20 @@ AddFilesDialog::AddFilesDialog(QStringList* selectedPaths, QWidget* parent)
     connect(fsModel, &QFileSystemModel::directoryLoaded, this, &AddFilesDialog::on_directoryLoaded);
     connect(tree, &QTreeView::expanded, this, &AddFilesDialog::on_expanded);
     connect(tree, &QTreeView::customContextMenuRequested, this, &AddFilesDialog::on_customContextMenuRequested);
+    connect(ui->showHiddenBox, &QCheckBox::toggled, this, &AddFilesDialog::showHiddenEntries);
+    // The key file managers use for the same switch.
+    auto* toggleHidden = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_H), this);
+    connect(toggleHidden, &QShortcut::activated, ui->showHiddenBox, &QCheckBox::toggle);
+}
+
+void AddFilesDialog::showHiddenEntries(bool show)
+{
+    // Shown by default, unlike a plain file system view: a folder's dot-files (.git, .env, .ssh)
+    // go into the package with the folder, so the user sees them before marking it.
+    QDir::Filters filters = QDir::AllEntries | QDir::NoDotAndDotDot | QDir::AllDirs;
+    if (show)
+        filters |= QDir::Hidden | QDir::System;
+    fsModel->setFilter(filters);
 }
 
 AddFilesDialog::~AddFilesDialog() { delete ui; }
@@ -111,6 +128,10 @@ void AddFilesDialog::updateParents(
     // Up to the first folder that isn't complete (marking) or wasn't marked (unmarking). A folder
     // whose entries were never listed holds only the rows on the way to some path below it, and
     // those all marked say nothing about the rest: marking it would add a whole disk.
+    // With hidden entries hidden, every row shown says nothing about the rest either: the folder
+    // would bring its dot-files along unseen, so only the user's own mark marks it.
+    if (selecting && !ui->showHiddenBox->isChecked())
+        return;
     for (QModelIndex parent = index.parent(); parent.isValid(); parent = parent.parent()) {
         if (selecting && model->canFetchMore(parent))
             break;

@@ -1,8 +1,9 @@
 #pragma once
 // "Select Files or Folders to Add": the program's own chooser, a tree of the whole file system in
 // which any mix of files and folders can be marked. Marks travel: marking an opened folder marks
-// what is loaded below it, marking the last unmarked child of a folder marks the folder, and
-// unmarking a child unmarks the folders above it. The dialog only gathers paths; the caller's
+// what is loaded below it, marking the last unmarked child of a folder marks the folder (only
+// while hidden entries are shown), and unmarking a child unmarks the folders above it. Only
+// clicks, Space and Shift with an arrow mark. The dialog only gathers paths; the caller's
 // traversal turns folders into files.
 
 #include <QDialog>
@@ -48,6 +49,7 @@ private:
     void updateParents(
         const QModelIndex& index, QAbstractItemModel* model, QItemSelectionModel* selectionModel, bool selecting);
     QString contextPath() const;
+    void showHiddenEntries(bool show);
 
     Ui::AddFilesDialog* ui;
     QStringList* selectedPaths;

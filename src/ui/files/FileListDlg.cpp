@@ -153,21 +153,22 @@ QIcon FileListDlg::fileIcon(const QString& path)
     return *cached;
 }
 
+// Names match exactly, not without regard to case as the tree's rules once had it: here `Photos`
+// and `photos` are two folders, and taking one for the other filed paths under the wrong item.
 QTreeWidgetItem* FileListDlg::findChildItem(QTreeWidgetItem* parent, const QString& text)
 {
     if (mergeIndex) {
         auto known = mergeIndex->find(parent);
         if (known == mergeIndex->end()) {
-            // Built backwards, so that of two names equal but for case the first one wins.
             QHash<QString, QTreeWidgetItem*> byName;
-            for (int i = parent->childCount() - 1; i >= 0; --i)
-                byName.insert(parent->child(i)->text(0).toCaseFolded(), parent->child(i));
+            for (int i = 0; i < parent->childCount(); ++i)
+                byName.insert(parent->child(i)->text(0), parent->child(i));
             known = mergeIndex->insert(parent, byName);
         }
-        return known->value(text.toCaseFolded(), nullptr);
+        return known->value(text, nullptr);
     }
     for (int i = 0; i < parent->childCount(); ++i) {
-        if (parent->child(i)->text(0).compare(text, Qt::CaseInsensitive) == 0)
+        if (parent->child(i)->text(0) == text)
             return parent->child(i);
     }
     return nullptr;
@@ -204,8 +205,8 @@ void FileListDlg::insertPath(const QString& path)
         }
         if (mergeIndex) {
             auto known = mergeIndex->find(current);
-            if (known != mergeIndex->end() && !known->contains(component.toCaseFolded()))
-                known->insert(component.toCaseFolded(), child);
+            if (known != mergeIndex->end())
+                known->insert(component, child);
         }
         current = child;
     }
@@ -222,11 +223,7 @@ void FileListDlg::goToPath(const QString& treePath)
     QTreeWidgetItem* current = tree->invisibleRootItem();
     for (std::size_t i = 0; i < components.size(); ++i) {
         const QString component = QString::fromStdU16String(components[i]);
-        QTreeWidgetItem* match = nullptr;
-        for (int row = 0; row < current->childCount() && !match; ++row) {
-            if (current->child(row)->text(0).compare(component, Qt::CaseInsensitive) == 0)
-                match = current->child(row);
-        }
+        QTreeWidgetItem* match = findChildItem(current, component);
         // A component that isn't in the tree is stepped over, and the walk goes on where it is.
         if (!match)
             continue;

@@ -85,7 +85,7 @@ private:
     bool resultsStale = false;
     QList<QUrl> droppedUrls;
 
-    // While a merge runs: the children of each item it looked into, by case-folded text, so that
+    // While a merge runs: the children of each item it looked into, by name, so that
     // adding many paths below a folder with many items doesn't scan that folder once per path.
     std::unique_ptr<QHash<QTreeWidgetItem*, QHash<QString, QTreeWidgetItem*>>> mergeIndex;
 };

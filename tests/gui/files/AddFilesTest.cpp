@@ -3,6 +3,7 @@
 // they have loaded, OK and Cancel, and the menu that works on the clicked item.
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QDir>
 #include <QFileSystemModel>
 #include <QMenu>
@@ -37,7 +38,7 @@ void makeFiles(const fs::path& folder, const QStringList& relative)
 
 int entriesOnDisk(const QString& path)
 {
-    return int(QDir(path).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size());
+    return int(QDir(path).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden).size());
 }
 
 // Opens every folder from the top of the file system down to the path and waits until the model
@@ -222,6 +223,93 @@ private slots:
             QCOMPARE(dialog.result(), int(QDialog::Accepted));
             QVERIFY(paths.isEmpty());
         }
+    }
+
+    void hiddenEntriesShowAndAFolderIsMarkedFromBelowOnlyWhenAllOfItShows()
+    {
+        const fs::path rootPath = freshFolder("hidden") / "T";
+        const QString root = qpath(rootPath);
+        makeFiles(rootPath, { "proj/visible.txt", "proj/.env", "proj/.git/config" });
+        QStringList paths;
+        AddFilesDialog dialog(&paths);
+        dialog.resize(700, 900);
+        showActive(dialog);
+        QTreeView* tree = dialog.form()->filesTree;
+        QVERIFY(openFolder(dialog, root + "/proj"));
+        Marks marked { dialog, root };
+        auto shown = [&](const QString& relative) {
+            return tree->visualRect(dialog.model()->index(root + u'/' + relative)).isValid();
+        };
+
+        // Dot-files show like any other entry, so marking the one visible file marks no folder.
+        click(dialog, root + "/proj/visible.txt");
+        QVERIFY(marked("proj/visible.txt") && !marked("proj"));
+        QVERIFY(shown("proj/.env") && shown("proj/.git"));
+        auto* showHidden = dialog.findChild<QCheckBox*>("showHiddenBox");
+        QVERIFY(showHidden && showHidden->isChecked());
+        click(dialog, root + "/proj/.env");
+        QVERIFY(marked("proj/.env"));
+
+        // Ctrl+H hides them, and their marks go with them; while they are hidden, marks don't
+        // travel up to a folder, which may hold more than is shown.
+        QTest::keyClick(tree, Qt::Key_H, Qt::ControlModifier);
+        QVERIFY(!showHidden->isChecked());
+        QTRY_COMPARE(dialog.model()->rowCount(dialog.model()->index(root + "/proj")), 1);
+        click(dialog, root + "/proj/visible.txt");
+        click(dialog, root + "/proj/visible.txt");
+        QVERIFY(marked("proj/visible.txt") && !marked("proj"));
+
+        // Shown again: with every entry marked the folder is marked, as before.
+        showHidden->click();
+        QTRY_VERIFY(shown("proj/.env") && shown("proj/.git"));
+        QVERIFY(!marked("proj/.env"));
+        click(dialog, root + "/proj/.env");
+        QVERIFY(!marked("proj"));
+        click(dialog, root + "/proj/.git");
+        QVERIFY(marked("proj"));
+    }
+
+    void keysMoveTheCurrentItemAndOnlySpaceMarks()
+    {
+        const fs::path rootPath = freshFolder("keys") / "T";
+        const QString root = qpath(rootPath);
+        makeFiles(rootPath, { "bin/f", "etc/f", "sys/f", "tmp/f", "usr/f" });
+        QStringList paths;
+        AddFilesDialog dialog(&paths);
+        dialog.resize(700, 900);
+        showActive(dialog);
+        QVERIFY(openFolder(dialog, QFileInfo(root).path()));
+        QTreeView* tree = dialog.form()->filesTree;
+        QItemSelectionModel* selection = tree->selectionModel();
+        selection->setCurrentIndex(dialog.model()->index(root), QItemSelectionModel::NoUpdate);
+        tree->setFocus();
+        QTRY_VERIFY(tree->hasFocus());
+
+        Marks marked { dialog, root };
+
+        // Arrows and type-ahead move the current item and open folders; they mark nothing.
+        QTest::keyClick(tree, Qt::Key_Right);
+        QTRY_COMPARE(dialog.model()->rowCount(dialog.model()->index(root)), 5);
+        QTest::keyClick(tree, Qt::Key_Down);
+        QTest::keyClicks(tree, "tmp");
+        QTest::keyClick(tree, Qt::Key_Right);
+        QTRY_COMPARE(dialog.model()->rowCount(dialog.model()->index(root + "/tmp")), 1);
+        QCOMPARE(dialog.model()->filePath(tree->currentIndex()), root + "/tmp");
+        QVERIFY(selection->selectedIndexes().isEmpty());
+
+        // Space marks the current item (and what is open below it); Shift with an arrow marks the
+        // items it passes; Space again unmarks.
+        QTest::keyClick(tree, Qt::Key_Space);
+        QVERIFY(marked("tmp") && marked("tmp/f"));
+        QTest::keyClick(tree, Qt::Key_Up);
+        QTest::keyClick(tree, Qt::Key_Up, Qt::ShiftModifier);
+        QVERIFY(marked("sys") && marked("etc"));
+        QTest::keyClick(tree, Qt::Key_Space);
+        QTest::keyClick(tree, Qt::Key_Up, Qt::ControlModifier);
+        QVERIFY(!marked("etc") && !marked("bin") && !marked("usr") && !marked(""));
+        dialog.form()->OKButton->click();
+        paths.sort();
+        QCOMPARE(paths, (QStringList { root + "/sys", root + "/tmp", root + "/tmp/f" }));
     }
 
     void menuWorksOnTheClickedItemAndLeavesTheMarks()

@@ -247,8 +247,6 @@ private slots:
         const QStringList paths = makeFiles(
             root, { "keep/k.txt", "closed/x.txt", "closed/deep/y.txt", "open/a.txt", "open/b.txt", "open/in/z.txt" });
         FileSet files = setOf(paths);
-        // Stored with other case below the folder: the folder's removal matches without regard to case.
-        files.insert((qpath(root) + "/CLOSED/other.txt").toStdU16String());
         FileListDlg dialog(&files);
         showActive(dialog);
         QTreeWidget* tree = dialog.form()->fileTreeWidget;
@@ -266,9 +264,7 @@ private slots:
         pressInTree(dialog, Qt::Key_Delete);
 
         QCOMPARE(files, setOf({ qpath(root) + "/keep/k.txt" }));
-        // The folder stored in other case had an item of its own; its entries went with "closed",
-        // and its item stays behind empty, as a folder whose last file was removed does.
-        QCOMPARE(childTexts(itemFor(tree, qpath(root))), (QStringList { "CLOSED", "keep" }));
+        QCOMPARE(childTexts(itemFor(tree, qpath(root))), QStringList { "keep" });
 
         // The last file of a folder goes, and the folder's item stays, empty.
         dialog.goToPath(qpath(root) + "/keep/k.txt");
@@ -278,19 +274,44 @@ private slots:
         QVERIFY(keep);
         QCOMPARE(keep->childCount(), 0);
 
-        // A file removes exactly its own entry, not one that differs in case.
-        FileSet cased = setOf({ qpath(root) + "/c/x.txt", qpath(root) + "/C/X.txt" });
-        FileListDlg second(&cased);
-        showActive(second);
-        second.goToPath(qpath(root) + "/c/");
-        QTreeWidgetItem* lower = itemFor(second.form()->fileTreeWidget, qpath(root) + "/c");
-        lower->setExpanded(true);
-        second.form()->fileTreeWidget->clearSelection();
-        for (int i = 0; i < lower->childCount(); ++i)
-            lower->child(i)->setSelected(lower->child(i)->text(0) == QStringLiteral("x.txt"));
-        QCOMPARE(selectedPaths(second.form()->fileTreeWidget), QStringList { qpath(root) + "/c/x.txt" });
-        pressInTree(second, Qt::Key_Delete);
-        QCOMPARE(cased, setOf({ qpath(root) + "/C/X.txt" }));
+    }
+
+    void foldersThatDifferOnlyInCaseStayApart()
+    {
+        const fs::path root = freshFolder("case");
+        const QString h = qpath(root);
+        FileSet files = setOf(makeFiles(root, { "Photos/a.jpg", "Photos/in/c.jpg", "photos/b.jpg" }));
+        FileListDlg dialog(&files);
+        showActive(dialog);
+        QTreeWidget* tree = dialog.form()->fileTreeWidget;
+
+        // Each folder holds its own files, and a path leads into its own folder.
+        dialog.goToPath(h + "/photos/b.jpg");
+        QCOMPARE(selectedPaths(tree), QStringList { h + "/photos/b.jpg" });
+        QCOMPARE(childTexts(itemFor(tree, h)), (QStringList { "Photos", "photos" }));
+        QCOMPARE(childTexts(itemFor(tree, h + "/photos")), QStringList { "b.jpg" });
+        itemFor(tree, h + "/Photos")->setExpanded(true);
+        QCOMPARE(childTexts(itemFor(tree, h + "/Photos")), (QStringList { "a.jpg", "in" }));
+
+        // A file added later joins the folder of its own name.
+        const QStringList added = makeFiles(root, { "photos/new.jpg" });
+        dropUrls(dialog, { QUrl::fromLocalFile(added.at(0)) });
+        QTRY_COMPARE(files.size(), std::size_t(4));
+        QCOMPARE(childTexts(itemFor(tree, h + "/photos")), (QStringList { "b.jpg", "new.jpg" }));
+        QCOMPARE(childTexts(itemFor(tree, h + "/Photos")), (QStringList { "a.jpg", "in" }));
+
+        // Delete takes the file out of the package, not only its item out of the tree.
+        tree->clearSelection();
+        itemFor(tree, h + "/photos/b.jpg")->setSelected(true);
+        pressInTree(dialog, Qt::Key_Delete);
+        QCOMPARE(files, setOf(QStringList { h + "/Photos/a.jpg", h + "/Photos/in/c.jpg" } + added));
+
+        // Removing one folder leaves the other one's files.
+        tree->clearSelection();
+        itemFor(tree, h + "/Photos")->setSelected(true);
+        pressInTree(dialog, Qt::Key_Delete);
+        QCOMPARE(files, setOf(added));
+        QCOMPARE(childTexts(itemFor(tree, h)), QStringList { "photos" });
     }
 
     void addingMergesNewPathsOnlyAndShowsOnlyOpenedLevels()
