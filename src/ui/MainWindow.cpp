@@ -651,6 +651,7 @@ void MainWindow::enablePackageWidgets(bool on)
 
 void MainWindow::resetPackage()
 {
+    leftOutOfPackage = LeftOut();
     contacts.clear();
     packageFiles.clear();
     packagePath.clear();
@@ -672,6 +673,9 @@ void MainWindow::addDroppedUrls(const QList<QUrl>& urls)
     ProgressDialog dialog(&packageFiles, this);
     dialog.setWindowTitle(tr("Adding Files..."));
     dialog.startTraverse(urls);
+    leftOutOfPackage += dialog.leftOut();
+    if (dialog.isCancelled())
+        setStatusText(tr("Adding files was stopped; nothing was added."));
 }
 
 void MainWindow::on_EncryptEnable()
@@ -1310,9 +1314,11 @@ void MainWindow::notifyCompletion(const EngineStatus& status)
     disconnect(trayIcon, &QSystemTrayIcon::messageClicked, this, &MainWindow::on_popupMessageClicked);
     if (cancelRequested)
         return;
-    const QString text = tr("The process of ") + (packageMode == ModeEncrypt ? tr("Encryption") : tr("Decryption"))
+    QString text = tr("The process of ") + (packageMode == ModeEncrypt ? tr("Encryption") : tr("Decryption"))
         + tr(" has been completed ") + (status.ok() ? tr("Successfully.") : tr("Unsuccessfully."));
     const QString details = packageMode == ModeEncrypt ? packagePath : extractFolder;
+    if (packageMode == ModeEncrypt && !leftOutOfPackage.empty())
+        text += QStringLiteral("\n\n") + QString::fromStdString(leftOutText(leftOutOfPackage)) + u'.';
     if (!isVisible()) {
         // In the tray nobody would see a message box; a balloon tells the end instead, and after
         // a success a click on it shows the result.

@@ -19,6 +19,7 @@
 #include "contacts/ContactRecord.h"
 #include "engine/EngineCallback.h"
 #include "files/FileSet.h"
+#include "files/FolderWalk.h"
 #include "ui/OptionsDialog.h"
 
 class ConfigStore;
@@ -235,6 +236,8 @@ private:
     // The contacts file as last read (device, inode, time and size), to tell a change apart.
     QString contactsStamp;
     bool reloadPending = false;
+    // What the walks into the package in hand left out, told with the completion report.
+    LeftOut leftOutOfPackage;
     QTimer* reloadTimer = nullptr;
     // The own identity's name, as recognised at the start.
     std::u16string ownerName;

@@ -14,6 +14,7 @@
 #include <QPushButton>
 #include <QTest>
 #include <filesystem>
+#include <sys/stat.h>
 
 #include "QtTestSupport.h"
 #include "Sandbox.h"
@@ -294,9 +295,14 @@ private slots:
         answers::clear();
         MainWindow window;
         window.show();
-        drop(window, { QUrl::fromLocalFile(qpath(sources / "single.bin")) });
-        chooseRecipient(window, QStringLiteral("Anna Example"));
         const fs::path folder = freshFolder("suffix");
+        // The FIFO beside the file is left out, and the completion report says so.
+        fs::create_directories(folder / "in");
+        fs::copy_file(sources / "single.bin", folder / "in" / "single.bin");
+        QCOMPARE(::mkfifo((folder / "in" / "fifo").c_str(), 0600), 0);
+        drop(window, { QUrl::fromLocalFile(qpath(folder / "in")) });
+        QCOMPARE(window.files().size(), 1u);
+        chooseRecipient(window, QStringLiteral("Anna Example"));
         writeText(folder / "pkg.kvx", "an earlier package");
         answers::answerPath(qpath(folder / "pkg"));
         answers::answer(QMessageBox::No);
@@ -310,7 +316,7 @@ private slots:
         answers::answer(QMessageBox::Yes);
         answers::answer(QMessageBox::Ok);
         runAndWait(window);
-        QVERIFY(texts().contains(Done));
+        QCOMPARE(texts().last(), Done + QStringLiteral("\n\n1 item that is not a file (a socket, FIFO, device or broken link) was left out."));
         QVERIFY(fs::file_size(folder / "pkg.kvx") > 100);
         QCOMPARE(answers::unanswered(), 0);
     }

@@ -41,13 +41,18 @@ void ProgressDialog::startTraverse(const QList<QUrl>& urls)
 
 void ProgressDialog::on_files_adding(QString file_name)
 {
-    targetSet->insert(file_name.toStdU16String());
+    found.insert(file_name.toStdU16String());
     ui->statusLabel->setText(file_name);
 }
 
 void ProgressDialog::traverse_finished()
 {
     walking = false;
+    if (!cancelled) {
+        targetSet->merge(found);
+        leftOutSoFar += worker->leftOut();
+    }
+    found.clear();
     close();
 }
 

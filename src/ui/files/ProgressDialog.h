@@ -1,7 +1,8 @@
 #pragma once
 // Stays on the screen while ProgressThread walks what the user added, shows the path found last
-// and takes each path into the file set. It closes only once the worker has ended, also after
-// Cancel or Escape, so the worker never outlives the flag it polls.
+// and collects the paths. They join the file set when the walk ends; a walk stopped by Cancel or
+// Escape adds none of them, since a part of a folder is not what the user chose. It closes only
+// once the worker has ended, so the worker never outlives the flag it polls.
 
 #include <QDialog>
 #include <QList>
@@ -9,6 +10,7 @@
 #include <atomic>
 
 #include "files/FileSet.h"
+#include "files/FolderWalk.h"
 
 namespace Ui {
 class ProgressDialog;
@@ -27,6 +29,8 @@ public:
 
     Ui::ProgressDialog* form() const { return ui; }
     bool isCancelled() const { return cancelled; }
+    // What the walks of this dialog left out (links to folders, things that aren't files).
+    const LeftOut& leftOut() const { return leftOutSoFar; }
 
 public slots:
     // Escape asks the walk to stop, as Cancel does; the dialog closes when the worker ended.
@@ -44,6 +48,8 @@ private:
     Ui::ProgressDialog* ui;
     std::atomic_bool cancelled { false };
     FileSet* targetSet;
+    FileSet found;
+    LeftOut leftOutSoFar;
     ProgressThread* worker;
     bool walking = false;
 };
