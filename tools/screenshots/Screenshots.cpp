@@ -202,6 +202,27 @@ int main(int argc, char* argv[])
         window.form()->BtnEncDec->click();
         while (window.thread()->isRunning() || window.currentButtonState() == ButtonCancel)
             QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+        // The stop wrote nothing and gave the collection back.
+        save(window, QStringLiteral("main-stopped"));
+    }
+
+    // A run that fails says why: here the package's folder is gone.
+    {
+        window.form()->act_MW_close_package->trigger();
+        drop(window, { QUrl::fromLocalFile(sources) });
+        window.form()->contactListWidget->item(1)->setSelected(true);
+        window.form()->contactManButtonBox->button(QDialogButtonBox::Ok)->click();
+        QCoreApplication::processEvents();
+        Dialogs::testing::answerPath(sandbox.filePath(QStringLiteral("gone/third.kvx")));
+        Dialogs::testing::answerMessage([](QMessageBox& box) {
+            box.show();
+            save(box, QStringLiteral("completion-report-failed"));
+            return int(QMessageBox::Ok);
+        });
+        window.form()->BtnEncDec->click();
+        while (window.thread()->isRunning() || window.currentButtonState() == ButtonCancel)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+        window.form()->act_MW_close_package->trigger();
     }
 
     drop(window, { QUrl::fromLocalFile(sandbox.filePath(QStringLiteral("received.kvx"))) });
