@@ -36,15 +36,17 @@ void appendHex(std::u16string& out, unsigned value, int digits)
     for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4)
         out += Digits[(value >> shift) & 0xF];
 }
-} // namespace
 
-std::u16string shownEntryName(const std::u16string& name)
+// Escapes what must not reach a terminal or a message box as it is; with `entryName`, the
+// package's separators become the `/` a user knows.
+std::u16string escaped(const std::u16string& text, bool entryName)
 {
     std::u16string shown;
-    for (const char16_t unit : shortened(name)) {
-        // Bytes of a name that is not UTF-8 travel as U+DC80..U+DCFF; they show as the bytes.
-        const bool rawByte = unit >= 0xDC80 && unit <= 0xDCFF;
-        if (unit == u'\\') {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char16_t unit = text[i];
+        // Bytes of a name that is not UTF-8 travel as lone U+DC80..U+DCFF; they show as the bytes.
+        const bool rawByte = unit >= 0xDC80 && unit <= 0xDCFF && !(i > 0 && text[i - 1] >= 0xD800 && text[i - 1] <= 0xDBFF);
+        if (entryName && unit == u'\\') {
             shown += u'/';
         } else if (rawByte || (isControl(unit) && unit < 0x100)) {
             shown += u"\\x";
@@ -59,6 +61,12 @@ std::u16string shownEntryName(const std::u16string& name)
     return shown;
 }
 
+// A path as the message shows it: part of it may be an entry's name.
+std::u16string shownPath(const std::u16string& path) { return escaped(shortened(path), false); }
+} // namespace
+
+std::u16string shownEntryName(const std::u16string& name) { return escaped(shortened(name), true); }
+
 std::u16string statusText(const EngineStatus& status, const FailureSubject& subject, bool stopped)
 {
     if (stopped || status.severity() == SeverityStopped)
@@ -67,15 +75,15 @@ std::u16string statusText(const EngineStatus& status, const FailureSubject& subj
         = subject.entry.empty() ? std::u16string() : u"entry \"" + shownEntryName(subject.entry) + u"\": ";
     if (subject.nameRefused) {
         const std::u16string text = entry + subject.reason + u"; nothing was extracted";
-        return subject.path.empty() ? text : shortened(subject.path) + u": " + text;
+        return subject.path.empty() ? text : shownPath(subject.path) + u": " + text;
     }
     if (subject.packageInvalid && structural(status.code()))
         return subject.path.empty() ? std::u16string(platform::InvalidPackageText)
-                                    : shortened(subject.path) + u": " + platform::InvalidPackageText;
+                                    : shownPath(subject.path) + u": " + platform::InvalidPackageText;
     std::u16string text = subject.linkRefused ? std::u16string(LinkRefusedText)
         : subject.sourceShrank                ? std::u16string(SourceShrankText)
         : !subject.reason.empty()             ? subject.reason
         : status.code() != 0                  ? platform::userText(status.code())
                                               : platform::errorText(win::ERROR_INVALID_DATA);
-    return entry + (subject.path.empty() ? text : shortened(subject.path) + u": " + text);
+    return entry + (subject.path.empty() ? text : shownPath(subject.path) + u": " + text);
 }

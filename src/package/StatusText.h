@@ -35,6 +35,8 @@ inline constexpr char16_t SourceShrankText[] = u"the file got shorter while it w
 // or the rest of the message. A very long name shows its start and end.
 std::u16string shownEntryName(const std::u16string& name);
 
-// The user's text: a stop reads as a stop only; a package that failed its structure reads as
-// the invalid-package text; otherwise the code's text, after the path it concerns.
+// The user's text: a stop reads as a stop only; a refused name reads as the entry and why; a
+// package that failed its structure reads as the invalid-package text; otherwise the code's text
+// (or the reason), after the path it concerns and the entry that failed. A path is escaped as a
+// name is, since part of it may come from the package.
 std::u16string statusText(const EngineStatus& status, const FailureSubject& subject = {}, bool stopped = false);
