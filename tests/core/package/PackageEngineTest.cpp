@@ -847,6 +847,11 @@ TEST_F(PackageEngineTest, EveryFailureNamesWhatItConcernsInWordsAUserCanActOn)
     writeBytes(folder / "l2.kvx", craftedPackage({ { EntryTypeData, u"x\\link\\y", { '1' } } }));
     EXPECT_EQ(textOf(folder / "l2.kvx", out).second,
               u"entry \"x/link/y\": " + u16(out / "x" / "link") + u": refusing to follow a symbolic link");
+    // A folder where an entry's file goes is left alone, in words.
+    fs::create_directories(out / "x" / "dir");
+    writeBytes(folder / "d.kvx", craftedPackage({ { EntryTypeData, u"x\\dir", { '1' } } }));
+    EXPECT_EQ(textOf(folder / "d.kvx", out).second,
+              u"entry \"x/dir\": " + u16(out / "x" / "dir") + u": a folder of that name is there already");
 
     // A folder that can't be written, by its path, after the entry that was to go there.
     const fs::path locked = folder / "locked";
