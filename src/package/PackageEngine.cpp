@@ -354,7 +354,7 @@ EngineStatus PackageEngine::splitEntryName(const std::u16string& name, std::vect
     }
     if (!take() || parts.empty()) {
         if (parts.empty() && refusedBecause && refusedBecause->empty())
-            *refusedBecause = u"the name is empty";
+            *refusedBecause = u"the name holds no file name";
         parts.clear();
         return invalid;
     }
