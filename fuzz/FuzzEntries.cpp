@@ -18,6 +18,7 @@
 #include "crypto/IdentityCertificate.h"
 #include "package/ContainerFile.h"
 #include "package/PackageEngine.h"
+#include "package/StatusText.h"
 #include "engine/ScopedFile.h"
 #include "platform/Profile.h"
 #include "platform/Utf.h"
@@ -59,9 +60,85 @@ void expectNothingOutside(const fs::path& folder)
     // a file that extraction put where it must not.
     for (const auto& entry : fs::directory_iterator(folder.parent_path())) {
         const std::string name = entry.path().filename().string();
-        if (name != "input" && name != "out" && name != "profile" && name != "scratch" && name != "tmp")
+        if (name != "input" && name != "inner" && name != "out" && name != "profile" && name != "scratch"
+            && name != "tmp")
             std::abort();
     }
+}
+
+// Mutations almost never keep the digest right, and the digest check is simple; mending it lets
+// the fuzzer reach the entry walk and extraction behind it.
+void mendDigest(const fs::path& path)
+{
+    ScopedFile mend;
+    if (mend.open(u16(path), win::OPEN_EXISTING, win::GENERIC_READ | win::GENERIC_WRITE, 3)
+        && platform::seekFile(mend.handle(), HashedRangeStart, platform::SeekFrom::Begin)) {
+        if (const auto digest = hashFile(mend.handle(), nullptr, nullptr)) {
+            platform::seekFile(mend.handle(), 4, platform::SeekFrom::Begin);
+            platform::writeFile(mend.handle(), digest->data(), digest->size());
+        }
+    }
+}
+
+// The whole road a received package takes, as the window and the command line take it, into a
+// folder that must hold everything written.
+void extractChecked(const fs::path& package, KvxUtils::UserParameter& record)
+{
+    const fs::path out = root / "out";
+    fs::remove_all(out);
+    fs::create_directories(out);
+    PackageEngine engine(owner);
+    engine.setPackagePath(u16(package));
+    engine.setExtractFolder(u16(out));
+    engine.setCallback(readingCallback);
+    engine.setUserParameter(&record);
+    const EngineStatus status = engine.extract();
+    expectNothingOutside(out);
+    if (!fs::is_empty(root / "tmp"))
+        std::abort();
+    // A refused name writes nothing at all; and nothing of the program's own is ever left.
+    if (engine.failure().nameRefused && !fs::is_empty(out))
+        std::abort();
+    for (const auto& entry : fs::recursive_directory_iterator(out))
+        if (entry.path().filename().string().rfind(".KVX", 0) == 0)
+            std::abort();
+    // Whatever the sender put in a name, the message holds no control character.
+    if (!status.ok()) {
+        for (const char16_t unit : statusText(status, engine.failure()))
+            if (unit < 0x20 || (unit >= 0x7F && unit <= 0x9F))
+                std::abort();
+    }
+}
+
+// The inner package wrapped for the owner, as a sender with the owner's key file would: a fresh
+// session key and envelope each time.
+bool wrapForOwner(const fs::path& inner, const fs::path& package)
+{
+    ScopedFile plain;
+    std::int64_t size = 0;
+    if (!plain.open(u16(inner), win::OPEN_EXISTING, win::GENERIC_READ, 3) || !platform::fileSize(plain.handle(), size))
+        return false;
+    CryptoSession session;
+    const SessionKeyPtr key = session.createSessionKey(true);
+    const ByteBlobPtr envelope = key ? session.sealKey(key.get(), {owner.identity.certificate()}) : nullptr;
+    ScopedFile out;
+    if (!envelope || !out.open(u16(package), win::CREATE_ALWAYS, win::GENERIC_READ | win::GENERIC_WRITE, 3))
+        return false;
+    const std::int64_t cipherSize = CryptoSession::cipherLength(size);
+    ContainerFile container;
+    bool done = container.openForWrite(out.release(), ContainerTypeEncrypted).ok();
+    container.expectEntries(2);
+    done = done && container.addEntry(u"KVXkey", EntryTypeKey, envelope->data(), envelope->size()).ok()
+        && container.beginEntry(u"KVXdata", EntryTypeData, cipherSize).ok()
+        && session.encryptRange(plain.handle(), size, container.handle(), key.get(),
+                                [&container](const std::uint8_t* data, std::size_t length) {
+                                    container.digestWritten(data, length);
+                                })
+        && container.endEntry(u"KVXdata", cipherSize).ok();
+    done = container.close().ok() && done;
+    if (container.handle() != platform::InvalidHandle)
+        platform::closeFile(container.handle());
+    return done;
 }
 }  // namespace
 
@@ -94,20 +171,9 @@ void container(const std::uint8_t* data, std::size_t size)
 {
     prepare();
     const fs::path input = root / "input";
-    const fs::path out = root / "out";
     writeInput(input, data, size);
-    // Mutations almost never keep the digest right, and the digest check is simple; mending it
-    // lets the fuzzer reach the entry walk and extraction behind it.
-    if (size >= ContainerHeader::Size) {
-        ScopedFile mend;
-        if (mend.open(u16(input), win::OPEN_EXISTING, win::GENERIC_READ | win::GENERIC_WRITE, 3)
-            && platform::seekFile(mend.handle(), HashedRangeStart, platform::SeekFrom::Begin)) {
-            if (const auto digest = hashFile(mend.handle(), nullptr, nullptr)) {
-                platform::seekFile(mend.handle(), 4, platform::SeekFrom::Begin);
-                platform::writeFile(mend.handle(), digest->data(), digest->size());
-            }
-        }
-    }
+    if (size >= ContainerHeader::Size)
+        mendDigest(input);
 
     KvxUtils::UserParameter record;
     ContainerFile file;
@@ -125,18 +191,25 @@ void container(const std::uint8_t* data, std::size_t size)
         file.close();
     }
 
-    // The whole road a received package takes, into a folder that must hold everything written.
-    fs::remove_all(out);
-    fs::create_directories(out);
-    PackageEngine engine(owner);
-    engine.setPackagePath(u16(input));
-    engine.setExtractFolder(u16(out));
-    engine.setCallback(readingCallback);
-    engine.setUserParameter(&record);
-    engine.extract();
-    expectNothingOutside(out);
-    if (!fs::is_empty(root / "tmp"))
+    extractChecked(input, record);
+}
+
+void encryptedPackage(const std::uint8_t* data, std::size_t size)
+{
+    // The encryption refuses an empty source, so nothing can be wrapped.
+    if (size == 0)
+        return;
+    prepare();
+    const fs::path inner = root / "inner";
+    writeInput(inner, data, size);
+    // One input in eight keeps its digest as it came: that package is refused after its entries
+    // were decrypted ahead, which must leave nothing either.
+    if (size >= ContainerHeader::Size && size % 8 != 7)
+        mendDigest(inner);
+    if (!wrapForOwner(inner, root / "input"))
         std::abort();
+    KvxUtils::UserParameter record;
+    extractChecked(root / "input", record);
 }
 
 void keyBlob(const std::uint8_t* data, std::size_t size)
@@ -208,6 +281,8 @@ Entry entryFor(const std::string& target)
 {
     if (target == "container")
         return container;
+    if (target == "encrypted")
+        return encryptedPackage;
     if (target == "keyblob")
         return keyBlob;
     if (target == "envelope")

@@ -13,6 +13,8 @@ namespace fuzzing {
 void prepare();
 
 void container(const std::uint8_t* data, std::size_t size);
+// The bytes as the inner package of an encrypted package for the fuzz profile's own identity.
+void encryptedPackage(const std::uint8_t* data, std::size_t size);
 void keyBlob(const std::uint8_t* data, std::size_t size);
 void envelope(const std::uint8_t* data, std::size_t size);
 void certificate(const std::uint8_t* data, std::size_t size);

@@ -1,5 +1,6 @@
 #include "package/PackageEngine.h"
 
+#include <algorithm>
 #include <memory>
 #include <new>
 #include <optional>
@@ -24,6 +25,8 @@ constexpr std::size_t MaxTempDirectory = 261;
 // folder would be longer can't be written or opened again, and a name of a hundred thousand
 // separators would otherwise make as many nested folders first.
 constexpr std::size_t MaxPathBytes = 4096;
+// The longest name of one file or folder that Linux file systems take.
+constexpr std::size_t MaxNameBytes = 255;
 
 EngineStatus lastErrorStatus() { return EngineStatus(platform::lastError(), SeverityError); }
 
@@ -44,10 +47,13 @@ std::u16string joinPath(const std::u16string& folder, const std::u16string& name
 // more than writing a small file.
 mode_t newFileMode() { return platform::NewUserFileMode & ~platform::currentUmask(); }
 
-// What a file the user asked for gets: the mode of the file it replaces, else `newMode`.
+// What a file the user asked for gets: the permissions of the file it replaces, else `newMode`.
+// Only the permissions: a set-user-ID, set-group-ID or sticky bit of the earlier file is dropped,
+// though the rule is to keep the earlier mode as it was. Content that came in a package (or a
+// package just made) must never run with the rights of whoever owned the file it replaced.
 mode_t modeFor(platform::EntryKind existing, mode_t existingMode, mode_t newMode)
 {
-    return existing == platform::EntryKind::Regular ? existingMode : newMode;
+    return existing == platform::EntryKind::Regular ? (existingMode & 0777) : newMode;
 }
 
 // A private temporary in the temporary folder; on failure, `failedIn` names the folder if it is
@@ -311,9 +317,12 @@ std::u16string PackageEngine::entryNameFor(const std::u16string& path, std::uint
     return name;
 }
 
-EngineStatus PackageEngine::splitEntryName(const std::u16string& name, std::vector<std::u16string>& parts)
+EngineStatus PackageEngine::splitEntryName(const std::u16string& name, std::vector<std::u16string>& parts,
+                                           std::u16string* refusedBecause)
 {
     parts.clear();
+    if (refusedBecause)
+        refusedBecause->clear();
     const EngineStatus invalid(win::ERROR_INVALID_NAME, SeverityError);
     std::u16string part;
     auto take = [&]() -> bool {
@@ -321,8 +330,15 @@ EngineStatus PackageEngine::splitEntryName(const std::u16string& name, std::vect
             part.clear();
             return true;
         }
-        if (part == u".." || part.find(u'\0') != std::u16string::npos || (parts.empty() && isDrive(part)))
+        const char16_t* why = part == u".."                           ? u"the name holds \"..\""
+            : part.find(u'\0') != std::u16string::npos                 ? u"the name holds a NUL character"
+            : parts.empty() && isDrive(part)                           ? u"the name starts with a drive"
+                                                                       : nullptr;
+        if (why) {
+            if (refusedBecause)
+                *refusedBecause = why;
             return false;
+        }
         parts.push_back(std::move(part));
         part.clear();
         return true;
@@ -337,6 +353,8 @@ EngineStatus PackageEngine::splitEntryName(const std::u16string& name, std::vect
         }
     }
     if (!take() || parts.empty()) {
+        if (parts.empty() && refusedBecause && refusedBecause->empty())
+            *refusedBecause = u"the name holds no file name";
         parts.clear();
         return invalid;
     }
@@ -654,6 +672,9 @@ EngineStatus PackageEngine::extractEntries(ContainerFile& container, const std::
     const std::size_t folderBytes = platform::toUtf8(folder).size();
     platform::sweepStaleTemporaries(folder, platform::HiddenTempPrefix);
     newFileMode_ = newFileMode();
+    status = checkEntryNames(index, folderBytes);
+    if (!status.ok())
+        return status;
 
     // Entries of one folder stand together, so the folder walked for the last entry usually
     // serves the next one as well; that saves a walk from the top for every small file.
@@ -664,21 +685,12 @@ EngineStatus PackageEngine::extractEntries(ContainerFile& container, const std::
         ContainerEntry entry = index.entry(i);
         entry.setCallback(callback_);
         entry.setUserParameter(userParameter_);
+        // Every name passed the check above.
         std::vector<std::u16string> parts;
-        status = splitEntryName(entry.name(), parts);
-        if (!status.ok())
-            return failedOn(status, joinPath(folder, entry.name()));
+        splitEntryName(entry.name(), parts);
         std::u16string folders;
-        std::u16string relative;
-        std::size_t pathBytes = folderBytes;
-        for (std::size_t p = 0; p < parts.size(); ++p) {
-            pathBytes += 1 + platform::toUtf8(parts[p]).size();
-            relative = p == 0 ? parts[p] : relative + NativeSeparator + parts[p];
-            if (p + 1 < parts.size())
-                folders += parts[p] + u'\\';
-        }
-        if (pathBytes >= MaxPathBytes)
-            return failedOn(EngineStatus(win::ERROR_FILENAME_EXCED_RANGE, SeverityError), joinPath(folder, relative));
+        for (std::size_t p = 0; p + 1 < parts.size(); ++p)
+            folders += parts[p] + u'\\';
         if (!directory.isOpen() || folders != directoryFolders) {
             directory.close();
             directoryPath = folder;
@@ -692,6 +704,7 @@ EngineStatus PackageEngine::extractEntries(ContainerFile& container, const std::
                 status = makeDirectories(folder, folders, &directory, &failedAt, &link);
                 if (!status.ok()) {
                     failedOn(status, failedAt);
+                    failure_.entry = entry.name();
                     failure_.linkRefused = link;
                     return status;
                 }
@@ -701,8 +714,85 @@ EngineStatus PackageEngine::extractEntries(ContainerFile& container, const std::
             directoryFolders = folders;
         }
         status = extractEntry(entry, directory.handle(), directoryPath, parts.back());
+        // A failure that concerns the entry's file names the entry too, as the sender called it.
+        if (!status.ok() && !failure_.packageInvalid && failure_.entry.empty())
+            failure_.entry = entry.name();
     }
     return status;
+}
+
+// Every name of the package is checked before the first entry is put at its name, so that a
+// package with any name that can't be extracted writes nothing at all. This departs on purpose
+// from the rule that a run stops at the failing entry and keeps the files before it: those files
+// would be whatever a sender chose to leave in the folder, and two entries of one name would
+// have the later one silently win. Entries that were decrypted ahead into unnamed files simply
+// vanish with them.
+EngineStatus PackageEngine::checkEntryNames(const ContainerIndex& index, std::size_t folderBytes)
+{
+    auto refuse = [this](std::uint32_t code, const std::u16string& name, const std::u16string& reason) {
+        const EngineStatus status(code, SeverityError);
+        failedOn(status, packagePath_);
+        failure_.entry = name;
+        failure_.reason = reason;
+        failure_.nameRefused = true;
+        return status;
+    };
+    // Each name as the bytes of the path it becomes, with NUL (which no part holds) between the
+    // parts, so that in sorted order a name comes straight before the names below it.
+    std::vector<std::pair<std::string, std::size_t>> paths;
+    paths.reserve(index.size());
+    std::vector<std::u16string> parts;
+    std::u16string why;
+    for (std::size_t i = 0; i < index.size(); ++i) {
+        const std::u16string name = index.entry(i).name();
+        if (!splitEntryName(name, parts, &why).ok())
+            return refuse(win::ERROR_INVALID_NAME, name, why);
+        std::string path;
+        std::size_t pathBytes = folderBytes;
+        for (const std::u16string& part : parts) {
+            const std::string bytes = platform::toUtf8(part);
+            if (bytes.size() > MaxNameBytes)
+                return refuse(win::ERROR_FILENAME_EXCED_RANGE, name, u"a part of the name is longer than 255 bytes");
+            pathBytes += 1 + bytes.size();
+            if (!path.empty())
+                path += '\0';
+            path += bytes;
+        }
+        if (pathBytes >= MaxPathBytes)
+            return refuse(win::ERROR_FILENAME_EXCED_RANGE, name, u"the name is too long for a path in this folder");
+        paths.emplace_back(std::move(path), i);
+    }
+
+    // Of all clashes, the one of the earliest entry is told.
+    std::sort(paths.begin(), paths.end());
+    std::size_t refused = index.size();
+    std::size_t other = 0;
+    bool same = false;
+    for (std::size_t k = 0; k + 1 < paths.size(); ++k) {
+        const auto& [path, at] = paths[k];
+        const auto& [next, nextAt] = paths[k + 1];
+        if (next == path && nextAt < refused) {
+            refused = nextAt;
+            other = at;
+            same = true;
+        } else if (next.size() > path.size() && next[path.size()] == '\0' && next.compare(0, path.size(), path) == 0
+                   && at < refused) {
+            refused = at;
+            other = nextAt;
+            same = false;
+        }
+    }
+    if (refused == index.size())
+        return EngineStatus();
+    const std::u16string name = index.entry(refused).name();
+    const std::u16string otherName = shownEntryName(index.entry(other).name());
+    if (!same)
+        return refuse(win::ERROR_INVALID_NAME, name,
+                      u"a file of the same name is a folder of another entry (\"" + otherName + u"\")");
+    return refuse(win::ERROR_INVALID_NAME, name,
+                  otherName == shownEntryName(name)
+                      ? std::u16string(u"an earlier entry has the same name")
+                      : u"an earlier entry has the same name (\"" + otherName + u"\")");
 }
 
 // Each entry is written to a private temporary in its target folder and put at its name only
@@ -726,8 +816,12 @@ EngineStatus PackageEngine::extractEntry(ContainerEntry& entry, platform::FileHa
         return EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError);
     }
     // A folder, a FIFO or a device of that name is never replaced.
-    if (existing == platform::EntryKind::Directory || existing == platform::EntryKind::Other)
-        return failedOn(EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError), path);
+    if (existing == platform::EntryKind::Directory || existing == platform::EntryKind::Other) {
+        failedOn(EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError), path);
+        failure_.reason = existing == platform::EntryKind::Directory ? u"a folder of that name is there already"
+                                                                     : u"something that is not a file has that name";
+        return EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError);
+    }
 
     // An entry decrypted straight into a file of its own only needs its reports and its name.
     EntrySplitter::Entry* ready = nullptr;

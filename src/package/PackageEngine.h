@@ -50,8 +50,10 @@ public:
     static std::u16string entryNameFor(const std::u16string& path, std::uint32_t mode);
     // The folders and file name an entry name stands for below the extraction folder. Empty and
     // "." parts and a leading separator are dropped; "..", a drive or an empty result is refused
-    // with ERROR_INVALID_NAME, so nothing is ever written outside the folder.
-    static EngineStatus splitEntryName(const std::u16string& name, std::vector<std::u16string>& parts);
+    // with ERROR_INVALID_NAME, so nothing is ever written outside the folder; `refusedBecause`
+    // then says why in plain words.
+    static EngineStatus splitEntryName(const std::u16string& name, std::vector<std::u16string>& parts,
+                                       std::u16string* refusedBecause = nullptr);
     // Appends the folder part of `name` (before its last backslash) to `path`; 13 without one.
     static EngineStatus appendEntryDirectory(std::u16string& path, const std::u16string& name);
     // Creates each folder of `relative` (backslash-separated) below `base`, never following a
@@ -66,6 +68,9 @@ private:
     EngineStatus addFiles(ContainerFile& container);
     EngineStatus encryptPackage(platform::PrivateTemp& inner, platform::FileHandle packageHandle);
     EngineStatus extractEntries(ContainerFile& container, const std::u16string& folder);
+    // Refuses the package, naming the entry and why, if any name can't be put below a folder
+    // whose path is `folderBytes` long.
+    EngineStatus checkEntryNames(const ContainerIndex& index, std::size_t folderBytes);
     EngineStatus extractEntry(ContainerEntry& entry, platform::FileHandle directory,
                               const std::u16string& directoryPath, const std::u16string& name);
     EngineStatus failedOn(const EngineStatus& status, const std::u16string& path, bool packageInvalid = false);

@@ -20,18 +20,70 @@ std::u16string shortened(const std::u16string& path)
         return path;
     return path.substr(0, Longest / 2) + u"…" + path.substr(path.size() - Longest / 2);
 }
+
+bool isControl(char16_t unit)
+{
+    // C0, DEL and C1; the line and paragraph separators and the marks that turn text around can
+    // make a name read as something else.
+    return unit < 0x20 || (unit >= 0x7F && unit <= 0x9F) || unit == 0x2028 || unit == 0x2029
+        || (unit >= 0x200E && unit <= 0x200F) || (unit >= 0x202A && unit <= 0x202E)
+        || (unit >= 0x2066 && unit <= 0x2069);
+}
+
+void appendHex(std::u16string& out, unsigned value, int digits)
+{
+    static constexpr char16_t Digits[] = u"0123456789ABCDEF";
+    for (int shift = (digits - 1) * 4; shift >= 0; shift -= 4)
+        out += Digits[(value >> shift) & 0xF];
+}
+
+// Escapes what must not reach a terminal or a message box as it is; with `entryName`, the
+// package's separators become the `/` a user knows.
+std::u16string escaped(const std::u16string& text, bool entryName)
+{
+    std::u16string shown;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char16_t unit = text[i];
+        // Bytes of a name that is not UTF-8 travel as lone U+DC80..U+DCFF; they show as the bytes.
+        const bool rawByte = unit >= 0xDC80 && unit <= 0xDCFF && !(i > 0 && text[i - 1] >= 0xD800 && text[i - 1] <= 0xDBFF);
+        if (entryName && unit == u'\\') {
+            shown += u'/';
+        } else if (rawByte || (isControl(unit) && unit < 0x100)) {
+            shown += u"\\x";
+            appendHex(shown, rawByte ? unit - 0xDC00 : unit, 2);
+        } else if (isControl(unit)) {
+            shown += u"\\u";
+            appendHex(shown, unit, 4);
+        } else {
+            shown += unit;
+        }
+    }
+    return shown;
+}
+
+// A path as the message shows it: part of it may be an entry's name.
+std::u16string shownPath(const std::u16string& path) { return escaped(shortened(path), false); }
 } // namespace
+
+std::u16string shownEntryName(const std::u16string& name) { return escaped(shortened(name), true); }
 
 std::u16string statusText(const EngineStatus& status, const FailureSubject& subject, bool stopped)
 {
     if (stopped || status.severity() == SeverityStopped)
         return platform::errorText(win::ERROR_CANCELLED);
+    const std::u16string entry
+        = subject.entry.empty() ? std::u16string() : u"entry \"" + shownEntryName(subject.entry) + u"\": ";
+    if (subject.nameRefused) {
+        const std::u16string text = entry + subject.reason + u"; nothing was extracted";
+        return subject.path.empty() ? text : shownPath(subject.path) + u": " + text;
+    }
     if (subject.packageInvalid && structural(status.code()))
         return subject.path.empty() ? std::u16string(platform::InvalidPackageText)
-                                    : shortened(subject.path) + u": " + platform::InvalidPackageText;
+                                    : shownPath(subject.path) + u": " + platform::InvalidPackageText;
     std::u16string text = subject.linkRefused ? std::u16string(LinkRefusedText)
         : subject.sourceShrank                ? std::u16string(SourceShrankText)
+        : !subject.reason.empty()             ? subject.reason
         : status.code() != 0                  ? platform::userText(status.code())
                                               : platform::errorText(win::ERROR_INVALID_DATA);
-    return subject.path.empty() ? text : shortened(subject.path) + u": " + text;
+    return entry + (subject.path.empty() ? text : shownPath(subject.path) + u": " + text);
 }

@@ -19,11 +19,24 @@ struct FailureSubject {
     bool linkRefused = false;
     // A source got shorter while it was packed.
     bool sourceShrank = false;
+    // The entry that was refused or failed, as it stands in the package; empty if none.
+    std::u16string entry;
+    // Plain words for what went wrong with the entry, in place of the code's text.
+    std::u16string reason;
+    // The entry's name was refused before anything was written.
+    bool nameRefused = false;
 };
 
 inline constexpr char16_t LinkRefusedText[] = u"refusing to follow a symbolic link";
 inline constexpr char16_t SourceShrankText[] = u"the file got shorter while it was being read";
 
-// The user's text: a stop reads as a stop only; a package that failed its structure reads as
-// the invalid-package text; otherwise the code's text, after the path it concerns.
+// An entry's name as a user reads it: with `/` between its parts, and every control character
+// (and every byte that is not UTF-8) escaped, so that a sender's name can't rewrite a terminal
+// or the rest of the message. A very long name shows its start and end.
+std::u16string shownEntryName(const std::u16string& name);
+
+// The user's text: a stop reads as a stop only; a refused name reads as the entry and why; a
+// package that failed its structure reads as the invalid-package text; otherwise the code's text
+// (or the reason), after the path it concerns and the entry that failed. A path is escaped as a
+// name is, since part of it may come from the package.
 std::u16string statusText(const EngineStatus& status, const FailureSubject& subject = {}, bool stopped = false);

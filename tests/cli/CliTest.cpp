@@ -831,3 +831,25 @@ TEST_F(CliTest, PackageFailuresNameTheFileAndAStopReadsAsAStopOnly)
     }
     ADD_FAILURE() << "the check was never interrupted";
 }
+
+TEST_F(CliTest, APackageWithAnyRefusedNameWritesNothingAndNamesTheEntry)
+{
+    const fs::path folder = freshFolder("refused");
+    const fs::path out = folder / "out";
+    const std::vector<std::pair<std::u16string, std::string>> cases {
+        {u"d", "entry \"d\": a file of the same name is a folder of another entry (\"d/b.bin\")"},
+        {u"d/b.bin", "entry \"d/b.bin\": an earlier entry has the same name"},
+        {u"evil\x1b]0;owned\x07\\..\\x", "entry \"evil\\x1B]0;owned\\x07/../x\": the name holds \"..\""},
+    };
+    for (const auto& [name, says] : cases) {
+        writeBytes(folder / "h.kvx", craftedPackage({{EntryTypeData, u"d\\b.bin", randomBytes(70000, 2)},
+                                                     {EntryTypeData, u"x", {'x'}},
+                                                     {EntryTypeData, name, {'!'}}}));
+        const ToolRun run = as("bob", {"decrypt", (folder / "h.kvx").string(), "-C", out.string()});
+        EXPECT_EQ(run.exitCode, 1) << says;
+        EXPECT_NE(run.err.find(says + "; nothing was extracted"), std::string::npos) << run.err;
+        // The terminal gets no control character from a sender.
+        EXPECT_EQ(run.err.find_first_of("\x1b\x07"), std::string::npos) << run.err;
+        EXPECT_TRUE(fs::is_empty(out)) << says;
+    }
+}

@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 TEST(FuzzReplay, SeedsAndRegressionsPassEveryReader)
 {
     int replayed = 0;
-    for (const std::string target : {"container", "keyblob", "envelope", "certificate", "config", "recipients"}) {
+    for (const std::string target : {"container", "encrypted", "keyblob", "envelope", "certificate", "config", "recipients"}) {
         const fuzzing::Entry entry = fuzzing::entryFor(target);
         ASSERT_NE(entry, nullptr) << target;
         for (const fs::path& folder : {fs::path(HALVOREN_SOURCE_DIR) / "fuzz" / "corpus" / target,

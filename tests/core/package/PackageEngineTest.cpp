@@ -392,10 +392,6 @@ TEST_F(PackageEngineTest, ExtractionStopsAndFailuresReportClearly)
     ASSERT_TRUE(noKey.ok()) << noKey.code();
     EXPECT_EQ(readBytes(folder / "o5" / "KVXdata"), Bytes {'x'});
 
-    // A plain package whose entries are all fine but one target can't be written.
-    writeBytes(folder / "dir.kvx", craftedPackage({{EntryTypeData, u"a\\b", {'1'}}, {EntryTypeData, u"a", {'2'}}}));
-    EXPECT_EQ(extract(*bob, folder / "dir.kvx", folder / "o6").code(), win::ERROR_ACCESS_DENIED);
-    EXPECT_EQ(readBytes(folder / "o6" / "a" / "b"), Bytes {'1'});
 }
 
 TEST_F(PackageEngineTest, NothingIsEverWrittenOutsideTheChosenFolder)
@@ -449,6 +445,41 @@ TEST_F(PackageEngineTest, NothingIsEverWrittenOutsideTheChosenFolder)
     EXPECT_EQ(extract(*bob, folder / "wrapped.kvx", out).code(), win::ERROR_INVALID_NAME);
     EXPECT_FALSE(fs::exists(folder / "escape"));
     EXPECT_FALSE(fs::exists(folder.parent_path() / "escape"));
+}
+
+TEST_F(PackageEngineTest, ARefusedNameWritesNothingAndTheMessageNamesTheEntryAndWhy)
+{
+    const fs::path out = folder / "out";
+    const std::u16string nothing = u"; nothing was extracted";
+    const std::vector<std::tuple<std::u16string, std::uint32_t, std::u16string>> cases {
+        {u"d", win::ERROR_INVALID_NAME, u"entry \"d\": a file of the same name is a folder of another entry (\"d/b.bin\")"},
+        {u".\\x", win::ERROR_INVALID_NAME, u"entry \"./x\": an earlier entry has the same name (\"x\")"},
+        {u"d/b.bin", win::ERROR_INVALID_NAME, u"entry \"d/b.bin\": an earlier entry has the same name"},
+        {u"d\\\x1b[2J\x9b\\..\\x", win::ERROR_INVALID_NAME, u"entry \"d/\\x1B[2J\\x9B/../x\": the name holds \"..\""},
+        {u"d\\" + std::u16string(256, u'n'), win::ERROR_FILENAME_EXCED_RANGE,
+         u"entry \"d/" + std::u16string(118, u'n') + u"…" + std::u16string(120, u'n')
+             + u"\": a part of the name is longer than 255 bytes"},
+    };
+    // Good entries come first, and behind an envelope they are already decrypted into files of
+    // their own when the bad name is met.
+    for (const bool encrypted : {false, true}) {
+        for (const auto& [name, code, says] : cases) {
+            const Bytes inner = craftedPackage({{EntryTypeData, u"d\\b.bin", randomBytes(70000, 4)},
+                                                {EntryTypeData, u"x", {'x'}},
+                                                {EntryTypeData, name, {'!'}}});
+            writeBytes(folder / "h.kvx", encrypted ? encryptedFor(*bob, inner) : inner);
+            fs::remove_all(out);
+            fs::create_directories(out);
+            session = Recorder {};
+            auto engine = engineFor(*bob);
+            engine->setPackagePath(u16(folder / "h.kvx"));
+            engine->setExtractFolder(u16(out));
+            const EngineStatus status = engine->extract();
+            EXPECT_EQ(status.code(), code) << u8(says);
+            EXPECT_TRUE(fs::is_empty(out)) << u8(says);
+            EXPECT_EQ(statusText(status, engine->failure()), u16(folder / "h.kvx") + u": " + says + nothing);
+        }
+    }
 }
 
 TEST_F(PackageEngineTest, LargeFilesGiveTheSameResultsAndStopTheSameWay)
@@ -681,6 +712,15 @@ TEST_F(PackageEngineTest, NewFilesHonourTheUmaskAndReplacedOnesKeepTheirMode)
         fs::permissions(extracted, fs::perms(0640));
         ASSERT_TRUE(extract(*bob, package, folder / "o1").ok());
         EXPECT_EQ(modeOf(extracted), 0640u);
+        // Content from a package must not run with the rights of whoever owned what it replaced.
+        for (const unsigned setId : {04755u, 02755u}) {
+            fs::permissions(extracted, fs::perms(setId));
+            ASSERT_TRUE(extract(*bob, package, folder / "o1").ok());
+            EXPECT_EQ(modeOf(extracted), 0755u);
+            fs::permissions(package, fs::perms(setId));
+            ASSERT_TRUE(create(sourceFiles(), package, {}).ok());
+            EXPECT_EQ(modeOf(package), 0755u);
+        }
     }
 
     // While it is being made, nothing of the package shows beside its path.
@@ -802,11 +842,18 @@ TEST_F(PackageEngineTest, EveryFailureNamesWhatItConcernsInWordsAUserCanActOn)
     fs::create_directories(out / "x");
     fs::create_symlink(folder / "elsewhere", out / "x" / "link");
     writeBytes(folder / "l.kvx", craftedPackage({ { EntryTypeData, u"x\\link", { '1' } } }));
-    EXPECT_EQ(textOf(folder / "l.kvx", out).second, u16(out / "x" / "link") + u": refusing to follow a symbolic link");
+    EXPECT_EQ(textOf(folder / "l.kvx", out).second,
+              u"entry \"x/link\": " + u16(out / "x" / "link") + u": refusing to follow a symbolic link");
     writeBytes(folder / "l2.kvx", craftedPackage({ { EntryTypeData, u"x\\link\\y", { '1' } } }));
-    EXPECT_EQ(textOf(folder / "l2.kvx", out).second, u16(out / "x" / "link") + u": refusing to follow a symbolic link");
+    EXPECT_EQ(textOf(folder / "l2.kvx", out).second,
+              u"entry \"x/link/y\": " + u16(out / "x" / "link") + u": refusing to follow a symbolic link");
+    // A folder where an entry's file goes is left alone, in words.
+    fs::create_directories(out / "x" / "dir");
+    writeBytes(folder / "d.kvx", craftedPackage({ { EntryTypeData, u"x\\dir", { '1' } } }));
+    EXPECT_EQ(textOf(folder / "d.kvx", out).second,
+              u"entry \"x/dir\": " + u16(out / "x" / "dir") + u": a folder of that name is there already");
 
-    // A folder that can't be written, by its path.
+    // A folder that can't be written, by its path, after the entry that was to go there.
     const fs::path locked = folder / "locked";
     fs::create_directories(locked);
     {
@@ -814,7 +861,9 @@ TEST_F(PackageEngineTest, EveryFailureNamesWhatItConcernsInWordsAUserCanActOn)
         if (readOnly.works()) {
             const auto [code, text] = textOf(folder / "p.kvx", locked);
             EXPECT_NE(code, 0u);
-            EXPECT_EQ(text.rfind(u16(locked), 0), 0u) << u8(text);
+            const std::u16string entry = u"entry \"" + u16(fs::relative(source, "/").begin()->string()) + u"/";
+            EXPECT_EQ(text.rfind(entry, 0), 0u) << u8(text);
+            EXPECT_NE(text.find(u"\": " + u16(locked)), std::u16string::npos) << u8(text);
         }
     }
 
