@@ -93,3 +93,12 @@ std::u16string sourceAtPackagePath(const FileSet& files, const std::u16string& p
     }
     return {};
 }
+
+std::u16string nameRootFor(const std::u16string& addedPath)
+{
+    std::u16string path = addedPath;
+    while (path.size() > 1 && path.back() == NativeSeparator)
+        path.pop_back();
+    const auto last = path.rfind(NativeSeparator);
+    return last == std::u16string::npos ? std::u16string() : path.substr(0, last + 1);
+}

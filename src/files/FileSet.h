@@ -26,5 +26,8 @@ void removeTree(const std::u16string& folder, FileSet& files);
 // hard link or another spelling of the path counts), or empty when there is none or nothing is
 // at that path yet. Writing the package there would replace a file that goes into it.
 std::u16string sourceAtPackagePath(const FileSet& files, const std::u16string& packagePath);
+// The folder an added item's entries are named from: its parent, with a trailing separator
+// ("/h/Documents/report" gives "/h/Documents/"; "/" gives "/").
+std::u16string nameRootFor(const std::u16string& addedPath);
 // The components of a path for walking the tree; the first keeps its separator.
 std::vector<std::u16string> splitTreePath(const std::u16string& path);

@@ -1,6 +1,7 @@
 #include "package/PackageEngine.h"
 
 #include <algorithm>
+#include <map>
 #include <memory>
 #include <new>
 #include <optional>
@@ -298,10 +299,18 @@ EngineStatus PackageEngine::createTempFile(platform::PrivateTemp& temp, ScopedFi
     return EngineStatus();
 }
 
-std::u16string PackageEngine::entryNameFor(const std::u16string& path, std::uint32_t mode)
+std::u16string PackageEngine::entryNameFor(
+    const std::u16string& path, std::uint32_t mode, const std::set<std::u16string>& roots)
 {
     std::u16string name = path;
-    if (mode & NameModeFullPath) {
+    // Roots sort before the folders below them, so the first that fits is the shortest: a file
+    // added twice, once with its folder and once below it, keeps one name.
+    const auto root = (mode & NameModeRelative) ? std::find_if(roots.begin(), roots.end(),
+                          [&](const std::u16string& r) { return !r.empty() && path.compare(0, r.size(), r) == 0; })
+                                                : roots.end();
+    if (root != roots.end()) {
+        name = path.substr(root->size());
+    } else if (mode & NameModeFullPath) {
         const auto first = path.find(NativeSeparator);
         if (first != std::u16string::npos)
             name = path.substr(first + 1);
@@ -315,6 +324,18 @@ std::u16string PackageEngine::entryNameFor(const std::u16string& path, std::uint
             unit = u'\\';
     }
     return name;
+}
+
+std::vector<std::pair<std::u16string, std::u16string>> PackageEngine::nameClashes() const
+{
+    std::vector<std::pair<std::u16string, std::u16string>> clashes;
+    std::map<std::u16string, const std::u16string*> stored;
+    for (const std::u16string& path : files_) {
+        const auto [earlier, added] = stored.emplace(entryNameFor(path, nameMode_, nameRoots_), &path);
+        if (!added)
+            clashes.emplace_back(*earlier->second, path);
+    }
+    return clashes;
 }
 
 EngineStatus PackageEngine::splitEntryName(const std::u16string& name, std::vector<std::u16string>& parts,
@@ -445,7 +466,7 @@ EngineStatus PackageEngine::addFiles(ContainerFile& container)
                 failedOn(reason, path);
             continue;
         }
-        ContainerEntry entry(entryNameFor(path, nameMode_), handle.handle(), EntryTypeData);
+        ContainerEntry entry(entryNameFor(path, nameMode_, nameRoots_), handle.handle(), EntryTypeData);
         entry.setSourceSize(source.size);
         entry.setCallback(callback_);
         entry.setUserParameter(userParameter_);

@@ -3,6 +3,8 @@
 // files. Runs on the worker thread; reports through the callback and returns one status.
 
 #include <cstdint>
+#include <set>
+#include <utility>
 #include <string>
 #include <vector>
 
@@ -18,6 +20,9 @@
 
 inline constexpr std::uint32_t NameModeBareName = 1;
 inline constexpr std::uint32_t NameModeFullPath = 2;
+// Each file under its path below the folder it was added from (a name root), as archive tools
+// store what they are given; a file below no root falls back to the full path.
+inline constexpr std::uint32_t NameModeRelative = 4;
 
 class PackageEngine {
 public:
@@ -29,6 +34,8 @@ public:
     void setPackagePath(const std::u16string& path) { packagePath_ = path; }
     void setExtractFolder(const std::u16string& path) { extractFolder_ = path; }
     void setNameMode(std::uint32_t mode) { nameMode_ = mode; }
+    // Folders (with a trailing separator) that files were added from, for NameModeRelative.
+    void setNameRoots(const std::set<std::u16string>& roots) { nameRoots_ = roots; }
     void setCallback(EngineCallback callback) { callback_ = callback; }
     void setUserParameter(KvxUtils::UserParameter* userParameter) { userParameter_ = userParameter; }
 
@@ -45,9 +52,13 @@ public:
     // A new empty private file in the temporary folder, without a name where the file system
     // allows. `temp` owns it (and gives a path that opens it); `file` is a second handle on it.
     EngineStatus createTempFile(platform::PrivateTemp& temp, ScopedFile& file);
-    // Bit 2 keeps all after the first separator, else bit 1 all after the last; the stored name
-    // always uses backslashes.
-    static std::u16string entryNameFor(const std::u16string& path, std::uint32_t mode);
+    // Bit 4 keeps all after the shortest of `roots` that the path lies below, else bit 2 all
+    // after the first separator, else bit 1 all after the last; the stored name always uses
+    // backslashes.
+    static std::u16string entryNameFor(
+        const std::u16string& path, std::uint32_t mode, const std::set<std::u16string>& roots = {});
+    // Pairs of files that the name mode and roots in force would store under one name.
+    std::vector<std::pair<std::u16string, std::u16string>> nameClashes() const;
     // The folders and file name an entry name stands for below the extraction folder. Empty and
     // "." parts and a leading separator are dropped; "..", a drive or an empty result is refused
     // with ERROR_INVALID_NAME, so nothing is ever written outside the folder; `refusedBecause`
@@ -79,6 +90,7 @@ private:
     std::vector<const ContactRecord*> recipients_;
     std::u16string packagePath_;
     std::uint32_t nameMode_ = NameModeBareName;
+    std::set<std::u16string> nameRoots_;
     std::u16string extractFolder_;
     EngineCallback callback_ = nullptr;
     KvxUtils::UserParameter* userParameter_ = nullptr;

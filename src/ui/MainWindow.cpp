@@ -251,7 +251,9 @@ void MainWindow::loadStores()
         recipientActions->setStore(recipientsStore.get());
         fillContactList();
         engine = std::make_unique<PackageEngine>(ownContact ? *ownContact : ContactRecord());
-        engine->setNameMode(NameModeFullPath);
+        // Names below the folder each item was added from, as archive tools store them, not the
+        // full path, which would hand every recipient the sender's user name and folder layout.
+        engine->setNameMode(NameModeRelative | NameModeFullPath);
     } else if (!cancelRequested) {
         storeProblem = tr("The contacts file %1 can't be read or created.")
                            .arg(QDir::toNativeSeparators(qs(recipientsPath())));
@@ -652,6 +654,7 @@ void MainWindow::enablePackageWidgets(bool on)
 void MainWindow::resetPackage()
 {
     leftOutOfPackage = LeftOut();
+    nameRoots.clear();
     contacts.clear();
     packageFiles.clear();
     packagePath.clear();
@@ -674,8 +677,12 @@ void MainWindow::addDroppedUrls(const QList<QUrl>& urls)
     dialog.setWindowTitle(tr("Adding Files..."));
     dialog.startTraverse(urls);
     leftOutOfPackage += dialog.leftOut();
-    if (dialog.isCancelled())
+    if (dialog.isCancelled()) {
         setStatusText(tr("Adding files was stopped; nothing was added."));
+        return;
+    }
+    for (const QUrl& url : urls)
+        nameRoots.insert(nameRootFor(url.toLocalFile().toStdU16String()));
 }
 
 void MainWindow::on_EncryptEnable()
@@ -941,6 +948,7 @@ void MainWindow::on_ViewFiles()
 {
     FileListDlg dialog(&packageFiles, this);
     Dialogs::exec(dialog);
+    nameRoots.insert(dialog.addedRoots().begin(), dialog.addedRoots().end());
     on_EncryptEnable();
 }
 
@@ -1126,6 +1134,25 @@ bool MainWindow::startEncryption()
         QMessageBox box(QMessageBox::Warning, qs(AppName),
                         tr("These files have a backslash in their names, which a package can't keep (it separates "
                            "folders there). Rename them or remove them from the package:\n%1")
+                            .arg(list),
+                        QMessageBox::Ok, this);
+        Dialogs::exec(box);
+        return false;
+    }
+    engine->setFiles(packageFiles);
+    engine->setNameRoots(nameRoots);
+    const auto clashes = engine->nameClashes();
+    if (!clashes.empty()) {
+        QStringList pairs;
+        for (const auto& [first, second] : clashes)
+            pairs << QStringLiteral("%1\n%2").arg(QString::fromStdU16String(first), QString::fromStdU16String(second));
+        const int shown = std::min<int>(int(pairs.size()), 5);
+        QString list = QStringList(pairs.mid(0, shown)).join(QStringLiteral("\n\n"));
+        if (pairs.size() > shown)
+            list += tr("\n... and %1 more").arg(pairs.size() - shown);
+        QMessageBox box(QMessageBox::Warning, qs(AppName),
+                        tr("These files would have the same name in the package, so one would replace the other "
+                           "when it is opened. Rename one of each pair or remove it from the package:\n\n%1")
                             .arg(list),
                         QMessageBox::Ok, this);
         Dialogs::exec(box);

@@ -14,6 +14,7 @@
 #include <array>
 #include <atomic>
 #include <memory>
+#include <set>
 #include <vector>
 
 #include "contacts/ContactRecord.h"
@@ -238,6 +239,8 @@ private:
     bool reloadPending = false;
     // What the walks into the package in hand left out, told with the completion report.
     LeftOut leftOutOfPackage;
+    // The folders the files of the package in hand were added from; entries are named below them.
+    std::set<std::u16string> nameRoots;
     QTimer* reloadTimer = nullptr;
     // The own identity's name, as recognised at the start.
     std::u16string ownerName;

@@ -187,14 +187,16 @@ private slots:
         answers::answer(QMessageBox::Ok);
         runAndWait(*window);
         QVERIFY(texts().contains(Opened));
-        // The window keeps the full paths, below the chosen folder.
-        QVERIFY(sameTree(sources, into / sources.relative_path()));
+        // Each file comes back below the folder it was dropped from: the package carries
+        // "tree\..." and "single.bin", not the sender's folders above them.
+        QVERIFY(sameTree(sources, into));
+        QCOMPARE(std::distance(fs::directory_iterator(into), fs::directory_iterator()), 2);
         QCOMPARE(window->mode(), ModeEncrypt);
 
         // The same package opens on the command line, and one made there opens in the window.
         const fs::path byCli = freshFolder("cli-got");
         QCOMPARE(cli(bert, { "decrypt", qpath(package.string() + ".kvx"), "-C", qpath(byCli) }), 0);
-        QVERIFY(sameTree(sources, byCli / sources.relative_path()));
+        QVERIFY(sameTree(sources, byCli));
         const fs::path fromCli = freshFolder("cli-made") / "from-cli.kvx";
         QCOMPARE(cli(bert, { "encrypt", "-o", qpath(fromCli), "--self", qpath(sources / "single.bin") }), 0);
         drop(*window, { QUrl::fromLocalFile(qpath(fromCli)) });
@@ -574,6 +576,30 @@ private slots:
         QCOMPARE(readText(folder / "report.kvx"), std::string("the only copy"));
         QCOMPARE(window.files().size(), 2u);
         QCOMPARE(answers::unanswered(), 0);
+    }
+
+    void twoFilesOfOneNameInThePackageAreRefusedListingBoth()
+    {
+        useProfile(anna);
+        answers::clear();
+        MainWindow window;
+        window.show();
+        const fs::path folder = freshFolder("clash");
+        for (const char* side : { "a", "b" }) {
+            fs::create_directories(folder / side / "report");
+            writeText(folder / side / "report" / "f.txt", side);
+        }
+        drop(window, { QUrl::fromLocalFile(qpath(folder / "a" / "report")) });
+        drop(window, { QUrl::fromLocalFile(qpath(folder / "b" / "report")) });
+        chooseRecipient(window, QStringLiteral("Anna Example"));
+        answers::answer(QMessageBox::Ok);
+        window.form()->BtnEncDec->click();
+        QCOMPARE(answers::shown().size(), 1);
+        const QString text = answers::shown().first().text;
+        QVERIFY2(text.contains(qpath(folder / "a" / "report" / "f.txt")) && text.contains(qpath(folder / "b" / "report" / "f.txt")),
+                 qPrintable(text));
+        QVERIFY(!window.thread()->isRunning());
+        QCOMPARE(answers::pendingAnswers(), 0); // no save dialog was asked for
     }
 
     void cleanupTestCase() { closeCertificateStore(); }

@@ -337,6 +337,8 @@ void FileListDlg::on_items_dropped()
     }
     if (added.empty())
         return;
+    for (const QUrl& url : droppedUrls)
+        rootsAdded.insert(nameRootFor(url.toLocalFile().toStdU16String()));
     WaitCursor wait;
     mergeAdded(added);
 }

@@ -13,6 +13,7 @@
 #include <QStringList>
 #include <QUrl>
 #include <memory>
+#include <set>
 
 #include "files/FileSet.h"
 
@@ -34,6 +35,8 @@ public:
     Ui::FileListDlg* form() const { return ui; }
     // The suffixes whose icon is held in the cache, in the case they were met.
     QStringList cachedIconSuffixes() const { return iconCache.keys(); }
+    // The folders that items dropped here were added from, for naming their entries.
+    const std::set<std::u16string>& addedRoots() const { return rootsAdded; }
 
 signals:
     void items_dropped();
@@ -84,6 +87,7 @@ private:
     QStringList searchResults;
     bool resultsStale = false;
     QList<QUrl> droppedUrls;
+    std::set<std::u16string> rootsAdded;
 
     // While a merge runs: the children of each item it looked into, by name, so that
     // adding many paths below a folder with many items doesn't scan that folder once per path.
