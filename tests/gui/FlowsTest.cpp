@@ -9,6 +9,7 @@
 #include <QDropEvent>
 #include <QMimeData>
 #include <QFile>
+#include <QLineEdit>
 #include <QProcess>
 #include <QSysInfo>
 #include <QPushButton>
@@ -187,6 +188,13 @@ private slots:
         answers::answer(QMessageBox::Ok);
         runAndWait(*window);
         QVERIFY(texts().contains(Opened));
+        // The status line names entries the way paths read here, with slashes.
+        KvxUtils::UserParameter report;
+        const std::u16string entry = u"tree\\deeper\\b.bin";
+        report.fileName = entry.c_str();
+        QVERIFY(QMetaObject::invokeMethod(window.get(), "on_StatusUpdate", Qt::DirectConnection, Q_ARG(uint, OpExtractFile),
+                                          Q_ARG(qint64, 100), Q_ARG(qint64, 37), Q_ARG(KvxUtils::UserParameter*, &report)));
+        QCOMPARE(window->form()->lineEdit->text(), QStringLiteral("Extracting File: tree/deeper/b.bin"));
         // Each file comes back below the folder it was dropped from: the package carries
         // "tree\..." and "single.bin", not the sender's folders above them.
         QVERIFY(sameTree(sources, into));
