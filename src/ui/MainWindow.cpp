@@ -1021,7 +1021,7 @@ void MainWindow::on_NewPackage()
     if (path.isEmpty())
         return;
     packagePath = path;
-    setWindowTitle(qs(AppName) + QStringLiteral(" - ") + QFileInfo(path).fileName());
+    showPackageInTitle(path);
     applyActionState(1);
 }
 
@@ -1045,9 +1045,16 @@ void MainWindow::on_ClosePackage()
     ui->menuBar->setEnabled(true);
     packageMode = ModeEncrypt;
     setButtonState(ButtonEncrypt);
-    setWindowTitle(qs(AppName));
+    showPackageInTitle(QString());
     setStatusText(tr("Ready"));
     applyActionState(3);
+}
+
+// The package in hand comes first, as desktop programs name the document they hold.
+void MainWindow::showPackageInTitle(const QString& path)
+{
+    setWindowTitle(path.isEmpty() ? qs(AppName)
+                                  : QStringLiteral("%1 \u2014 %2").arg(QFileInfo(path).fileName(), qs(AppName)));
 }
 
 void MainWindow::on_PackageDropped(QString package_name)
@@ -1055,6 +1062,7 @@ void MainWindow::on_PackageDropped(QString package_name)
     resetPackage();
     enablePackageWidgets(false);
     packagePath = package_name;
+    showPackageInTitle(package_name);
     ui->dropBoxLabel->setText(decryptHintText);
     packageMode = ModeDecrypt;
     setButtonState(ButtonDecrypt);
@@ -1330,6 +1338,7 @@ void MainWindow::keepCollection(bool stopped)
     sendAfterEncrypt = false;
     ignoredCodes.clear();
     packagePath = packagePathBeforeRun;
+    showPackageInTitle(packagePath);
     setButtonState(ButtonEncrypt);
     on_EncryptEnable();
     applyActionState(packagePath.isEmpty() ? 0 : 1);
@@ -1341,8 +1350,9 @@ void MainWindow::notifyCompletion(const EngineStatus& status)
     disconnect(trayIcon, &QSystemTrayIcon::messageClicked, this, &MainWindow::on_popupMessageClicked);
     if (cancelRequested)
         return;
-    QString text = tr("The process of ") + (packageMode == ModeEncrypt ? tr("Encryption") : tr("Decryption"))
-        + tr(" has been completed ") + (status.ok() ? tr("Successfully.") : tr("Unsuccessfully."));
+    const QString process = packageMode == ModeEncrypt ? tr("Encryption") : tr("Decryption");
+    QString text = status.ok() ? tr("The process of %1 has been completed successfully.").arg(process)
+                               : tr("The process of %1 failed.").arg(process);
     const QString details = packageMode == ModeEncrypt ? packagePath : extractFolder;
     if (packageMode == ModeEncrypt && !leftOutOfPackage.empty())
         text += QStringLiteral("\n\n") + QString::fromStdString(leftOutText(leftOutOfPackage)) + u'.';

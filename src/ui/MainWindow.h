@@ -164,6 +164,7 @@ private:
     // the new name, or empty if it couldn't be moved.
     QString setAsideUnreadable(const QString& path);
     void keepCollection(bool stopped);
+    void showPackageInTitle(const QString& path);
     // Contacts imported or removed by another program (halvoren-cli) appear without a restart.
     void watchProfile();
     void reloadContacts();

@@ -383,7 +383,7 @@ private slots:
         const fs::path target = freshFolder("out") / "report";
         answers::answerPath(QString::fromStdString(target.string()));
         ui->act_MW_create_package->trigger();
-        QCOMPARE(window.windowTitle(), QStringLiteral("Halvoren - report.kvx"));
+        QCOMPARE(window.windowTitle(), QStringLiteral("report.kvx \u2014 Halvoren"));
         QCOMPARE(actionRow(window), (QList<bool> { false, false, true, true, true }));
         QVERIFY(!fs::exists(target.string() + ".kvx"));
 
@@ -401,6 +401,7 @@ private slots:
         moveAllToRecipients(window);
         dropUrls(window, { QUrl::fromLocalFile(QString::fromStdString((sources / "x.KVX").string())) });
         QCOMPARE(window.mode(), ModeDecrypt);
+        QCOMPARE(window.windowTitle(), QStringLiteral("x.KVX \u2014 Halvoren"));
         QCOMPARE(ui->BtnEncDec->text(), QStringLiteral("Decrypt"));
         QVERIFY(ui->BtnEncDec->isEnabled());
         QVERIFY(ui->BtnEncDec->actions().isEmpty());
@@ -506,7 +507,7 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(window->thread()->isFinished() && window->currentButtonState() == ButtonEncrypt, 60000);
         QCOMPARE(balloons().size(), 2);
         QCOMPARE(balloons().last().title, QStringLiteral("Done!"));
-        QCOMPARE(balloons().last().text, QStringLiteral("The process of Encryption has been completed Successfully.\n"
+        QCOMPARE(balloons().last().text, QStringLiteral("The process of Encryption has been completed successfully.\n"
                                                          "Click for more details."));
         emit window->tray()->messageClicked();
         QCOMPARE(shownPaths.size(), 1);
@@ -529,7 +530,7 @@ private slots:
         QCOMPARE(balloons().size(), 3);
         QCOMPARE(balloons().last().icon, QMessageBox::Critical);
         QCOMPARE(balloons().last().text,
-                 QStringLiteral("The process of Encryption has been completed Unsuccessfully."));
+                 QStringLiteral("The process of Encryption failed."));
         emit window->tray()->messageClicked();
         QCOMPARE(shownPaths.size(), 1);
 

@@ -90,7 +90,7 @@ bool showContactDetails(QWidget* parent, RecipientsStore* store, QListWidgetItem
     const ContactRecord& old = *data.contact;
 
     ContactDetailsDlg dialog(parent);
-    dialog.setWindowTitle(QCoreApplication::translate("ActionMan", "Contact details for -") + qs(old.name));
+    dialog.setWindowTitle(QCoreApplication::translate("ActionMan", "Contact details for %1").arg(qs(old.name)));
     dialog.setDetails(contactDetailsOf(old));
     dialog.setNameReadOnly(true);
     dialog.setEditTracking(true);

@@ -118,13 +118,13 @@ bool ContactActionMan::importContactKey(const QString& path, QListWidget* target
 
 QString ContactActionMan::chooseKeyFileToOpen()
 {
-    return Dialogs::getOpenFileName(list->parentWidget(), tr("Open Contact Key File Name."), lastFolder, keyFilter());
+    return Dialogs::getOpenFileName(list->parentWidget(), tr("Open Contact Key File Name"), lastFolder, keyFilter());
 }
 
 QString ContactActionMan::chooseKeyFileToSave(const QString& suggestedName)
 {
     QString path
-        = Dialogs::getSaveFileName(list->parentWidget(), tr("Export Contact Key to File."), suggestedName, keyFilter());
+        = Dialogs::getSaveFileName(list->parentWidget(), tr("Export Contact Key to File"), suggestedName, keyFilter());
     // The complete suffix: "report.old.kvxk" is not taken for a key file name and gets its own.
     if (!path.isEmpty() && QFileInfo(path).completeSuffix().toLower() != keySuffix())
         path += QLatin1Char('.') + keySuffix();

@@ -57,7 +57,7 @@ AddFilesDialog::AddFilesDialog(QStringList* selectedPaths, QWidget* parent)
     tree->header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
     tree->header()->setStretchLastSection(true);
 
-    openInExplorerAction = new QAction(tr("Open with Explorer"), this);
+    openInExplorerAction = new QAction(tr("Show in File Manager"), this);
     openInExplorerAction->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_G));
     openInExplorerAction->setShortcutContext(Qt::WidgetShortcut);
     propertiesAction = new QAction(tr("Properties"), this);
