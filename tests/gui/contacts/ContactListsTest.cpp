@@ -542,7 +542,7 @@ private slots:
 
         answers::answer([](QDialog& dialog) {
             dialog.show();
-            if (dialog.windowTitle() != QStringLiteral("Contact details for -Bob")
+            if (dialog.windowTitle() != QStringLiteral("Contact details for Bob")
                 || !dialog.findChild<QLineEdit*>("ContactNameLE")->isReadOnly() || okEnabled(dialog)
                 || field(dialog, "FirstNameLE") != QStringLiteral("Robert"))
                 return 0;

@@ -360,9 +360,9 @@ private slots:
             emit tree->customContextMenuRequested(at);
             return captions;
         };
-        QCOMPARE(pick("Properties"), (QStringList { "Open with Explorer|Ctrl+G", "Properties|Ctrl+P" }));
+        QCOMPARE(pick("Properties"), (QStringList { "Show in File Manager|Ctrl+G", "Properties|Ctrl+P" }));
         QCOMPARE(properties, QStringList { QUrl::fromLocalFile(root + "/clicked.txt").toString() });
-        pick("Open with Explorer");
+        pick("Show in File Manager");
         QCOMPARE(shownInFolder, QStringList { QUrl::fromLocalFile(root + "/clicked.txt").toString() });
 
         // The right click changed no mark.
