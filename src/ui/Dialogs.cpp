@@ -1,5 +1,8 @@
 #include "ui/Dialogs.h"
 
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+
 #include <QAbstractButton>
 #include <QDesktopServices>
 #include <QFileDialog>
@@ -20,6 +23,7 @@ namespace {
         int unanswered = 0;
         bool strict = false;
         std::optional<bool> trayAvailable;
+        std::optional<bool> trayDoubleClicks;
     };
 
     Answers& answers()
@@ -133,6 +137,17 @@ bool trayAvailable()
     return QSystemTrayIcon::isSystemTrayAvailable();
 }
 
+bool trayDeliversDoubleClicks()
+{
+    if (answers().trayDoubleClicks)
+        return *answers().trayDoubleClicks;
+    // Qt shows its icon as a StatusNotifierItem wherever a watcher for them runs (Plasma, the
+    // AppIndicator extension of GNOME); such hosts pass on single clicks only.
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    return !(bus.isConnected() && bus.interface()
+             && bus.interface()->isServiceRegistered(QStringLiteral("org.kde.StatusNotifierWatcher")).value());
+}
+
 QString getOpenFileName(QWidget* parent, const QString& caption, const QString& dir, const QString& filter)
 {
     if (auto path = queuedPath())
@@ -174,12 +189,15 @@ namespace testing {
     {
         const bool strict = answers().strict;
         const std::optional<bool> tray = answers().trayAvailable;
+        const std::optional<bool> doubleClicks = answers().trayDoubleClicks;
         answers() = Answers();
         answers().strict = strict;
         answers().trayAvailable = tray;
+        answers().trayDoubleClicks = doubleClicks;
     }
 
     void setTrayAvailable(std::optional<bool> available) { answers().trayAvailable = available; }
+    void setTrayDoubleClicks(std::optional<bool> delivered) { answers().trayDoubleClicks = delivered; }
 
     void setStrict(bool strict) { answers().strict = strict; }
 } // namespace testing

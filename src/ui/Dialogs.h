@@ -35,6 +35,8 @@ void openUrl(const QUrl& url);
 
 // Whether the desktop has a notification area to hide in.
 bool trayAvailable();
+// Whether the tray passes on double clicks; StatusNotifierItem hosts pass on single ones only.
+bool trayDeliversDoubleClicks();
 
 // What a shown message box or balloon said, for tests to read back.
 struct Shown {
@@ -71,6 +73,8 @@ namespace testing {
 
     // Pretends the desktop has (or lacks) a tray; unset, the desktop is asked.
     void setTrayAvailable(std::optional<bool> available);
+    // Pretends the tray does (or doesn't) pass on double clicks; unset, the desktop is asked.
+    void setTrayDoubleClicks(std::optional<bool> delivered);
 
     // On: a dialog without a queued answer is rejected at once and counted as unanswered.
     void setStrict(bool strict);

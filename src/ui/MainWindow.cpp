@@ -794,19 +794,39 @@ void MainWindow::hideToTray(int x, int y)
     // After the current event, or at start-up after the entry function has shown the window.
     QTimer::singleShot(0, this, &QWidget::hide);
     trayIcon->show();
+    watchTray();
     if (!firstTimeMinimized) {
         firstTimeMinimized = config && config->getBool(ConfigKey::FirstTimeMinimized);
         if (!firstTimeMinimized) {
             Dialogs::showBalloon(*trayIcon, qs(AppName),
-                                  tr("When you press the Minimize Button, the application hides away in the System "
-                                     "Tray.\nTo change this behavior select the - Halvoren->Options->'Do not hide "
-                                     "when minimized' Menu Option."),
+                                  tr("Halvoren is still running. To close it, use Halvoren \u2192 Quit. To keep the "
+                                     "window on the taskbar, turn on Halvoren \u2192 Options \u2192 Do not hide when "
+                                     "minimized."),
                                   QSystemTrayIcon::Information, 10000);
             firstTimeMinimized = true;
             if (config)
                 config->setBool(ConfigKey::FirstTimeMinimized, true);
         }
     }
+}
+
+// A tray that goes away (the panel restarts, the user removes it) must not take the hidden
+// window with it: Qt says nothing when that happens, so the window asks while it is hidden.
+void MainWindow::watchTray()
+{
+    if (!trayWatch) {
+        trayWatch = new QTimer(this);
+        trayWatch->setInterval(1000);
+        connect(trayWatch, &QTimer::timeout, this, [this] {
+            if (isVisible() && !trayIcon->isVisible()) {
+                trayWatch->stop();
+            } else if (!Dialogs::trayAvailable()) {
+                trayWatch->stop();
+                on_Restore();
+            }
+        });
+    }
+    trayWatch->start();
 }
 
 void MainWindow::restoreFromTray()
@@ -826,7 +846,10 @@ void MainWindow::on_Restore()
 
 void MainWindow::on_iconActivated(QSystemTrayIcon::ActivationReason reason)
 {
-    if (reason == QSystemTrayIcon::DoubleClick) {
+    // Where no double click ever arrives, the single click is the way back to the window; the
+    // corner panel would leave the window out of reach.
+    if (reason == QSystemTrayIcon::DoubleClick
+        || (reason == QSystemTrayIcon::Trigger && !Dialogs::trayDeliversDoubleClicks())) {
         on_Restore();
     } else if (reason == QSystemTrayIcon::Trigger) {
         if (isVisible()) {

@@ -165,6 +165,7 @@ private:
     QString setAsideUnreadable(const QString& path);
     void keepCollection(bool stopped);
     void showPackageInTitle(const QString& path);
+    void watchTray();
     // Contacts imported or removed by another program (halvoren-cli) appear without a restart.
     void watchProfile();
     void reloadContacts();
@@ -243,6 +244,7 @@ private:
     // The folders the files of the package in hand were added from; entries are named below them.
     std::set<std::u16string> nameRoots;
     QTimer* reloadTimer = nullptr;
+    QTimer* trayWatch = nullptr;
     // The own identity's name, as recognised at the start.
     std::u16string ownerName;
 };

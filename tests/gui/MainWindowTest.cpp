@@ -2,7 +2,9 @@
 // autostart entry, the enable table through the package states, and a close during a run. Each
 // case runs in its own profile; every dialog is answered through the seam.
 
+#include <QAccessible>
 #include <QApplication>
+#include <QLineEdit>
 #include <QCheckBox>
 #include <QDialogButtonBox>
 #include <QDropEvent>
@@ -68,6 +70,8 @@ size_t certificateCount()
 // when the name is empty.
 struct FirstStart {
     QString title;
+    // What a screen reader announces for the name field.
+    QString nameFieldName;
     bool okEnabledAtStart = true;
     bool shown = false;
 };
@@ -78,6 +82,8 @@ void answerFirstStart(FirstStart& seen, const QString& name)
         seen.shown = true;
         seen.title = dialog.windowTitle();
         seen.okEnabledAtStart = dialog.findChild<QPushButton*>("OKButton")->isEnabled();
+        if (QAccessibleInterface* field = QAccessible::queryAccessibleInterface(dialog.findChild<QLineEdit*>("ContactNameLE")))
+            seen.nameFieldName = field->text(QAccessible::Name);
         if (name.isEmpty())
             return int(ContactDetailsDlg::Cancelled);
         auto& details = static_cast<ContactDetailsDlg&>(dialog);
@@ -130,6 +136,7 @@ private slots:
         QVERIFY(seen.shown);
         QCOMPARE(seen.title, QStringLiteral("Enter Your Own Contact Information"));
         QVERIFY(!seen.okEnabledAtStart);
+        QCOMPARE(seen.nameFieldName, QStringLiteral("Name"));
         QVERIFY(answers::shown().isEmpty()); // no reset question on a first start
         QVERIFY(fs::exists(configFile()));
         QCOMPARE(fs::file_size(configFile()), 0u);
@@ -447,6 +454,7 @@ private slots:
         }
 
         answers::setTrayAvailable(true);
+        answers::setTrayDoubleClicks(true);
         auto window = std::make_unique<MainWindow>();
         window->show();
         window->move(40, 50);
@@ -457,9 +465,8 @@ private slots:
         QCOMPARE(balloons().size(), 1);
         QCOMPARE(balloons().first().title, QStringLiteral("Halvoren"));
         QCOMPARE(balloons().first().text,
-                 QStringLiteral("When you press the Minimize Button, the application hides away in the System Tray.\n"
-                                "To change this behavior select the - Halvoren->Options->'Do not hide when minimized' "
-                                "Menu Option."));
+                 QStringLiteral("Halvoren is still running. To close it, use Halvoren \u2192 Quit. To keep the window "
+                                "on the taskbar, turn on Halvoren \u2192 Options \u2192 Do not hide when minimized."));
 
         // One click: the panel at the corner; the next hides it; Restore brings the window back
         // where it was, and the tray icon goes.
@@ -544,11 +551,27 @@ private slots:
         QCOMPARE(window->restorePosition(),
                  QPoint((area.left() + area.right()) / 2 - frame.width() / 2,
                         (area.top() + area.bottom()) / 2 - frame.height() / 2));
+
+        // A tray that passes on single clicks only (a StatusNotifierItem host): the click
+        // restores the window, since no double click will ever come.
+        answers::setTrayDoubleClicks(false);
+        emit window->tray()->activated(QSystemTrayIcon::Trigger);
+        QVERIFY(window->isVisible());
+        QCOMPARE(window->windowType(), Qt::Window);
+        QVERIFY(!window->tray()->isVisible());
+
+        // The tray goes away while the window hides in it: the window comes back by itself.
+        window->showMinimized();
+        QTRY_VERIFY(!window->isVisible());
+        answers::setTrayAvailable(false);
+        QTRY_VERIFY(window->isVisible());
+        QCOMPARE(window->windowType(), Qt::Window);
         QCOMPARE(answers::unanswered(), 0);
 
         ShowInFolder::setHooks({});
         TaskbarProgress::setSender({});
         answers::setTrayAvailable(std::nullopt);
+        answers::setTrayDoubleClicks(std::nullopt);
         answers::clear();
     }
 
