@@ -248,6 +248,9 @@ int identityCommand(const CommandLine& line, Profile& profile)
         const std::u16string name = u16(line.words[2]);
         if (profile.find(name) || findCertificate(name))
             return fail("a contact named '" + line.words[2] + "' exists already");
+        if (!profile.config.parsed())
+            return fail("the settings file " + u8(configPath())
+                + " can't be read, so no identity can be recorded in it; move it aside first");
         ContactRecord record;
         record.name = name;
         applyDetails(line.details, record);

@@ -79,6 +79,7 @@ EngineStatus createOwnIdentity(RecipientsStore& store, ConfigStore& config, Cont
     record.identity = *identity;
     // The settings first: they are the easier half to take back.
     const std::u16string earlierOwner = config.getString(ConfigKey::OwnerName);
+    platform::setLastError(0);
     if (!config.setString(ConfigKey::OwnerName, record.name)) {
         const std::uint32_t reason = platform::lastError() ? platform::lastError() : win::ERROR_FILE_INVALID;
         dropNewKey();

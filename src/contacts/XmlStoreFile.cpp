@@ -1,5 +1,7 @@
 #include "contacts/XmlStoreFile.h"
 
+#include <sys/stat.h>
+
 #include "platform/AtomicFile.h"
 #include "platform/StatusCodes.h"
 #include "platform/Utf.h"
@@ -33,6 +35,13 @@ EngineStatus loadDocument(
     pugi::xml_document& document, const std::u16string& path, const char* rootName, pugi::xml_node& root)
 {
     root = pugi::xml_node();
+    // A folder (or a device) where the file should be is a file that can't be read; the parser
+    // would take its size for the length of a file and ask for all the memory there is.
+    struct stat info {};
+    if (::stat(platform::toUtf8(path).c_str(), &info) == 0 && !S_ISREG(info.st_mode)) {
+        document.reset();
+        return EngineStatus(static_cast<std::uint32_t>(pugi::status_io_error), SeveritySuccess);
+    }
     const pugi::xml_parse_result parsed
         = document.load_file(platform::toUtf8(path).c_str(), pugi::parse_default, pugi::encoding_auto);
     if (!parsed) {

@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QLineEdit>
 #include <QCheckBox>
+#include <QContextMenuEvent>
 #include <QDialogButtonBox>
 #include <QDropEvent>
 #include <QElapsedTimer>
@@ -309,6 +310,45 @@ private slots:
         QCOMPARE(config.getString(ConfigKey::OwnerName), std::u16string(u"Ann Short"));
         QCOMPARE(certificateCount(), 1u);
         QCOMPARE(answers::unanswered(), 0);
+    }
+
+    void theMouseActsOnTheContactUnderIt()
+    {
+        freshProfile("mouse");
+        FirstStart seen;
+        answerFirstStart(seen, QStringLiteral("Ann Mouse"));
+        MainWindow window;
+        window.show();
+        KvxListWidget* contacts = window.form()->contactListWidget;
+        KvxListWidget* recipients = window.form()->recipientsListWidget;
+        QListWidgetItem* own = contacts->item(0);
+        contacts->clearSelection();
+
+        // A right-click on a contact that isn't selected selects it and offers its own menu.
+        QStringList offered;
+        QTimer::singleShot(50, &window, [&] {
+            if (QWidget* popup = QApplication::activePopupWidget()) {
+                for (QAction* action : popup->actions())
+                    if (action->isVisible() && action->isEnabled() && !action->isSeparator())
+                        offered << action->text();
+                popup->close();
+            }
+        });
+        const QPoint at = contacts->visualItemRect(own).center();
+        QContextMenuEvent click(QContextMenuEvent::Mouse, at, contacts->viewport()->mapToGlobal(at));
+        QApplication::sendEvent(contacts->viewport(), &click);
+        QVERIFY(own->isSelected());
+        QVERIFY2(offered.contains(QStringLiteral("Contact Details")) && offered.contains(QStringLiteral("Export Contact")),
+                 qPrintable(offered.join(u',')));
+
+        // A double-click moves a contact to the other list, and back.
+        QTest::mouseDClick(contacts->viewport(), Qt::LeftButton, {}, at);
+        QCOMPARE(contacts->count(), 0);
+        QCOMPARE(recipients->count(), 1);
+        QTest::mouseDClick(recipients->viewport(), Qt::LeftButton, {}, recipients->visualItemRect(recipients->item(0)).center());
+        QCOMPARE(recipients->count(), 0);
+        QCOMPARE(contacts->count(), 1);
+        QCOMPARE(contacts->item(0)->text(), QStringLiteral("Ann Mouse"));
     }
 
     void optionsRoundTripThroughTheFileAndTheAutostartEntry()

@@ -86,6 +86,8 @@ public:
     const QList<ActionEntry*>& entries() const { return actions; }
     // The action with this caption, or null.
     QAction* findAction(const QString& caption) const;
+    // Moves the selected contacts to the other list (a double-click does this).
+    virtual void moveToPeer() = 0;
 
 protected:
     virtual void createActions(QList<ActionEntry*>& entries) = 0;

@@ -22,6 +22,7 @@ public:
     QString chooseKeyFileToOpen();
     // The key file to export to, with the key suffix added unless it is already the only one.
     QString chooseKeyFileToSave(const QString& suggestedName);
+    void moveToPeer() override { moveSelectionToPeer(); }
 
 protected:
     void createActions(QList<ActionEntry*>& entries) override;

@@ -140,8 +140,34 @@ void KvxListWidget::keyPressEvent(QKeyEvent* event)
 
 void KvxListWidget::contextMenuEvent(QContextMenuEvent* event)
 {
+    // A right-click on a contact that isn't selected is about that contact, as in a file
+    // manager: it becomes the selection before the menu is made for it.
+    if (event->reason() != QContextMenuEvent::Keyboard) {
+        QListWidgetItem* item = itemAt(event->pos());
+        if (item && !item->isSelected()) {
+            clearSelection();
+            setCurrentItem(item);
+            item->setSelected(true);
+        }
+    }
     if (actionMan)
         actionMan->showMenu(event->globalPos(), true);
+}
+
+void KvxListWidget::mouseDoubleClickEvent(QMouseEvent* event)
+{
+    QListWidgetItem* item = event->button() == Qt::LeftButton ? itemAt(event->position().toPoint()) : nullptr;
+    if (!item || !actionMan) {
+        QListWidget::mouseDoubleClickEvent(event);
+        return;
+    }
+    // A double-click moves the contact to the other list, the shortest way to choose someone.
+    clearSelection();
+    item->setSelected(true);
+    actionMan->moveToPeer();
+    emit on_event();
+    if (peerList)
+        emit peerList->on_event();
 }
 
 bool KvxListWidget::acceptDrag(QDropEvent* event)
