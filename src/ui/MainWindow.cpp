@@ -14,6 +14,7 @@
 #include <QFileSystemWatcher>
 #include <QFile>
 #include <QFileInfo>
+#include <QKeyEvent>
 #include <QMenu>
 #include <QMetaObject>
 #include <QPushButton>
@@ -239,7 +240,48 @@ void MainWindow::setupExtras()
         button->setText(QString());
         button->setFlat(true);
         button->setEnabled(false);
+        button->installEventFilter(this);
     }
+    setupKeyboard();
+}
+
+// Every control is reached by Tab in the order the eye reads the window, shows where the focus
+// is, and answers Enter: the drop area opens the file list, as a double-click does.
+void MainWindow::setupKeyboard()
+{
+    QPushButton* toRecipients = ui->contactManButtonBox->button(QDialogButtonBox::Ok);
+    QPushButton* toContacts = ui->contactManButtonBox->button(QDialogButtonBox::Cancel);
+    toRecipients->setAccessibleName(tr("Add to recipients"));
+    toRecipients->setAccessibleDescription(tr("Moves the selected contacts to the selected recipients."));
+    toContacts->setAccessibleName(tr("Remove from recipients"));
+    toContacts->setAccessibleDescription(tr("Moves the selected recipients back to the available ones."));
+    ui->dropBoxLabel->setFocusPolicy(Qt::StrongFocus);
+    ui->dropBoxLabel->installEventFilter(this);
+    ui->BtnEncDec->installEventFilter(this);
+    const QList<QWidget*> order { ui->dropBoxLabel, ui->quickContactSearchBox, ui->contactListWidget, toRecipients,
+                                  toContacts, ui->recipientsListWidget, ui->BtnEncDec };
+    for (qsizetype i = 1; i < order.size(); ++i)
+        QWidget::setTabOrder(order[i - 1], order[i]);
+    // The status line is read by screen readers, not tabbed to.
+    ui->lineEdit->setFocusPolicy(Qt::ClickFocus);
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        const bool enter = key == Qt::Key_Return || key == Qt::Key_Enter;
+        if (watched == ui->dropBoxLabel && (enter || key == Qt::Key_Space)) {
+            if (packageMode == ModeEncrypt && ui->dropBoxLabel->isEnabled())
+                on_ViewFiles();
+            return true;
+        }
+        if (enter && (qobject_cast<QAbstractButton*>(watched))) {
+            static_cast<QAbstractButton*>(watched)->click();
+            return true;
+        }
+    }
+    return QMainWindow::eventFilter(watched, event);
 }
 
 void MainWindow::loadStores()

@@ -166,6 +166,8 @@ private:
     void keepCollection(bool stopped);
     void showPackageInTitle(const QString& path);
     void watchTray();
+    void setupKeyboard();
+    bool eventFilter(QObject* watched, QEvent* event) override;
     // Contacts imported or removed by another program (halvoren-cli) appear without a restart.
     void watchProfile();
     void reloadContacts();

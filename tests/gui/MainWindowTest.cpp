@@ -351,6 +351,60 @@ private slots:
         QCOMPARE(contacts->item(0)->text(), QStringLiteral("Ann Mouse"));
     }
 
+    void keyboardAndScreenReadersReachEveryControl()
+    {
+        freshProfile("keys");
+        FirstStart seen;
+        answerFirstStart(seen, QStringLiteral("Ann Keys"));
+        MainWindow window;
+        window.show();
+        Ui::MainWindow* ui = window.form();
+        const fs::path sources = freshFolder("keysources");
+        writeText(sources / "a.txt", "a");
+        dropUrls(window, { QUrl::fromLocalFile(QString::fromStdString((sources / "a.txt").string())) });
+        ui->contactListWidget->item(0)->setSelected(true);
+
+        // Tab goes round in reading order; a disabled control is passed over.
+        // The drop from outside took the activation away, as a real drag would.
+        QApplication::setActiveWindow(&window);
+        ui->dropBoxLabel->setFocus();
+        QTRY_VERIFY(QApplication::focusWidget() == ui->dropBoxLabel);
+        QStringList order { QApplication::focusWidget()->objectName() };
+        for (int i = 0; i < 4; ++i) {
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+            QWidget* focused = QApplication::focusWidget();
+            order << (focused->objectName().isEmpty() ? focused->accessibleName() : focused->objectName());
+        }
+        QCOMPARE(order, (QStringList { "dropBoxLabel", "quickContactSearchBox", "contactListWidget", "Add to recipients",
+                                       "recipientsListWidget" }));
+
+        // Enter on the drop area opens the file list; Enter on the arrow moves the contact.
+        QString opened;
+        answers::answer([&](QDialog& dialog) {
+            opened = dialog.windowTitle();
+            return int(QDialog::Rejected);
+        });
+        QTest::keyClick(ui->dropBoxLabel, Qt::Key_Return);
+        QCOMPARE(opened, QStringLiteral("File List to Encrypt"));
+        QTest::keyClick(ui->contactManButtonBox->button(QDialogButtonBox::Ok), Qt::Key_Return);
+        QCOMPARE(ui->recipientsListWidget->count(), 1);
+
+        // What a screen reader says for each control, and the menus' Alt letters.
+        for (QWidget* control : QList<QWidget*> { ui->dropBoxLabel, ui->quickContactSearchBox, ui->contactListWidget,
+                                                  ui->recipientsListWidget, ui->contactManButtonBox->button(QDialogButtonBox::Ok),
+                                                  ui->contactManButtonBox->button(QDialogButtonBox::Cancel), ui->BtnEncDec,
+                                                  ui->progressBar }) {
+            QAccessibleInterface* readable = QAccessible::queryAccessibleInterface(control);
+            QVERIFY(readable);
+            QVERIFY2(!readable->text(QAccessible::Name).isEmpty(), qPrintable(control->objectName()));
+            QVERIFY2(!readable->text(QAccessible::Description).isEmpty(), qPrintable(control->objectName()));
+        }
+        for (QAction* menu : ui->menuBar->actions())
+            QVERIFY2(menu->text().startsWith(u'&'), qPrintable(menu->text()));
+        QCOMPARE(ui->act_MW_check_updates->text().remove(u'&'), QStringLiteral("Check for Updates"));
+        QCOMPARE(answers::unanswered(), 0);
+    }
+
     void optionsRoundTripThroughTheFileAndTheAutostartEntry()
     {
         freshProfile("options");
