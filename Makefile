@@ -75,7 +75,8 @@ PREFIX ?= /usr/local
 install: build
 	DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
 
-# A Debian package of the same files under /usr, written to $(BUILD)/; its library dependencies
-# come from dpkg-shlibdeps.
-package: bootstrap build
-	cd $(BUILD) && cpack -G DEB
+# The Debian package, built by dpkg-buildpackage (debian/) from a clean copy of the sources and
+# left in $(BUILD)/; lintian's verdict follows. Its own build lies below $(BUILD)/dpkg.
+package: bootstrap
+	packaging/build-deb . $(BUILD) $(JOBS)
+	lintian $(BUILD)/dpkg/*.changes

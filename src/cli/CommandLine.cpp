@@ -45,6 +45,10 @@ bool parseCommandLine(int argc, char** argv, CommandLine& line, std::string& err
             line.help = true;
             continue;
         }
+        if (arg == "--version") {
+            line.version = true;
+            continue;
+        }
         if (arg == "--skip-unreadable") {
             line.skipUnreadable = true;
             continue;

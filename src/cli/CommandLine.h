@@ -25,6 +25,7 @@ struct CommandLine {
     bool flat = false;
     bool skipUnreadable = false;
     bool help = false;
+    bool version = false;
     ContactDetailOptions details;
 };
 

@@ -7,6 +7,8 @@
 #include "cli/CliCommands.h"
 #include "cli/CommandLine.h"
 #include "crypto/CryptoSession.h"
+#include "engine/AppConstants.h"
+#include "platform/Utf.h"
 
 int main(int argc, char** argv)
 {
@@ -17,6 +19,11 @@ int main(int argc, char** argv)
     if (!parseCommandLine(argc, argv, line, error)) {
         std::fprintf(stderr, "halvoren-cli: %s\nRun 'halvoren-cli --help' for usage.\n", error.c_str());
         return ExitUsage;
+    }
+    // The first line is "name version", as help2man and packagers' scripts read it.
+    if (line.version && !line.help) {
+        std::printf("halvoren-cli %s\n", platform::toUtf8(AppVersion).c_str());
+        return ExitOk;
     }
     return runCommand(line);
 }
