@@ -406,12 +406,10 @@ TEST_F(PackageEngineTest, NothingIsEverWrittenOutsideTheChosenFolder)
         std::uint32_t code;
         fs::path landsAt;
     };
+    // Which names are refused is the name rules' own test; here one refused name of each code
+    // shows that a refusal reaches the run.
     const std::vector<Case> cases {
-        {u"..\\outside\\x", win::ERROR_INVALID_NAME, {}},
-        {u"a\\..\\..\\outside\\x", win::ERROR_INVALID_NAME, {}},
         {u"a/../../outside/x", win::ERROR_INVALID_NAME, {}},
-        {u"C:\\x", win::ERROR_INVALID_NAME, {}},
-        {u"", win::ERROR_INVALID_NAME, {}},
         {std::u16string(32768, u'n'), win::ERROR_FILENAME_EXCED_RANGE, {}},
         {u"\\etc\\x", 0, out / "etc" / "x"},
         {u"\\\\server\\share\\x", 0, out / "server" / "share" / "x"},
