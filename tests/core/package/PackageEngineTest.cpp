@@ -354,12 +354,7 @@ TEST_F(PackageEngineTest, AStopOrFailureInAnyPhaseLeavesTheEarlierPackageAndNoTe
         EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 2) << c.what;
     }
 
-    // A full disk while the outer package is written, and a folder that isn't there.
-    session = Recorder {};
-    platform::faults::failAfter(platform::faults::Kind::Write, 3, win::ERROR_DISK_FULL, true);
-    EXPECT_EQ(create(sourceFiles(), package, {bob}).code(), win::ERROR_DISK_FULL);
-    platform::faults::reset();
-    EXPECT_EQ(readBytes(package).size(), 15u);
+    // A full disk at any write is the hardening test's; here a folder that isn't there.
     EXPECT_EQ(create(sourceFiles(), folder / "missing" / "p.kvx", {bob}).code(), win::ERROR_FILE_NOT_FOUND);
 
     // A run that succeeds replaces the earlier package.
@@ -406,12 +401,10 @@ TEST_F(PackageEngineTest, NothingIsEverWrittenOutsideTheChosenFolder)
         std::uint32_t code;
         fs::path landsAt;
     };
+    // Which names are refused is the name rules' own test; here one refused name of each code
+    // shows that a refusal reaches the run.
     const std::vector<Case> cases {
-        {u"..\\outside\\x", win::ERROR_INVALID_NAME, {}},
-        {u"a\\..\\..\\outside\\x", win::ERROR_INVALID_NAME, {}},
         {u"a/../../outside/x", win::ERROR_INVALID_NAME, {}},
-        {u"C:\\x", win::ERROR_INVALID_NAME, {}},
-        {u"", win::ERROR_INVALID_NAME, {}},
         {std::u16string(32768, u'n'), win::ERROR_FILENAME_EXCED_RANGE, {}},
         {u"\\etc\\x", 0, out / "etc" / "x"},
         {u"\\\\server\\share\\x", 0, out / "server" / "share" / "x"},

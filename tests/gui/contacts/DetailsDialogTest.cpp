@@ -20,22 +20,6 @@ class DetailsDialogTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void formFitsItsSizeAndStaysOnTop()
-    {
-        ContactDetailsDlg dialog;
-        QCOMPARE(dialog.windowModality(), Qt::ApplicationModal);
-        const Qt::WindowFlags flags = dialog.windowFlags();
-        QCOMPARE(flags & Qt::WindowType_Mask, Qt::Tool);
-        QVERIFY(flags.testFlag(Qt::WindowStaysOnTopHint));
-        // Every field the callers fill must exist under its name, or a setter silently does nothing.
-        for (const char* name : { "ContactNameLE", "FirstNameLE", "LastNameLE", "OrganizationLE", "EMailLE" })
-            QVERIFY2(edit(dialog, name), name);
-        QVERIFY(comments(dialog));
-        // The form fits its starting size: showing it doesn't push the window taller.
-        dialog.show();
-        QCOMPARE(dialog.size(), QSize(291, 493));
-    }
-
     void firstStartOkFollowsTheTypedName()
     {
         ContactDetailsDlg dialog;

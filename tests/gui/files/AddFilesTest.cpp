@@ -26,14 +26,24 @@ namespace fs = std::filesystem;
 
 namespace {
 
-void makeFiles(const fs::path& folder, const QStringList& relative)
+// A fresh folder "T" in the sandbox holding the given files (a trailing slash makes a folder).
+QString makeTree(const char* hint, const QStringList& relative)
 {
+    const fs::path root = freshFolder(hint) / "T";
     for (const QString& name : relative) {
-        const fs::path file = folder / name.toStdString();
+        const fs::path file = root / name.toStdString();
         fs::create_directories(file.parent_path());
         if (!name.endsWith(u'/'))
             writeText(file, "x");
     }
+    return qpath(root);
+}
+
+// The chooser as the user meets it: tall enough that the rows under test are on screen.
+void showChooser(AddFilesDialog& dialog)
+{
+    dialog.resize(700, 900);
+    showActive(dialog);
 }
 
 int entriesOnDisk(const QString& path)
@@ -96,13 +106,10 @@ private slots:
 
     void marksTravelDownIntoOpenFoldersAndUpToCompleteOnes()
     {
-        const fs::path rootPath = freshFolder("marks") / "T";
-        const QString root = qpath(rootPath);
-        makeFiles(rootPath, { "a/x.txt", "a/y.txt", "a/sub/z.txt", "b.txt", "c/q.txt", "c/r.txt", "d1/d2/d3/f.txt" });
+        const QString root = makeTree("marks", { "a/x.txt", "a/y.txt", "a/sub/z.txt", "b.txt", "c/q.txt", "c/r.txt", "d1/d2/d3/f.txt" });
         QStringList paths;
         AddFilesDialog dialog(&paths);
-        dialog.resize(700, 900);
-        showActive(dialog);
+        showChooser(dialog);
         QCOMPARE(dialog.windowTitle(), QStringLiteral("Select Files or Folders to Add"));
         QVERIFY(openFolder(dialog, root));
         QVERIFY(openFolder(dialog, root + "/a"));
@@ -171,14 +178,11 @@ private slots:
 
     void okHandsOverTheMarkedPathsAndCancelNothing()
     {
-        const fs::path rootPath = freshFolder("ok") / "T";
-        const QString root = qpath(rootPath);
-        makeFiles(rootPath, { "one.txt", "two.txt", "folder/inner.txt" });
+        const QString root = makeTree("ok", { "one.txt", "two.txt", "folder/inner.txt" });
         {
             QStringList paths;
             AddFilesDialog dialog(&paths);
-            dialog.resize(700, 900);
-            showActive(dialog);
+            showChooser(dialog);
             QVERIFY(openFolder(dialog, root));
             click(dialog, root + "/two.txt");
             click(dialog, root + "/folder");
@@ -191,8 +195,7 @@ private slots:
         {
             QStringList paths;
             AddFilesDialog dialog(&paths);
-            dialog.resize(700, 900);
-            showActive(dialog);
+            showChooser(dialog);
             QVERIFY(openFolder(dialog, root));
             click(dialog, root + "/one.txt");
             dialog.form()->CancelButton->click();
@@ -227,13 +230,10 @@ private slots:
 
     void hiddenEntriesShowAndAFolderIsMarkedFromBelowOnlyWhenAllOfItShows()
     {
-        const fs::path rootPath = freshFolder("hidden") / "T";
-        const QString root = qpath(rootPath);
-        makeFiles(rootPath, { "proj/visible.txt", "proj/.env", "proj/.git/config" });
+        const QString root = makeTree("hidden", { "proj/visible.txt", "proj/.env", "proj/.git/config" });
         QStringList paths;
         AddFilesDialog dialog(&paths);
-        dialog.resize(700, 900);
-        showActive(dialog);
+        showChooser(dialog);
         QTreeView* tree = dialog.form()->filesTree;
         QVERIFY(openFolder(dialog, root + "/proj"));
         Marks marked { dialog, root };
@@ -271,13 +271,10 @@ private slots:
 
     void keysMoveTheCurrentItemAndOnlySpaceMarks()
     {
-        const fs::path rootPath = freshFolder("keys") / "T";
-        const QString root = qpath(rootPath);
-        makeFiles(rootPath, { "bin/f", "etc/f", "sys/f", "tmp/f", "usr/f" });
+        const QString root = makeTree("keys", { "bin/f", "etc/f", "sys/f", "tmp/f", "usr/f" });
         QStringList paths;
         AddFilesDialog dialog(&paths);
-        dialog.resize(700, 900);
-        showActive(dialog);
+        showChooser(dialog);
         QVERIFY(openFolder(dialog, QFileInfo(root).path()));
         QTreeView* tree = dialog.form()->filesTree;
         QItemSelectionModel* selection = tree->selectionModel();
@@ -314,13 +311,10 @@ private slots:
 
     void menuWorksOnTheClickedItemAndLeavesTheMarks()
     {
-        const fs::path rootPath = freshFolder("menu") / "T";
-        const QString root = qpath(rootPath);
-        makeFiles(rootPath, { "marked.txt", "clicked.txt" });
+        const QString root = makeTree("menu", { "marked.txt", "clicked.txt" });
         QStringList paths;
         AddFilesDialog dialog(&paths);
-        dialog.resize(700, 900);
-        showActive(dialog);
+        showChooser(dialog);
         QVERIFY(openFolder(dialog, root));
         click(dialog, root + "/marked.txt");
 
