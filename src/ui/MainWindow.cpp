@@ -1200,16 +1200,9 @@ bool MainWindow::startEncryption()
             unstorable << QDir::toNativeSeparators(QString::fromStdU16String(path));
     }
     if (!unstorable.isEmpty()) {
-        const int shown = std::min<int>(int(unstorable.size()), 10);
-        QString list = QStringList(unstorable.mid(0, shown)).join(u'\n');
-        if (unstorable.size() > shown)
-            list += tr("\n... and %1 more").arg(unstorable.size() - shown);
-        QMessageBox box(QMessageBox::Warning, qs(AppName),
-                        tr("These files have a backslash in their names, which a package can't keep (it separates "
-                           "folders there). Rename them or remove them from the package:\n%1")
-                            .arg(list),
-                        QMessageBox::Ok, this);
-        Dialogs::exec(box);
+        refuseFiles(tr("These files have a backslash in their names, which a package can't keep (it separates "
+                       "folders there). Rename them or remove them from the package:\n%1"),
+                    unstorable, 10, QStringLiteral("\n"));
         return false;
     }
     engine->setFiles(packageFiles);
@@ -1219,16 +1212,9 @@ bool MainWindow::startEncryption()
         QStringList pairs;
         for (const auto& [first, second] : clashes)
             pairs << QStringLiteral("%1\n%2").arg(QString::fromStdU16String(first), QString::fromStdU16String(second));
-        const int shown = std::min<int>(int(pairs.size()), 5);
-        QString list = QStringList(pairs.mid(0, shown)).join(QStringLiteral("\n\n"));
-        if (pairs.size() > shown)
-            list += tr("\n... and %1 more").arg(pairs.size() - shown);
-        QMessageBox box(QMessageBox::Warning, qs(AppName),
-                        tr("These files would have the same name in the package, so one would replace the other "
-                           "when it is opened. Rename one of each pair or remove it from the package:\n\n%1")
-                            .arg(list),
-                        QMessageBox::Ok, this);
-        Dialogs::exec(box);
+        refuseFiles(tr("These files would have the same name in the package, so one would replace the other "
+                       "when it is opened. Rename one of each pair or remove it from the package:\n\n%1"),
+                    pairs, 5, QStringLiteral("\n\n"));
         return false;
     }
     packagePathBeforeRun = packagePath;
@@ -1255,6 +1241,16 @@ bool MainWindow::startEncryption()
     threadFinished = false;
     packageThread->start(QThread::InheritPriority);
     return true;
+}
+
+void MainWindow::refuseFiles(const QString& text, const QStringList& items, int most, const QString& separator)
+{
+    const int shown = std::min<int>(int(items.size()), most);
+    QString list = QStringList(items.mid(0, shown)).join(separator);
+    if (items.size() > shown)
+        list += tr("\n... and %1 more").arg(items.size() - shown);
+    QMessageBox box(QMessageBox::Warning, qs(AppName), text.arg(list), QMessageBox::Ok, this);
+    Dialogs::exec(box);
 }
 
 bool MainWindow::startDecryption()

@@ -167,6 +167,8 @@ private:
     void showPackageInTitle(const QString& path);
     void watchTray();
     void setupKeyboard();
+    // A warning that lists the files in the way (at most `most` of them) and starts nothing.
+    void refuseFiles(const QString& text, const QStringList& items, int most, const QString& separator);
     bool eventFilter(QObject* watched, QEvent* event) override;
     // Contacts imported or removed by another program (halvoren-cli) appear without a restart.
     void watchProfile();

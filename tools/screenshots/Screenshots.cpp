@@ -164,18 +164,31 @@ int main(int argc, char* argv[])
                 big.write(block);
         }
     }
+    // The sources for Bert, collected as the user does before Encrypt.
+    auto collect = [&] {
+        drop(window, { QUrl::fromLocalFile(sources) });
+        window.form()->contactListWidget->item(1)->setSelected(true);
+        window.form()->contactManButtonBox->button(QDialogButtonBox::Ok)->click();
+        QCoreApplication::processEvents();
+    };
+    // Encrypt under the given name; the message the run brings up is rendered and answered.
+    auto encryptShowing = [&](const QString& package, const QString& shot, QMessageBox::StandardButton answer) {
+        Dialogs::testing::answerPath(sandbox.filePath(package));
+        Dialogs::testing::answerMessage([shot, answer](QMessageBox& box) {
+            box.show();
+            save(box, shot);
+            return int(answer);
+        });
+        window.form()->BtnEncDec->click();
+    };
+    auto waitForTheRun = [&] {
+        while (window.thread()->isRunning() || window.currentButtonState() == ButtonCancel)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    };
+
     window.form()->act_MW_close_package->trigger();
-    drop(window, { QUrl::fromLocalFile(sources) });
-    window.form()->contactListWidget->item(1)->setSelected(true);
-    window.form()->contactManButtonBox->button(QDialogButtonBox::Ok)->click();
-    QCoreApplication::processEvents();
-    Dialogs::testing::answerPath(sandbox.filePath(QStringLiteral("for-bert.kvx")));
-    Dialogs::testing::answerMessage([](QMessageBox& box) {
-        box.show();
-        save(box, QStringLiteral("completion-report"));
-        return int(QMessageBox::Ok);
-    });
-    window.form()->BtnEncDec->click();
+    collect();
+    encryptShowing(QStringLiteral("for-bert.kvx"), QStringLiteral("completion-report"), QMessageBox::Ok);
     bool grabbed = false;
     while (window.thread()->isRunning() || window.currentButtonState() == ButtonCancel) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
@@ -188,20 +201,10 @@ int main(int argc, char* argv[])
     // The question a failing source brings up, as the program builds it.
     {
         QFile::remove(sources + QStringLiteral("/holiday.mov"));
-        drop(window, { QUrl::fromLocalFile(sources) });
+        collect();
         QFile::remove(sources + QStringLiteral("/letters/b.txt"));
-        window.form()->contactListWidget->item(1)->setSelected(true);
-        window.form()->contactManButtonBox->button(QDialogButtonBox::Ok)->click();
-        QCoreApplication::processEvents();
-        Dialogs::testing::answerPath(sandbox.filePath(QStringLiteral("second.kvx")));
-        Dialogs::testing::answerMessage([](QMessageBox& box) {
-            box.show();
-            save(box, QStringLiteral("error-question"));
-            return int(QMessageBox::Cancel);
-        });
-        window.form()->BtnEncDec->click();
-        while (window.thread()->isRunning() || window.currentButtonState() == ButtonCancel)
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+        encryptShowing(QStringLiteral("second.kvx"), QStringLiteral("error-question"), QMessageBox::Cancel);
+        waitForTheRun();
         // The stop wrote nothing and gave the collection back.
         save(window, QStringLiteral("main-stopped"));
     }
@@ -209,19 +212,9 @@ int main(int argc, char* argv[])
     // A run that fails says why: here the package's folder is gone.
     {
         window.form()->act_MW_close_package->trigger();
-        drop(window, { QUrl::fromLocalFile(sources) });
-        window.form()->contactListWidget->item(1)->setSelected(true);
-        window.form()->contactManButtonBox->button(QDialogButtonBox::Ok)->click();
-        QCoreApplication::processEvents();
-        Dialogs::testing::answerPath(sandbox.filePath(QStringLiteral("gone/third.kvx")));
-        Dialogs::testing::answerMessage([](QMessageBox& box) {
-            box.show();
-            save(box, QStringLiteral("completion-report-failed"));
-            return int(QMessageBox::Ok);
-        });
-        window.form()->BtnEncDec->click();
-        while (window.thread()->isRunning() || window.currentButtonState() == ButtonCancel)
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+        collect();
+        encryptShowing(QStringLiteral("gone/third.kvx"), QStringLiteral("completion-report-failed"), QMessageBox::Ok);
+        waitForTheRun();
         window.form()->act_MW_close_package->trigger();
     }
 
