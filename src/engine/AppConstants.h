@@ -15,7 +15,6 @@ inline constexpr std::u16string_view KeySuffix = u"kvxk";
 inline constexpr std::u16string_view HelpFileName = u"Halvoren.html";
 inline constexpr std::u16string_view SetupMutexName = u"HalvorenSetup_8A89AD5D-9476-436C-AEB4-340D02667B2B";
 inline constexpr std::u16string_view AutostartSwitch = u"--autostart";
-inline constexpr std::u16string_view WebSite = u"https://halvoren.example";
 inline constexpr std::u16string_view SupportAddress = u"support@halvoren.example";
 inline constexpr std::u16string_view CrashUrl = u"https://halvoren.example/tools/crashrpt.php";
 inline constexpr std::u16string_view CertificateStoreName = u"Halvoren Certificate Store";

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "engine/AppConstants.h"
+#include "ui/desktop/WebSite.h"
 #include "ui_AboutDialog.h"
 
 namespace {
@@ -12,7 +13,7 @@ QString qs(std::u16string_view text) { return QString::fromStdU16String(std::u16
 // from the one place that holds them.
 QString aboutText()
 {
-    const QString site = qs(WebSite);
+    const QString site = webSite();
     const QString link = QStringLiteral("<a href=\"%1\" style=\"text-decoration: underline; color:#0000ff;\">%2</a>");
     const QString paragraph = QStringLiteral("<p style=\"margin-top:0px; margin-bottom:8px;\">%1</p>");
     QString html = QStringLiteral("<html><body>");
@@ -20,9 +21,11 @@ QString aboutText()
                            "Beta</p>")
                 .arg(qs(AppName), qs(AppVersion));
     html += paragraph.arg(QStringLiteral("Secure Files Sending for Multiple Recipients."));
-    html += paragraph.arg(QStringLiteral("Visit home page - ") + link.arg(site, site));
-    html += paragraph.arg(QStringLiteral("Support - ")
-        + link.arg(site + QStringLiteral("/files/support.html"), site + QStringLiteral("/Support")));
+    if (!site.isEmpty()) {
+        html += paragraph.arg(QStringLiteral("Visit home page - ") + link.arg(site, site));
+        html += paragraph.arg(QStringLiteral("Support - ")
+            + link.arg(site + QStringLiteral("/files/support.html"), site + QStringLiteral("/Support")));
+    }
     html += QStringLiteral("</body></html>");
     return html;
 }

@@ -48,6 +48,7 @@
 #include "ui/AboutDialog.h"
 #include "ui/desktop/HelpFile.h"
 #include "ui/desktop/MapiMail.h"
+#include "ui/desktop/WebSite.h"
 #include "ui/desktop/ShowInFolder.h"
 #include "ui/files/AddFilesDialog.h"
 #include "ui/files/FileListDlg.h"
@@ -594,6 +595,9 @@ void MainWindow::connectActions()
     connect(ui->act_MW_help, &QAction::triggered, this, &MainWindow::on_Help);
     connect(ui->act_MW_check_updates, &QAction::triggered, this, &MainWindow::on_CheckForUpdates);
     connect(ui->act_MW_give_feedback, &QAction::triggered, this, &MainWindow::on_GetFeedback);
+    // Without a web site of the build there is nothing to ask for updates or feedback.
+    ui->act_MW_check_updates->setVisible(!webSite().isEmpty());
+    ui->act_MW_give_feedback->setVisible(!webSite().isEmpty());
     connect(ui->act_MW_about, &QAction::triggered, this, &MainWindow::on_About);
     connect(ui->act_MW_new_contact, SIGNAL(triggered()), contactActions, SLOT(add_new_contact()));
     connect(ui->act_MW_options, &QAction::triggered, this, &MainWindow::on_Options);
@@ -940,16 +944,15 @@ QUrl MainWindow::updateUrl()
         : architecture == QLatin1String("i386")                  ? QStringLiteral("x86")
         : architecture == QLatin1String("ia64")                  ? QStringLiteral("IA64")
                                                                  : QStringLiteral("Unknown");
-    QString osver = QSysInfo::kernelVersion();
-    if (osver.isEmpty())
-        osver = QStringLiteral("Unknown");
-    return QUrl(qs(WebSite) + QStringLiteral("/update/update.php?osarc=") + osarc + QStringLiteral("&osver=") + osver
-                + QStringLiteral("&appver=") + qs(AppVersion));
+    // The kernel's version is left out of the query, though the update service asks for it: it
+    // tells a web server more about the machine than an update needs.
+    return QUrl(webSite() + QStringLiteral("/update/update.php?osarc=") + osarc + QStringLiteral("&appver=")
+                + qs(AppVersion));
 }
 
 void MainWindow::on_CheckForUpdates() { Dialogs::openUrl(updateUrl()); }
 
-void MainWindow::on_GetFeedback() { Dialogs::openUrl(QUrl(qs(WebSite) + QStringLiteral("/files/support.html"))); }
+void MainWindow::on_GetFeedback() { Dialogs::openUrl(QUrl(webSite() + QStringLiteral("/files/support.html"))); }
 
 void MainWindow::on_EncryptAndSend()
 {

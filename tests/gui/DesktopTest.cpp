@@ -17,6 +17,7 @@
 
 #include "QtTestSupport.h"
 #include "ui/AboutDialog.h"
+#include "ui/desktop/WebSite.h"
 #include "ui/desktop/HelpFile.h"
 #include "ui/desktop/MapiMail.h"
 
@@ -105,7 +106,15 @@ class DesktopTest : public QObject {
 private slots:
     void aboutDialogShowsNameVersionAndLinksAndClosesWithOk()
     {
+        // Without a web site of the build the box names no links at all.
+        WebSiteTesting::setAddress(QString());
+        {
+            AboutDialog bare;
+            QVERIFY(!bare.findChild<QLabel*>(QStringLiteral("label_2"))->text().contains(QStringLiteral("href")));
+        }
+        WebSiteTesting::setAddress(QStringLiteral("https://halvoren.example"));
         AboutDialog dialog;
+        WebSiteTesting::setAddress(std::nullopt);
         QCOMPARE(dialog.windowTitle(), QStringLiteral("About Halvoren"));
         QCOMPARE(dialog.size(), QSize(412, 197));
         QCOMPARE(dialog.minimumSize(), dialog.maximumSize());
