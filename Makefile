@@ -24,6 +24,7 @@ run: bootstrap build
 DIR ?= screenshots
 screenshots: bootstrap build
 	QT_QPA_PLATFORM=offscreen $(BUILD)/tools/halvoren_screenshots $(DIR)
+	QT_QPA_PLATFORM=offscreen $(BUILD)/tools/halvoren_screenshots --dark $(DIR)/dark
 
 test: bootstrap build
 	cd $(BUILD) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j $(JOBS)

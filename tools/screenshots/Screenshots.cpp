@@ -5,6 +5,7 @@
 //     halvoren_screenshots FOLDER        (make screenshots DIR=FOLDER)
 
 #include <QApplication>
+#include <QPalette>
 #include <QDialogButtonBox>
 #include <QDir>
 #include <QDropEvent>
@@ -103,7 +104,27 @@ int main(int argc, char* argv[])
 
     QApplication application(argc, argv);
     Q_INIT_RESOURCE(halvoren);
-    outputFolder = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("screenshots");
+    QStringList arguments = application.arguments().mid(1);
+    // --dark renders every screen under a dark desktop palette, as a dark GTK or Plasma theme
+    // hands it to the program: every text must stay readable there too.
+    if (arguments.value(0) == QStringLiteral("--dark")) {
+        arguments.removeFirst();
+        QPalette dark;
+        dark.setColor(QPalette::Window, QColor(45, 45, 48));
+        dark.setColor(QPalette::WindowText, QColor(230, 230, 230));
+        dark.setColor(QPalette::Base, QColor(30, 30, 32));
+        dark.setColor(QPalette::AlternateBase, QColor(50, 50, 54));
+        dark.setColor(QPalette::Text, QColor(235, 235, 235));
+        dark.setColor(QPalette::Button, QColor(60, 60, 64));
+        dark.setColor(QPalette::ButtonText, QColor(235, 235, 235));
+        dark.setColor(QPalette::ToolTipBase, QColor(60, 60, 64));
+        dark.setColor(QPalette::ToolTipText, QColor(235, 235, 235));
+        dark.setColor(QPalette::Highlight, QColor(60, 120, 200));
+        dark.setColor(QPalette::HighlightedText, Qt::white);
+        dark.setColor(QPalette::PlaceholderText, QColor(150, 150, 150));
+        QApplication::setPalette(dark);
+    }
+    outputFolder = arguments.isEmpty() ? QStringLiteral("screenshots") : arguments.first();
     if (!QDir().mkpath(outputFolder)) {
         std::fprintf(stderr, "halvoren_screenshots: can't make the folder %s\n", qPrintable(outputFolder));
         return 1;
