@@ -21,7 +21,9 @@
 #include "QtTestSupport.h"
 #include "Sandbox.h"
 #include "TestSupport.h"
+#include "contacts/ConfigStore.h"
 #include "crypto/CertificateStore.h"
+#include "engine/AppConstants.h"
 #include "platform/Profile.h"
 #include "ui/Dialogs.h"
 #include "ui/MainWindow.h"
@@ -623,6 +625,60 @@ private slots:
                  qPrintable(text));
         QVERIFY(!window.thread()->isRunning());
         QCOMPARE(answers::pendingAnswers(), 0); // no save dialog was asked for
+    }
+
+    void theOptionsForMyselfAndForQuietRunsHold()
+    {
+        useProfile(anna);
+        answers::clear();
+        // "Automatically encrypt files for myself" and "Do not notify when operation is completed".
+        {
+            ConfigStore config;
+            QVERIFY(config.load(configPath()).ok());
+            QVERIFY(config.setBool(ConfigKey::AutomaticallyAddToRecipients, true));
+            QVERIFY(config.setBool(ConfigKey::DoNotCompletitionNotify, true));
+        }
+        const fs::path package = freshFolder("for-both") / "both.kvx";
+        {
+            MainWindow window;
+            window.show();
+            drop(window, { QUrl::fromLocalFile(qpath(sources / "single.bin")) });
+            chooseRecipient(window, QStringLiteral("Bert Example"));
+            answers::answerPath(qpath(package));
+            runAndWait(window);
+            // A quiet run ends without a report; the status line tells it.
+            QVERIFY(answers::shown().isEmpty());
+            QCOMPARE(window.form()->lineEdit->text(), QStringLiteral("Ready"));
+        }
+        // The maker opens the package she made for Bert alone, and so does Bert.
+        for (const fs::path& who : { anna, bert }) {
+            const fs::path out = freshFolder("opened");
+            QCOMPARE(cli(who, { "decrypt", qpath(package), "-C", qpath(out) }), 0);
+            QCOMPARE(readBytes(out / "single.bin"), readBytes(sources / "single.bin"));
+        }
+        {
+            ConfigStore config;
+            QVERIFY(config.load(configPath()).ok());
+            QVERIFY(config.setBool(ConfigKey::AutomaticallyAddToRecipients, false));
+            QVERIFY(config.setBool(ConfigKey::DoNotCompletitionNotify, false));
+        }
+        QCOMPARE(answers::unanswered(), 0);
+    }
+
+    void aDropIsRefusedWhileThePackageInHandIsOpenedForDecryption()
+    {
+        useProfile(anna);
+        answers::clear();
+        MainWindow window;
+        window.show();
+        const fs::path opened = freshFolder("opened-pkg") / "some.kvx";
+        writeText(opened, "a package");
+        drop(window, { QUrl::fromLocalFile(qpath(opened)) });
+        QCOMPARE(window.mode(), ModeDecrypt);
+        QVERIFY(!window.form()->dropBoxLabel->isEnabled());
+        QVERIFY(!dropFromOutside(window, *window.form()->dropBoxLabel, { QUrl::fromLocalFile(qpath(sources / "single.bin")) }));
+        QVERIFY(window.files().empty());
+        QCOMPARE(window.mode(), ModeDecrypt);
     }
 
     void cleanupTestCase() { closeCertificateStore(); }
