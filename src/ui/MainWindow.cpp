@@ -12,6 +12,7 @@
 #include <QMimeData>
 #include <QDir>
 #include <QFileSystemWatcher>
+#include <QFontDatabase>
 #include <QFile>
 #include <QFileInfo>
 #include <QKeyEvent>
@@ -85,11 +86,26 @@ void createEmptyFile(const QString& path)
 }
 } // namespace
 
+// The forms ask for "Segoe UI", which a Linux desktop rarely has. Where it is missing, the
+// desktop's own interface font takes its place at the size the form asks for, instead of
+// whatever face the font configuration happens to find first.
+static void useDesktopFontForMissingFaces()
+{
+    static bool done = false;
+    if (done)
+        return;
+    done = true;
+    const QString requested = QStringLiteral("Segoe UI");
+    if (!QFontDatabase::families().contains(requested))
+        QFont::insertSubstitution(requested, QApplication::font().family());
+}
+
 MainWindow::MainWindow(QWidget* parent)
     : QMainWindow(parent)
     , ui(new Ui::MainWindow)
 {
     initResources();
+    useDesktopFontForMissingFaces();
     ui->setupUi(this);
 
     cancelRequested = !startupCheck();
@@ -729,6 +745,8 @@ void MainWindow::addDroppedUrls(const QList<QUrl>& urls)
     }
     for (const QUrl& url : urls)
         nameRoots.insert(nameRootFor(url.toLocalFile().toStdU16String()));
+    // What an earlier stopped or failed run said is over once the collection changes.
+    setStatusText(tr("Ready"));
 }
 
 void MainWindow::on_EncryptEnable()
@@ -1131,6 +1149,7 @@ void MainWindow::on_PackageDropped(QString package_name)
     enablePackageWidgets(false);
     packagePath = package_name;
     showPackageInTitle(package_name);
+    setStatusText(tr("Ready"));
     ui->dropBoxLabel->setText(decryptHintText);
     packageMode = ModeDecrypt;
     setButtonState(ButtonDecrypt);
