@@ -126,8 +126,11 @@ EngineStatus RecipientsStore::add(const ContactRecord& record)
     // Whether the store had this certificate before decides what an undo takes back.
     const bool storedBefore
         = record.identity.certificate() && certificatePosition(record.identity.certificate()) != NoCertificatePosition;
-    if (!record.identity.addToStore().ok())
+    if (!record.identity.certificate())
         return EngineStatus(win::ERROR_INVALID_PARAMETER, SeverityError);
+    // What kept the certificate out (a full disk, a read-only folder) is what the user is told.
+    if (const EngineStatus stored = record.identity.addToStore(); !stored.ok())
+        return stored;
     auto undoCertificate = [&] {
         if (!storedBefore) {
             const std::uint32_t reason = platform::lastError();

@@ -30,7 +30,7 @@ public:
     // Elements without a certificate are ignored and stay in the file.
     EngineStatus load(std::vector<ContactRecord>& contacts, const std::u16string& path);
     // A change of a file that didn't parse is refused (1616) before anything is touched.
-    // Certificate first (87 if refused), then the element (1616 if it can't be made), then the
+    // Certificate first (87 without one; else the store's own reason, a full disk say), then the element (1616 if it can't be made), then the
     // file (0 with SeverityError if it can't be written; a certificate the store didn't have
     // before is taken out again). An element of the same name left without its certificate is
     // replaced.

@@ -393,6 +393,7 @@ CertificatePtr findOwnCertificate(const std::u16string& ownerName)
 {
     if (!ensureOpen())
         return nullptr;
+    std::uint32_t keyProblem = 0;
     for (const auto& entry : state().entries) {
         if (!entry.certificate)
             continue;
@@ -401,10 +402,15 @@ CertificatePtr findOwnCertificate(const std::u16string& ownerName)
         // The key proves it: the public half of the profile's private key is in the certificate.
         if (hasPrivateKey(entry.certificate))
             return crypto_detail::cloneCertificate(*entry.certificate);
+        if (!ownerName.empty() && platform::lastError() == win::NTE_BAD_KEYSET)
+            keyProblem = win::NTE_BAD_KEYSET;
     }
-    platform::setLastError(win::CRYPT_E_NOT_FOUND);
+    // The owner's certificate is there but its key file can't be used: that is what is wrong.
+    platform::setLastError(keyProblem ? keyProblem : win::CRYPT_E_NOT_FOUND);
     return nullptr;
 }
+
+const std::u16string& ownCertificateName() { return state().ownName; }
 
 CertificatePtr ownCertificate() { return findOwnCertificate(state().ownName); }
 

@@ -48,8 +48,12 @@ CertificatePtr findCertificate(const std::u16string& name);
 // when one is kept, else the first such in store order. The name alone never makes a certificate
 // one's own, so a contact whose name resembles the owner's can never be taken for the owner.
 CertificatePtr ownCertificate();
-// The same rule for a given owner name (empty: any certificate with its private key here).
+// The same rule for a given owner name (empty: any certificate with its private key here). When
+// the owner's certificate is there but its key file holds no usable key, the last error is
+// NTE_BAD_KEYSET.
 CertificatePtr findOwnCertificate(const std::u16string& ownerName);
+// The owner's name the store was opened with.
+const std::u16string& ownCertificateName();
 // Whether two names are one person's: equal as a whole, ignoring case.
 bool sameName(const std::u16string& a, const std::u16string& b);
 // Whether two certificates stand for the same person: the very same certificate (issuer and

@@ -103,22 +103,27 @@ ByteBlobPtr CryptoSession::openEnvelope(const ByteBlob* blob)
     // One comparison of issuer and serial per record, and no private-key work until the own record
     // is found, so an envelope with thousands of records costs thousands of comparisons only.
     CertificatePtr own = ownCertificate();
+    // An own certificate whose private key file is damaged still finds its record, so that the
+    // user learns that the key can't be read rather than that the package is not for them.
+    const CertificatePtr matched
+        = own ? own : (platform::lastError() == win::NTE_BAD_KEYSET ? findCertificate(ownCertificateName()) : nullptr);
     CMS_RecipientInfo* mine = nullptr;
-    for (int i = 0; own && i < count && !mine; ++i) {
+    for (int i = 0; matched && i < count && !mine; ++i) {
         CMS_RecipientInfo* info = sk_CMS_RecipientInfo_value(infos, i);
-        if (CMS_RecipientInfo_type(info) == CMS_RECIPINFO_TRANS && CMS_RecipientInfo_ktri_cert_cmp(info, own->x509()) == 0)
+        if (CMS_RecipientInfo_type(info) == CMS_RECIPINFO_TRANS
+            && CMS_RecipientInfo_ktri_cert_cmp(info, matched->x509()) == 0)
             mine = info;
     }
     ERR_clear_error();
-    if (!mine) {
-        EngineStatus notFound(win::CRYPT_E_RECIPIENT_NOT_FOUND, SeverityError);
+    if (!mine || !own) {
+        const std::uint32_t code = mine ? win::NTE_BAD_KEYSET : win::CRYPT_E_RECIPIENT_NOT_FOUND;
         if (userParameter_) {
-            userParameter_->status = notFound;
+            userParameter_->status = EngineStatus(code, SeverityError);
             userParameter_->fileName = nullptr;
         }
         if (callback_)
             callback_(OpError, 0, 0, userParameter_);
-        platform::setLastError(win::CRYPT_E_RECIPIENT_NOT_FOUND);
+        platform::setLastError(code);
         return nullptr;
     }
 

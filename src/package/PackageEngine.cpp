@@ -188,8 +188,11 @@ private:
         session.setCallback(relay_.callback());
         session.setUserParameter(relay_.record());
         const SessionKeyPtr sessionKey = session.openKey(envelope.data(), envelope.size());
+        // A private key that can't be read is told as such; any other failure of the envelope is
+        // the decryption's as a whole.
         if (!sessionKey)
-            return cannotMake;
+            return platform::lastError() == win::NTE_BAD_KEYSET ? EngineStatus(win::NTE_BAD_KEYSET, SeverityError)
+                                                                 : cannotMake;
 
         status = makeTemp(plain, failedIn);
         if (!status.ok())
@@ -403,15 +406,19 @@ EngineStatus PackageEngine::makeDirectories(const std::u16string& base, const st
 {
     if (base.empty() || relative.empty())
         return EngineStatus(win::ERROR_INVALID_PARAMETER, SeverityError);
-    const EngineStatus failed(win::ERROR_DIRECTORY, SeverityError);
     std::u16string reached = base;
     auto stop = [&](platform::FileHandle parent, const std::u16string& part) {
+        // A folder that may not be written to, or a full or read-only disk, is told as what it
+        // is; anything else in the way reads as a name that can't be a folder.
+        const std::uint32_t reason = platform::lastError();
+        const bool told = reason == win::ERROR_ACCESS_DENIED || reason == win::ERROR_DISK_FULL
+            || reason == win::ERROR_WRITE_PROTECT;
         if (failedAt)
             *failedAt = reached;
         if (linkRefused)
             *linkRefused
                 = parent != platform::InvalidHandle && platform::entryKindAt(parent, part) == platform::EntryKind::Link;
-        return failed;
+        return EngineStatus(told ? reason : win::ERROR_DIRECTORY, SeverityError);
     };
     // Each level is opened from the one above it without following links, so a link planted
     // inside the folder can't lead the walk outside.
@@ -428,8 +435,10 @@ EngineStatus PackageEngine::makeDirectories(const std::u16string& base, const st
         if (part.empty() || part == u".")
             continue;
         reached = joinPath(reached, part);
-        if (part == u"..")
+        if (part == u"..") {
+            platform::setLastError(0);
             return stop(platform::InvalidHandle, {});
+        }
         if (!platform::makeDirectoryAt(current->handle(), part) && platform::lastError() != win::ERROR_ALREADY_EXISTS)
             return stop(current->handle(), part);
         auto next = std::make_unique<ScopedFile>(platform::openDirectoryAt(current->handle(), part));

@@ -64,7 +64,7 @@ constexpr Entry Table[] = {
     {win::NTE_BAD_LEN, "Bad Length."},
     {win::NTE_BAD_DATA, "Bad Data."},
     {win::NTE_NO_KEY, "Key does not exist."},
-    {win::NTE_BAD_KEYSET, "Keyset does not exist."},
+    {win::NTE_BAD_KEYSET, "Your private key can't be read: its file in the profile's keys folder is damaged or belongs to another certificate."},
     {win::NTE_FAIL, "An internal error occurred."},
     {win::CRYPT_E_RECIPIENT_NOT_FOUND, "The enveloped-data message does not contain the specified recipient."},
     {win::CRYPT_E_NOT_FOUND, "Cannot find object or property."},

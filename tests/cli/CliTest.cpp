@@ -612,6 +612,16 @@ TEST_F(CliTest, TheOwnIdentityOutlivesItsSettings)
     EXPECT_NE(listed.err.find("'C' was recognised by its key and written back"), std::string::npos) << listed.err;
     EXPECT_NE(readText(profile / "KvxCfg.xml").find("<OwnerName>C</OwnerName>"), std::string::npos);
 
+    // A damaged key file is told as such, never as a package that isn't for this identity.
+    fs::copy(profile / "keys", folder / "keys-saved");
+    for (const auto& key : fs::directory_iterator(profile / "keys"))
+        fs::resize_file(key.path(), 100);
+    const ToolRun damaged = in(profile, {"decrypt", package.string(), "-C", (folder / "out2").string()});
+    EXPECT_EQ(damaged.exitCode, 1);
+    EXPECT_NE(damaged.err.find("Your private key can't be read"), std::string::npos) << damaged.err;
+    fs::remove_all(profile / "keys");
+    fs::copy(folder / "keys-saved", profile / "keys");
+
     // Settings cut short are named and left as they are; the identity is neither removed nor
     // replaced, and still opens what was sent to it.
     const std::string cut = "<Configuration><Own";
@@ -675,6 +685,19 @@ TEST_F(CliTest, TheUsersOwnFilesAreLeftAlone)
     EXPECT_EQ(readOnly.exitCode, 1);
     EXPECT_NE(readOnly.err.find("out.kvx is read-only"), std::string::npos) << readOnly.err;
     EXPECT_EQ(readText(home / "out.kvx"), "keep");
+
+    // What a read-only folder stops is told as a denied access: sub-folders of an extraction, and
+    // a contact's certificate on its way into the store.
+    writeBytes(home / "plain.kvx", craftedPackage({{EntryTypeData, u"sub\\f.txt", {'x'}}}));
+    fs::create_directories(home / "ro");
+    fs::permissions(home / "ro", fs::perms::owner_read | fs::perms::owner_exec);
+    fs::permissions(home / "p" / "certificates", fs::perms::owner_read | fs::perms::owner_exec);
+    const ToolRun subFolder = runAsOrdinaryUser(home, {"--profile", "p", "decrypt", "plain.kvx", "-C", "ro"});
+    EXPECT_EQ(subFolder.exitCode, 1);
+    EXPECT_NE(subFolder.err.find("Access is denied"), std::string::npos) << subFolder.err;
+    const ToolRun import = runAsOrdinaryUser(home, {"--profile", "p", "contacts", "import", (*root / "bob.kvxk").string()});
+    EXPECT_EQ(import.exitCode, 1);
+    EXPECT_NE(import.err.find("Access is denied"), std::string::npos) << import.err;
     fs::remove_all(home);
 }
 
