@@ -632,12 +632,12 @@ private slots:
         useProfile(anna);
         answers::clear();
         // "Automatically encrypt files for myself" and "Do not notify when operation is completed".
-        {
+        auto setOptions = [](bool on) {
             ConfigStore config;
-            QVERIFY(config.load(configPath()).ok());
-            QVERIFY(config.setBool(ConfigKey::AutomaticallyAddToRecipients, true));
-            QVERIFY(config.setBool(ConfigKey::DoNotCompletitionNotify, true));
-        }
+            return config.load(configPath()).ok() && config.setBool(ConfigKey::AutomaticallyAddToRecipients, on)
+                && config.setBool(ConfigKey::DoNotCompletitionNotify, on);
+        };
+        QVERIFY(setOptions(true));
         const fs::path package = freshFolder("for-both") / "both.kvx";
         {
             MainWindow window;
@@ -656,12 +656,7 @@ private slots:
             QCOMPARE(cli(who, { "decrypt", qpath(package), "-C", qpath(out) }), 0);
             QCOMPARE(readBytes(out / "single.bin"), readBytes(sources / "single.bin"));
         }
-        {
-            ConfigStore config;
-            QVERIFY(config.load(configPath()).ok());
-            QVERIFY(config.setBool(ConfigKey::AutomaticallyAddToRecipients, false));
-            QVERIFY(config.setBool(ConfigKey::DoNotCompletitionNotify, false));
-        }
+        QVERIFY(setOptions(false));
         QCOMPARE(answers::unanswered(), 0);
     }
 

@@ -46,6 +46,21 @@ namespace {
 QString outputFolder;
 int saved = 0;
 
+// Files of made-up content below `folder` (names may hold sub-folders), as the file set names them.
+FileSet makeUpFiles(const QString& folder, const QStringList& names)
+{
+    FileSet files;
+    for (const QString& name : names) {
+        const QString path = folder + u'/' + name;
+        QDir().mkpath(QFileInfo(path).path());
+        QFile file(path);
+        if (file.open(QIODevice::WriteOnly))
+            file.write("made up");
+        files.insert(QDir::toNativeSeparators(path).toStdU16String());
+    }
+    return files;
+}
+
 void save(QWidget& widget, const QString& name)
 {
     widget.ensurePolished();
@@ -158,13 +173,7 @@ int main(int argc, char* argv[])
     }
 
     const QString sources = sandbox.filePath(QStringLiteral("documents"));
-    QDir().mkpath(sources + QStringLiteral("/letters"));
-    for (const QString& name : { QStringLiteral("report.odt"), QStringLiteral("letters/a.txt"),
-                                 QStringLiteral("letters/b.txt") }) {
-        QFile file(sources + u'/' + name);
-        if (file.open(QIODevice::WriteOnly))
-            file.write("made up");
-    }
+    makeUpFiles(sources, { QStringLiteral("report.odt"), QStringLiteral("letters/a.txt"), QStringLiteral("letters/b.txt") });
 
     MainWindow window;
     window.show();
@@ -277,17 +286,9 @@ int main(int argc, char* argv[])
                 std::printf("%s\n", qPrintable(path));
             }
         };
-        FileSet files;
-        for (const QString& name : { QStringLiteral("report.odt"), QStringLiteral("letters/a.txt"),
-                 QStringLiteral("letters/b.txt"), QStringLiteral("letters/old/2019.txt"),
-                 QStringLiteral("photos/beach.jpg"), QStringLiteral("setup.exe") }) {
-            const QString path = sources + u'/' + name;
-            QDir().mkpath(QFileInfo(path).path());
-            QFile file(path);
-            if (file.open(QIODevice::WriteOnly))
-                file.write("made up");
-            files.insert(QDir::toNativeSeparators(path).toStdU16String());
-        }
+        FileSet files = makeUpFiles(sources,
+            { QStringLiteral("report.odt"), QStringLiteral("letters/a.txt"), QStringLiteral("letters/b.txt"),
+                QStringLiteral("letters/old/2019.txt"), QStringLiteral("photos/beach.jpg"), QStringLiteral("setup.exe") });
         {
             FileListDlg dialog(&files, &window);
             dialog.show();
@@ -321,16 +322,8 @@ int main(int argc, char* argv[])
         }
         {
             // Two folders whose names differ only in case, each with its own files.
-            FileSet cased;
-            for (const QString& name :
-                { QStringLiteral("Photos/a.jpg"), QStringLiteral("Photos/c.jpg"), QStringLiteral("photos/b.jpg") }) {
-                const QString path = sources + QStringLiteral("/cased/") + name;
-                QDir().mkpath(QFileInfo(path).path());
-                QFile file(path);
-                if (file.open(QIODevice::WriteOnly))
-                    file.write("made up");
-                cased.insert(QDir::toNativeSeparators(path).toStdU16String());
-            }
+            FileSet cased = makeUpFiles(sources + QStringLiteral("/cased"),
+                { QStringLiteral("Photos/a.jpg"), QStringLiteral("Photos/c.jpg"), QStringLiteral("photos/b.jpg") });
             FileListDlg dialog(&cased, &window);
             dialog.show();
             dialog.goToPath(QDir::toNativeSeparators(sources + QStringLiteral("/cased/Photos/c.jpg")));
@@ -340,13 +333,8 @@ int main(int argc, char* argv[])
         {
             // The chooser in a folder with dot-files, which show unless the user hides them.
             const QString project = sources + QStringLiteral("/project");
-            for (const QString& name : { QStringLiteral(".env"), QStringLiteral(".git/config"),
-                     QStringLiteral("main.c"), QStringLiteral("notes.txt") }) {
-                QDir().mkpath(QFileInfo(project + u'/' + name).path());
-                QFile file(project + u'/' + name);
-                if (file.open(QIODevice::WriteOnly))
-                    file.write("made up");
-            }
+            makeUpFiles(project, { QStringLiteral(".env"), QStringLiteral(".git/config"), QStringLiteral("main.c"),
+                                   QStringLiteral("notes.txt") });
             QStringList chosen;
             AddFilesDialog dialog(&chosen, &window);
             dialog.resize(520, 420);
