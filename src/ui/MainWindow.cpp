@@ -512,12 +512,23 @@ void MainWindow::createPackageThread()
     packageThread->setEngine(engine.get());
 }
 
-void MainWindow::handleCommandLine(const QStringList& arguments)
+void MainWindow::handleCommandLine(const QStringList& arguments, bool atStart)
 {
     parseArguments(arguments);
-    if (commandLine.hasFile)
-        openFileArgument(commandLine.file);
-    if (commandLine.autostart && minimizesToTray()) {
+    if (commandLine.hasFile) {
+        openFileArgument(commandLine.file, atStart);
+    } else if (!commandLine.paths.isEmpty()) {
+        // Several files and folders (the file manager's "Open With" on a selection) are added as a
+        // drop of them would be. The fixed rule took only a single argument; a user who hands the
+        // program a selection expects to find it in the window.
+        if (packageMode == ModeDecrypt)
+            on_ClosePackage();
+        droppedUrls.clear();
+        for (const QString& path : commandLine.paths)
+            droppedUrls << QUrl::fromLocalFile(path);
+        emit itemsDropped();
+    }
+    if (atStart && commandLine.autostart && minimizesToTray()) {
         // Started with the login: straight to the tray, and a later restore puts the window in
         // the middle of the screen.
         const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
@@ -530,28 +541,76 @@ void MainWindow::handleCommandLine(const QStringList& arguments)
 void MainWindow::parseArguments(const QStringList& arguments)
 {
     commandLine = CommandLine();
-    if (arguments.size() != 2)
-        return;
-    const QString& argument = arguments.at(1);
-    if (argument.toLower() == qs(AutostartSwitch)) {
+    const QStringList given = arguments.mid(1);
+    if (given.size() == 1 && given.first().toLower() == qs(AutostartSwitch)) {
         commandLine.autostart = true;
         return;
     }
-    if (QFileInfo(argument).isFile()) {
-        commandLine.hasFile = true;
-        commandLine.file = argument;
+    for (const QString& argument : given) {
+        if (!argument.startsWith(u'-') && QFileInfo::exists(argument))
+            commandLine.paths << argument;
+    }
+    if (given.size() == 1 && commandLine.paths.size() == 1 && QFileInfo(given.first()).isFile()) {
+        const QString suffix = QFileInfo(given.first()).suffix().toLower();
+        if (suffix == qs(PackageSuffix) || suffix == qs(KeySuffix)) {
+            commandLine.hasFile = true;
+            commandLine.file = given.first();
+            commandLine.paths.clear();
+        }
     }
 }
 
-void MainWindow::openFileArgument(const QString& file)
+void MainWindow::openFileArgument(const QString& file, bool atStart)
 {
     const QString suffix = QFileInfo(file).suffix().toLower();
     if (suffix == qs(PackageSuffix)) {
         on_PackageDropped(QDir::toNativeSeparators(file));
     } else if (suffix == qs(KeySuffix)) {
         ContactActionMan::importContactKey(file, ui->contactListWidget, recipientsStore.get());
-        cancelRequested = true;
+        // A key file given at start is imported and the program ends; one handed to the running
+        // window leaves it open.
+        if (atStart)
+            cancelRequested = true;
     }
+}
+
+void MainWindow::acceptHandedArguments(const QStringList& arguments)
+{
+    // A login start while the window already runs changes nothing.
+    if (arguments.size() == 2 && arguments.at(1).toLower() == qs(AutostartSwitch))
+        return;
+    handedArguments << arguments;
+    actOnHandedArguments();
+}
+
+void MainWindow::actOnHandedArguments()
+{
+    handOverScheduled = false;
+    if (handedArguments.isEmpty())
+        return;
+    bringToFront();
+    // Not in the middle of a run or of a question: the arguments wait their turn.
+    if (!threadFinished || QApplication::activeModalWidget()) {
+        handOverScheduled = true;
+        QTimer::singleShot(300, this, &MainWindow::actOnHandedArguments);
+        return;
+    }
+    const QStringList arguments = handedArguments.takeFirst();
+    handleCommandLine(arguments, false);
+    if (!handedArguments.isEmpty() && !handOverScheduled) {
+        handOverScheduled = true;
+        QTimer::singleShot(0, this, &MainWindow::actOnHandedArguments);
+    }
+}
+
+void MainWindow::bringToFront()
+{
+    if (!isVisible())
+        on_Restore();
+    else if (isMinimized())
+        showNormal();
+    raise();
+    activateWindow();
 }
 
 // A store that can't be opened leaves the program without an engine: say what is wrong once, and

@@ -47,8 +47,11 @@ inline constexpr int ButtonCancel = 2;
 
 struct CommandLine {
     bool autostart = false;
+    // One package or key file: opened for decryption, or imported.
     bool hasFile = false;
     QString file;
+    // Anything else that exists: files and folders added as a drop would add them.
+    QStringList paths;
 };
 
 class MainWindow : public QMainWindow {
@@ -132,8 +135,11 @@ public:
     // Acts on the program's arguments as at start: a package opens for decryption, a key file is
     // imported and ends the program, --autostart goes to the tray. The constructor passes the
     // application's own arguments; tests pass theirs.
-    void handleCommandLine(const QStringList& arguments);
+    void handleCommandLine(const QStringList& arguments, bool atStart = true);
     void parseArguments(const QStringList& arguments);
+    // Arguments that a later start of the program handed over: the window comes to the front and
+    // acts on them once no run and no modal dialog is in the way.
+    void acceptHandedArguments(const QStringList& arguments);
     const CommandLine& arguments() const { return commandLine; }
 
     // The update query for this machine: architecture, system version and program version.
@@ -179,7 +185,9 @@ private:
     void createPackageThread();
     void connectSignals();
     void connectActions();
-    void openFileArgument(const QString& file);
+    void openFileArgument(const QString& file, bool atStart);
+    void actOnHandedArguments();
+    void bringToFront();
 
     QString askPackageSavePath();
     QString askPackageOpenPath();
@@ -249,6 +257,9 @@ private:
     std::set<std::u16string> nameRoots;
     QTimer* reloadTimer = nullptr;
     QTimer* trayWatch = nullptr;
+    // Arguments of later starts, waiting for a run or a modal dialog to end.
+    QList<QStringList> handedArguments;
+    bool handOverScheduled = false;
     // The own identity's name, as recognised at the start.
     std::u16string ownerName;
 };

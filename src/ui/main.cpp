@@ -13,23 +13,26 @@
 #include "platform/Profile.h"
 #include "platform/Utf.h"
 #include "ui/MainWindow.h"
+#include "ui/desktop/SingleInstance.h"
 
 namespace {
 // The manual page is made from this text, so it describes what MainWindow::parseArguments takes.
 const char WindowHelp[] =
-    "Usage: halvoren [--autostart | PACKAGE.kvx | KEYFILE.kvxk]\n"
+    "Usage: halvoren [--autostart | PACKAGE.kvx | KEYFILE.kvxk | FILE|FOLDER...]\n"
     "\n"
     "Packs files and folders into one encrypted package (.kvx) that only the chosen contacts can\n"
     "open, and opens the packages sent to you. Without an argument the window opens empty; files\n"
-    "are added by dragging them onto it or with Package > Add Files.\n"
+    "are added by dragging them onto it, with Package > Add Files, or by naming them here.\n"
     "\n"
-    "Arguments (at most one):\n"
+    "Arguments:\n"
     "  PACKAGE.kvx      open the package in the window, ready to be decrypted\n"
     "  KEYFILE.kvxk     import the key file as a new contact, then end\n"
+    "  FILE|FOLDER...   add the files and folders to a new package, as a drop would\n"
     "  --autostart      start hidden in the tray, as the login start does\n"
     "\n"
-    "A file of another kind, a missing file or more than one argument is ignored and the window\n"
-    "opens empty. The command-line tool halvoren-cli does everything without a window.\n"
+    "Names that don't exist are ignored. There is one window per user: while it runs, another\n"
+    "start hands its arguments to it and ends, and the window comes to the front. The\n"
+    "command-line tool halvoren-cli does everything without a window.\n"
     "\n"
     "Options:\n"
     "  -h, --help       show this help and exit\n"
@@ -83,7 +86,17 @@ int main(int argc, char* argv[])
     int code = 0;
     {
         QApplication application(argc, argv);
+        SingleInstance instance(QString::fromStdU16String(dataDirectory()));
+        const SingleInstance::Role role = instance.start(QCoreApplication::arguments());
+        if (role == SingleInstance::Role::HandedOver) {
+            platform::CrashGuard::uninstall();
+            return 0;
+        }
+        if (role == SingleInstance::Role::Alone)
+            std::fputs("halvoren: a window of this profile runs but does not answer; opening another\n", stderr);
         MainWindow window;
+        // Arguments that arrived while start-up still asked its questions are acted on now.
+        instance.setReceiver([&window](const QStringList& arguments) { window.acceptHandedArguments(arguments); });
         if (!window.isCancelRequested()) {
             window.show();
             code = application.exec();

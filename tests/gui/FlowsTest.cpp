@@ -4,6 +4,7 @@
 // source that vanished after the drop. Two profiles; every dialog answered through the seam.
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QDialogButtonBox>
 #include <QDragEnterEvent>
 #include <QDropEvent>
@@ -31,6 +32,7 @@
 #include "ui/contacts/ActionMan.h"
 #include "ui/contacts/ContactDetailsDlg.h"
 #include "ui/desktop/ShowInFolder.h"
+#include "ui/desktop/SingleInstance.h"
 #include "ui/desktop/WebSite.h"
 #include "ui_MainWindow.h"
 
@@ -108,6 +110,43 @@ int cli(const fs::path& profile, const QStringList& arguments)
                   QStringList { QStringLiteral("--profile"), qpath(profile) } + arguments);
     process.waitForFinished(120000);
     return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+}
+
+// The real program, started as a user starts it, in the profile below `dataHome`.
+struct Started {
+    std::unique_ptr<QProcess> process = std::make_unique<QProcess>();
+    ~Started()
+    {
+        process->kill();
+        process->waitForFinished(5000);
+    }
+};
+
+std::unique_ptr<Started> startProgram(const fs::path& dataHome, const fs::path& runtime, const QStringList& arguments,
+                                      const fs::path& folder = {})
+{
+    auto started = std::make_unique<Started>();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_DATA_HOME"), qpath(dataHome));
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), qpath(runtime));
+    environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    started->process->setProcessEnvironment(environment);
+    if (!folder.empty())
+        started->process->setWorkingDirectory(qpath(folder));
+    started->process->start(QStringLiteral(HALVOREN_GUI_PATH), arguments);
+    started->process->waitForStarted();
+    return started;
+}
+
+// Whether the program ended by itself with 0 within a few seconds, the event loop turning
+// meanwhile so that a window of this process can answer it.
+bool endsAtOnce(Started& started)
+{
+    QDeadlineTimer deadline(15000);
+    while (started.process->state() != QProcess::NotRunning && !deadline.hasExpired())
+        QTest::qWait(20);
+    return started.process->state() == QProcess::NotRunning && started.process->exitStatus() == QProcess::NormalExit
+        && started.process->exitCode() == 0;
 }
 
 const QString Done = QStringLiteral("The process of Encryption has been completed successfully.");
@@ -674,6 +713,58 @@ private slots:
         QVERIFY(!dropFromOutside(window, *window.form()->dropBoxLabel, { QUrl::fromLocalFile(qpath(sources / "single.bin")) }));
         QVERIFY(window.files().empty());
         QCOMPARE(window.mode(), ModeDecrypt);
+    }
+
+    void aSecondStartHandsItsArgumentsToTheRunningWindow()
+    {
+        // One program per profile: the folder that the started program finds through
+        // XDG_DATA_HOME is Anna's, whose window runs in this process.
+        const fs::path home = freshFolder("second-start");
+        fs::create_directory_symlink(anna, home / "Halvoren");
+        const fs::path runtime = freshFolder("runtime");
+        fs::permissions(runtime, fs::perms::owner_all);
+        qputenv("XDG_RUNTIME_DIR", qpath(runtime).toLocal8Bit());
+        useProfile(anna);
+        answers::clear();
+        MainWindow window;
+        window.show();
+        SingleInstance first(qpath(home / "Halvoren"));
+        QVERIFY(first.start({ "halvoren" }) == SingleInstance::Role::First);
+        first.setReceiver([&window](const QStringList& arguments) { window.acceptHandedArguments(arguments); });
+
+        // Names relative to where the second start ran, several at once: added as a drop adds them.
+        auto second = startProgram(home, runtime, { "tree", "single.bin" }, sources);
+        QVERIFY(endsAtOnce(*second));
+        QTRY_COMPARE(window.files().size(), 4u);
+        QVERIFY(window.files().count(qpath(sources / "tree" / "deeper" / "b.bin").toStdU16String()));
+
+        // One package opens for decryption, replacing the collection, and the title names it.
+        const fs::path package = freshFolder("handed") / "report.kvx";
+        writeText(package, "a package");
+        second = startProgram(home, runtime, { qpath(package) });
+        QVERIFY(endsAtOnce(*second));
+        QTRY_COMPARE(window.mode(), ModeDecrypt);
+        QCOMPARE(window.currentPackagePath(), qpath(package));
+        QVERIFY(window.windowTitle().startsWith(QStringLiteral("report.kvx")));
+        window.form()->act_MW_close_package->trigger();
+
+        // Two real programs on a profile of their own: the second ends at once, the first
+        // keeps running; a first that was killed leaves a lock that the next start takes over.
+        const fs::path cleo = freshFolder("cleo-home");
+        QCOMPARE(cli(cleo / "Halvoren", { "identity", "create", "Cleo Example" }), 0);
+        auto running = startProgram(cleo, runtime, {});
+        QTest::qWait(1500);
+        QCOMPARE(running->process->state(), QProcess::Running);
+        auto again = startProgram(cleo, runtime, {});
+        QVERIFY(endsAtOnce(*again));
+        QCOMPARE(running->process->state(), QProcess::Running);
+        running->process->kill();
+        running->process->waitForFinished();
+        auto afterCrash = startProgram(cleo, runtime, {});
+        QTest::qWait(1500);
+        QCOMPARE(afterCrash->process->state(), QProcess::Running);
+        again = startProgram(cleo, runtime, {});
+        QVERIFY(endsAtOnce(*again));
     }
 
     void cleanupTestCase() { closeCertificateStore(); }

@@ -127,13 +127,20 @@ private slots:
         QVERIFY(!window.isCancelRequested());
         Ui::MainWindow* ui = window.form();
 
-        // Only exactly one argument counts; the switch in any case; a name that is no file doesn't.
+        // The switch counts alone and in any case; a name that is no file doesn't count.
         window.parseArguments({ "halvoren", "--AUTOSTART" });
         QVERIFY(window.arguments().autostart);
         window.parseArguments({ "halvoren", "--autostart", "x" });
         QVERIFY(!window.arguments().autostart && !window.arguments().hasFile);
         window.parseArguments({ "halvoren", QString::fromStdString((profile / "nope.kvx").string()) });
+        QVERIFY(!window.arguments().hasFile && window.arguments().paths.isEmpty());
+        // Several names are files and folders to add, even a package among them; missing ones drop out.
+        const fs::path listed = profile / "listed.kvx";
+        writeText(listed, "x");
+        window.parseArguments({ "halvoren", QString::fromStdString(listed.string()), QString::fromStdString(profile.string()),
+                                QString::fromStdString((profile / "nope").string()) });
         QVERIFY(!window.arguments().hasFile);
+        QCOMPARE(window.arguments().paths.size(), 2);
 
         // A package named on the command line, suffix in upper case, opens for decryption.
         const fs::path package = profile / "given.KVX";
