@@ -4,11 +4,13 @@
 #include <QDBusConnectionInterface>
 
 #include <QAbstractButton>
-#include <QDesktopServices>
 #include <QFileDialog>
 #include <QQueue>
 #include <optional>
+#include <utility>
 #include <variant>
+
+#include "ui/desktop/Launch.h"
 
 namespace Dialogs {
 namespace {
@@ -24,6 +26,7 @@ namespace {
         bool strict = false;
         std::optional<bool> trayAvailable;
         std::optional<bool> trayDoubleClicks;
+        std::optional<QString> openFailure;
     };
 
     Answers& answers()
@@ -123,11 +126,17 @@ void showBalloon(QSystemTrayIcon& tray, const QString& title, const QString& tex
     tray.showMessage(title, text, icon, milliseconds);
 }
 
-void openUrl(const QUrl& url)
+void openUrl(const QUrl& url, std::function<void(const QString&)> failed)
 {
-    answers().opened << url;
-    if (!answers().strict)
-        QDesktopServices::openUrl(url);
+    Answers& state = answers();
+    state.opened << url;
+    if (!state.strict) {
+        openWithDesktop(url, std::move(failed));
+    } else if (state.openFailure) {
+        const QString reason = *std::exchange(state.openFailure, std::nullopt);
+        if (failed)
+            failed(reason);
+    }
 }
 
 bool trayAvailable()
@@ -177,6 +186,7 @@ namespace testing {
     void answerPath(const QString& path) { answers().paths.enqueue(path); }
     const QList<Shown>& shown() { return answers().shown; }
     const QList<QUrl>& openedUrls() { return answers().opened; }
+    void failNextOpen(const QString& reason) { answers().openFailure = reason; }
     int unanswered() { return answers().unanswered; }
 
     int pendingAnswers()

@@ -30,8 +30,9 @@ QString getExistingDirectory(QWidget* parent, const QString& caption, const QStr
 // A balloon from the tray icon. Balloons ask nothing, but tests read them back like messages.
 void showBalloon(QSystemTrayIcon& tray, const QString& title, const QString& text, QSystemTrayIcon::MessageIcon icon,
                  int milliseconds);
-// Hands a web page or a file to the desktop (browser, viewer). Tests record it instead.
-void openUrl(const QUrl& url);
+// Hands a web page or a file to the desktop (browser, viewer). `failed` hears why nothing opened.
+// Tests record the URL instead, and may have it fail.
+void openUrl(const QUrl& url, std::function<void(const QString&)> failed = {});
 
 // Whether the desktop has a notification area to hide in.
 bool trayAvailable();
@@ -70,6 +71,8 @@ namespace testing {
 
     // What openUrl was given since the last clear; in strict mode nothing is really opened.
     const QList<QUrl>& openedUrls();
+    // The next openUrl in strict mode fails with this reason, as where no browser is set up.
+    void failNextOpen(const QString& reason);
 
     // Pretends the desktop has (or lacks) a tray; unset, the desktop is asked.
     void setTrayAvailable(std::optional<bool> available);

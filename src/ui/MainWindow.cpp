@@ -18,6 +18,7 @@
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMetaObject>
+#include <QPointer>
 #include <QPushButton>
 #include <QMouseEvent>
 #include <QScreen>
@@ -99,6 +100,10 @@ static void useDesktopFontForMissingFaces()
     if (!QFontDatabase::families().contains(requested))
         QFont::insertSubstitution(requested, QApplication::font().family());
 }
+
+namespace {
+QString NoMailProgram() { return MainWindow::tr("xdg-email, which hands messages to the mail program, is not installed"); }
+} // namespace
 
 MainWindow::MainWindow(QWidget* parent)
     : QMainWindow(parent)
@@ -1010,8 +1015,45 @@ void MainWindow::on_About()
 void MainWindow::on_Help()
 {
     const QString path = helpFilePath();
-    if (!path.isEmpty())
-        Dialogs::openUrl(QUrl::fromLocalFile(path));
+    if (path.isEmpty())
+        return;
+    Dialogs::openUrl(QUrl::fromLocalFile(path), [window = QPointer<MainWindow>(this), path](const QString& why) {
+        if (window)
+            window->tellByHand(tr("The user guide could not be opened: %1.\n\nYou can open it in a web browser "
+                                  "yourself:\n%2")
+                                   .arg(why, path),
+                               {});
+    });
+}
+
+void MainWindow::openPage(const QUrl& page)
+{
+    Dialogs::openUrl(page, [window = QPointer<MainWindow>(this), page](const QString& why) {
+        if (window)
+            window->tellByHand(tr("The page could not be opened: %1.\n\nYou can open this address in a web "
+                                  "browser yourself:\n%2")
+                                   .arg(why, page.toString()),
+                               {});
+    });
+}
+
+void MainWindow::tellByHand(const QString& text, const QString& file)
+{
+    QMessageBox box(QMessageBox::Warning, qs(AppName), text, QMessageBox::Ok, this);
+    // The path or address is there to be copied.
+    box.setTextInteractionFlags(Qt::TextSelectableByMouse);
+    QPushButton* show = file.isEmpty() ? nullptr : box.addButton(tr("Show in File Manager"), QMessageBox::ActionRole);
+    Dialogs::exec(box);
+    if (show && box.clickedButton() == show)
+        showInExplorer(file);
+}
+
+std::function<void(const QString&)> MainWindow::mailFailed(const QString& text, const QString& file)
+{
+    return [window = QPointer<MainWindow>(this), text, file](const QString& why) {
+        if (window)
+            window->tellByHand(text.arg(why, QDir::toNativeSeparators(file)), file);
+    };
 }
 
 QUrl MainWindow::updateUrl()
@@ -1027,9 +1069,9 @@ QUrl MainWindow::updateUrl()
                 + qs(AppVersion));
 }
 
-void MainWindow::on_CheckForUpdates() { Dialogs::openUrl(updateUrl()); }
+void MainWindow::on_CheckForUpdates() { openPage(updateUrl()); }
 
-void MainWindow::on_GetFeedback() { Dialogs::openUrl(QUrl(webSite() + QStringLiteral("/files/support.html"))); }
+void MainWindow::on_GetFeedback() { openPage(QUrl(webSite() + QStringLiteral("/files/support.html"))); }
 
 void MainWindow::on_EncryptAndSend()
 {
@@ -1039,9 +1081,14 @@ void MainWindow::on_EncryptAndSend()
 
 void MainWindow::mailPackage()
 {
+    const auto failed = mailFailed(tr("The package could not be handed to a mail program: %1.\n\nIt was saved as "
+                                      "%2; attach it to a message yourself."),
+                                   packagePath);
     MapiMail mail(0, winId());
-    if (!mail.load())
+    if (!mail.load()) {
+        failed(NoMailProgram());
         return;
+    }
     for (int row = 0; row < ui->recipientsListWidget->count(); ++row) {
         const ContactItemData data = contactItemData(ui->recipientsListWidget->item(row));
         if (!data.contact)
@@ -1053,7 +1100,7 @@ void MainWindow::mailPackage()
     mail.setSubject((QStringLiteral("Emailing: ") + fileName).toStdString());
     mail.setBody(" ");
     mail.addAttachment({ QDir::toNativeSeparators(packagePath).toStdString(), fileName.toStdString() });
-    mail.send();
+    mail.send(failed);
 }
 
 void MainWindow::on_EMailKey()
@@ -1075,15 +1122,20 @@ void MainWindow::on_EMailKey()
         Dialogs::exec(box);
         return;
     }
+    const auto failed = mailFailed(tr("Your key file could not be handed to a mail program: %1.\n\nIt was saved as "
+                                      "%2; attach it to a message yourself."),
+                                   path);
     MapiMail mail(0, winId());
-    if (!mail.load())
+    if (!mail.load()) {
+        failed(NoMailProgram());
         return;
+    }
     mail.setSubject((QStringLiteral("Emailing: ") + qs(ownContact->firstName) + u' ' + qs(ownContact->lastName)
                      + QStringLiteral(" Key File."))
                         .toStdString());
     mail.setBody(" ");
     mail.addAttachment({ path.toStdString(), QFileInfo(path).fileName().toStdString() });
-    mail.send();
+    mail.send(failed);
 }
 
 // ---------------------------------------------------------------------------------------------

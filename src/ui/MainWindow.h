@@ -13,6 +13,7 @@
 #include <QUrl>
 #include <array>
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <set>
 #include <vector>
@@ -197,6 +198,11 @@ private:
     void askOnError(KvxUtils::UserParameter* user_parameter, bool& status);
     void notifyCompletion(const EngineStatus& status);
     void mailPackage();
+    // Where the desktop couldn't open a page or take a message: what was tried, why it failed and
+    // what the user can do by hand; `file`, when given, can be shown in the file manager.
+    void tellByHand(const QString& text, const QString& file);
+    void openPage(const QUrl& page);
+    std::function<void(const QString&)> mailFailed(const QString& text, const QString& file);
     void showProblem();
 
     Ui::MainWindow* ui = nullptr;

@@ -19,6 +19,7 @@
 #include "ui/AboutDialog.h"
 #include "ui/desktop/WebSite.h"
 #include "ui/desktop/HelpFile.h"
+#include "ui/desktop/Launch.h"
 #include "ui/desktop/MapiMail.h"
 
 using namespace testing_support;
@@ -236,6 +237,32 @@ private slots:
         QCOMPARE(unloaded.send(), MapiMail::Failure);
         QTest::qWait(300);
         QVERIFY(QDir(bin.path()).entryList({ QStringLiteral("*.args") }, QDir::Files).isEmpty());
+    }
+
+    // xdg-open and xdg-email start fine where no browser or mail program is set up; only their
+    // exit and their last words tell it, and those must reach the caller.
+    void aHelperThatFindsNoProgramSaysWhy()
+    {
+        QTemporaryDir bin;
+        const QByteArray noMethod = "#!/bin/sh\necho \"$(basename \"$0\"): no method available for opening '$1'\" >&2\nexit 3\n";
+        QVERIFY(writeScript(bin.filePath(QStringLiteral("xdg-open")), noMethod));
+        QVERIFY(writeScript(bin.filePath(QStringLiteral("xdg-email")), noMethod));
+        PathOverride path({ bin.path(), QStringLiteral("/usr/bin"), QStringLiteral("/bin") });
+        QStringList heard;
+        openWithDesktop(QUrl(QStringLiteral("https://example.org/page")), [&](const QString& why) { heard << why; });
+        MapiMail mail(0, 0);
+        QVERIFY(mail.load());
+        mail.setSubject("s");
+        QCOMPARE(mail.send([&](const QString& why) { heard << why; }), MapiMail::Success);
+        QTRY_COMPARE(heard.size(), 2);
+        heard.sort();
+        QCOMPARE(heard[0], QStringLiteral("xdg-email: no method available for opening '--utf8'"));
+        QCOMPARE(heard[1], QStringLiteral("xdg-open: no method available for opening 'https://example.org/page'"));
+        // One that succeeds says nothing.
+        QVERIFY(writeScript(bin.filePath(QStringLiteral("xdg-open")), "#!/bin/sh\nexit 0\n"));
+        openWithDesktop(QUrl(QStringLiteral("https://example.org/page")), [&](const QString& why) { heard << why; });
+        QTest::qWait(500);
+        QCOMPARE(heard.size(), 2);
     }
 
     // The real xdg-email must accept what we hand it and make the mailto: address of it that the

@@ -157,13 +157,18 @@ class FlowsTest : public QObject {
     Q_OBJECT
 
     fs::path anna, bert, sources, bertKey;
+    QStringList shownInFolder;
 
 private slots:
     void initTestCase()
     {
         answers::setStrict(true);
         // No file manager opens during the tests.
-        ShowInFolder::setHooks({ [](const QStringList&) { return true; }, [](const QUrl&) { return true; } });
+        ShowInFolder::setHooks({ [this](const QStringList& items) {
+                                    shownInFolder << items;
+                                    return true;
+                                },
+                                 [](const QUrl&) { return true; } });
         anna = freshFolder("anna");
         bert = freshFolder("bert");
         sources = freshFolder("sources");
@@ -550,14 +555,21 @@ private slots:
             return readBytes(copy);
         }());
 
-        // Without a mail program nothing is shown.
-        qputenv("PATH", QByteArray(freshFolder("nobin").string().c_str()));
-        fs::remove(record);
+        // Where xdg-email runs but finds no mail program, and where it isn't installed at all, the
+        // user hears why and where the file lies, and can have it shown to attach it by hand.
+        writeText(bin / "xdg-email", "#!/bin/sh\necho \"xdg-email: no method available for opening 'mailto:'\" >&2\nexit 3\n");
+        answers::answer(QStringLiteral("Show in File Manager"));
         window.form()->act_MW_email_key->trigger();
-        QTest::qWait(200);
+        QTRY_COMPARE(answers::shown().size(), 1);
+        QVERIFY(answers::shown()[0].text.contains(QStringLiteral("xdg-email: no method available")));
+        QVERIFY(answers::shown()[0].text.contains(QStringLiteral("Anna Example.kvxk")));
+        QVERIFY(QUrl(shownInFolder.last()).toLocalFile().endsWith(QStringLiteral("/Anna Example.kvxk")));
+        qputenv("PATH", QByteArray(freshFolder("nobin").string().c_str()));
+        answers::answer(QMessageBox::Ok);
+        window.form()->act_MW_email_key->trigger();
         qputenv("PATH", path);
-        QVERIFY(!fs::exists(record));
-        QVERIFY(answers::shown().isEmpty());
+        QCOMPARE(answers::shown().size(), 2);
+        QVERIFY(answers::shown()[1].text.contains(QStringLiteral("xdg-email, which hands messages to the mail program, is not installed")));
         QCOMPARE(answers::unanswered(), 0);
     }
 
@@ -593,6 +605,15 @@ private slots:
         QVERIFY(opened[2].isLocalFile());
         QVERIFY(fs::exists(opened[2].toLocalFile().toStdString()));
         QVERIFY(opened[2].toLocalFile().endsWith(QStringLiteral("docs/Halvoren.html")));
+
+        // Where no browser is set up, the user is told why and given the guide's path.
+        answers::failNextOpen(QStringLiteral("xdg-open: no method available"));
+        answers::answer(QMessageBox::Ok);
+        window.form()->act_MW_help->trigger();
+        QCOMPARE(answers::shown().size(), 1);
+        QVERIFY(answers::shown()[0].text.contains(QStringLiteral("xdg-open: no method available")));
+        QVERIFY(answers::shown()[0].text.contains(opened[2].toLocalFile()));
+        QCOMPARE(answers::unanswered(), 0);
     }
 
     void aNameWithABackslashIsRefusedBeforeAnythingIsWritten()

@@ -1,5 +1,7 @@
 #include "ui/desktop/MapiMail.h"
 
+#include "ui/desktop/Launch.h"
+
 #include <QProcess>
 #include <QStandardPaths>
 
@@ -79,10 +81,11 @@ QStringList MapiMail::arguments() const
     return args;
 }
 
-quint32 MapiMail::send()
+quint32 MapiMail::send(std::function<void(const QString&)> failed)
 {
     if (sendFunction.isEmpty())
         return Failure;
-    // Detached: the mail program lives on after this call, and the window never waits for it.
-    return QProcess::startDetached(sendFunction, arguments()) ? Success : Failure;
+    // The mail program lives on after this call, and the window never waits for it; how
+    // xdg-email ends is still heard, since it ends in error where no mail program is set up.
+    return launchWatched(sendFunction, arguments(), std::move(failed)) ? Success : Failure;
 }

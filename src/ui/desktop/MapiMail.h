@@ -19,6 +19,7 @@
 #include <QString>
 #include <QStringList>
 #include <QtGlobal>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -43,10 +44,11 @@ public:
     void addRecipient(const Pair& recipient);
     void addAttachment(const Pair& attachment);
 
-    // Starts xdg-email detached with the message and returns at once; the user completes the
-    // message in the mail program. Success if it was started, Failure if load() found nothing or
-    // the start failed (nothing happens then).
-    quint32 send();
+    // Starts xdg-email with the message and returns at once; the user completes the message in
+    // the mail program. Success if it was started, Failure if load() found nothing or the start
+    // failed (nothing happens then). `failed` hears later why no mail program showed it, where
+    // xdg-email ends in error (no mail program set up).
+    quint32 send(std::function<void(const QString&)> failed = {});
 
     // The arguments send() hands to xdg-email, in order. Every text is one argument of its own, so
     // nothing in it is ever read by a shell:
