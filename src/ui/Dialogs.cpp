@@ -11,6 +11,7 @@
 #include <variant>
 
 #include "ui/desktop/Launch.h"
+#include "ui/desktop/Placement.h"
 
 namespace Dialogs {
 namespace {
@@ -84,6 +85,7 @@ int exec(QDialog& dialog)
         dialog.setResult(QDialog::Rejected);
         return QDialog::Rejected;
     }
+    fitToScreen(dialog);
     return dialog.exec();
 }
 

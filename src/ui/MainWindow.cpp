@@ -50,6 +50,7 @@
 #include "ui/AboutDialog.h"
 #include "ui/desktop/HelpFile.h"
 #include "ui/desktop/MapiMail.h"
+#include "ui/desktop/Placement.h"
 #include "ui/desktop/WebSite.h"
 #include "ui/desktop/ShowInFolder.h"
 #include "ui/files/AddFilesDialog.h"
@@ -112,6 +113,9 @@ MainWindow::MainWindow(QWidget* parent)
     initResources();
     useDesktopFontForMissingFaces();
     ui->setupUi(this);
+    // Before anything asks a question: start-up dialogs open centred on this window, and it
+    // has no place of its own yet.
+    centreOnScreen(*this);
 
     cancelRequested = !startupCheck();
     if (cancelRequested)
@@ -536,10 +540,8 @@ void MainWindow::handleCommandLine(const QStringList& arguments, bool atStart)
     if (atStart && commandLine.autostart && minimizesToTray()) {
         // Started with the login: straight to the tray, and a later restore puts the window in
         // the middle of the screen.
-        const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
-        const QRect frame = frameGeometry();
-        hideToTray((area.left() + area.right()) / 2 - (frame.right() - frame.left() + 1) / 2,
-                   (area.top() + area.bottom()) / 2 - (frame.bottom() - frame.top() + 1) / 2);
+        centreOnScreen(*this);
+        hideToTray(geometry().x(), geometry().y());
     }
 }
 
@@ -909,7 +911,9 @@ bool MainWindow::minimizesToTray() const
 void MainWindow::changeEvent(QEvent* event)
 {
     if (event->type() == QEvent::WindowStateChange && isMinimized() && minimizesToTray()) {
-        hideToTray(pos().x(), pos().y());
+        // The client area's place: the frame's is known only while the window manager frames it,
+        // and a restore before it does would take one for the other and creep upwards.
+        hideToTray(geometry().x(), geometry().y());
         event->ignore();
         return;
     }
@@ -960,10 +964,10 @@ void MainWindow::watchTray()
 void MainWindow::restoreFromTray()
 {
     setWindowFlags(Qt::Window);
+    setGeometry(QRect(savedPos, size()));
     showNormal();
     raise();
     activateWindow();
-    move(savedPos);
 }
 
 void MainWindow::on_Restore()

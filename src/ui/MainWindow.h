@@ -147,6 +147,7 @@ public:
     static QUrl updateUrl();
 
     // The tray: the window hides there when minimized and comes back as it was.
+    // x and y: where the client area goes back to.
     void hideToTray(int x, int y);
     void restoreFromTray();
     void showAtCorner();

@@ -36,6 +36,7 @@
 #include "ui/contacts/ActionMan.h"
 #include "ui/contacts/ContactDetailsDlg.h"
 #include "ui/contacts/KvxListWidget.h"
+#include "ui/desktop/Placement.h"
 #include "ui/desktop/Autostart.h"
 #include "ui/desktop/ShowInFolder.h"
 #include "ui/desktop/TaskbarProgress.h"
@@ -75,6 +76,9 @@ struct FirstStart {
     QString nameFieldName;
     bool okEnabledAtStart = true;
     bool shown = false;
+    // Where the dialog opened (its frame), and the screen's free area.
+    QRect placed;
+    QRect area;
 };
 
 void answerFirstStart(FirstStart& seen, const QString& name)
@@ -83,6 +87,11 @@ void answerFirstStart(FirstStart& seen, const QString& name)
         seen.shown = true;
         seen.title = dialog.windowTitle();
         seen.okEnabledAtStart = dialog.findChild<QPushButton*>("OKButton")->isEnabled();
+        fitToScreen(dialog);
+        dialog.show();
+        seen.placed = dialog.frameGeometry();
+        seen.area = dialog.screen()->availableGeometry();
+        dialog.hide();
         if (QAccessibleInterface* field = QAccessible::queryAccessibleInterface(dialog.findChild<QLineEdit*>("ContactNameLE")))
             seen.nameFieldName = field->text(QAccessible::Name);
         if (name.isEmpty())
@@ -138,6 +147,9 @@ private slots:
         QCOMPARE(seen.title, QStringLiteral("Enter Your Own Contact Information"));
         QVERIFY(!seen.okEnabledAtStart);
         QCOMPARE(seen.nameFieldName, QStringLiteral("Name"));
+        // Centred on the screen and whole, though the window it belongs to isn't shown yet.
+        QVERIFY(seen.area.contains(seen.placed));
+        QVERIFY((seen.placed.center() - seen.area.center()).manhattanLength() < 60);
         QVERIFY(answers::shown().isEmpty()); // no reset question on a first start
         QVERIFY(fs::exists(configFile()));
         QCOMPARE(fs::file_size(configFile()), 0u);
@@ -552,7 +564,7 @@ private slots:
         auto window = std::make_unique<MainWindow>();
         window->show();
         window->move(40, 50);
-        const QPoint where = window->pos();
+        const QRect where = window->geometry();
         window->showMinimized();
         QTRY_VERIFY(!window->isVisible());
         QVERIFY(window->tray()->isVisible());
@@ -573,7 +585,14 @@ private slots:
         QVERIFY(window->isVisible());
         QVERIFY(!window->tray()->isVisible());
         QCOMPARE(window->windowType(), Qt::Window);
-        QCOMPARE(window->restorePosition(), where);
+        QCOMPARE(window->geometry(), where);
+        // Again and again: the window never creeps.
+        for (int round = 0; round < 3; ++round) {
+            window->showMinimized();
+            QTRY_VERIFY(!window->isVisible());
+            emit window->tray()->activated(QSystemTrayIcon::DoubleClick);
+            QCOMPARE(window->geometry(), where);
+        }
 
         // The balloon comes once per user, not once per hide or per run.
         window->showMinimized();
@@ -641,10 +660,7 @@ private slots:
         QTRY_VERIFY(!window->isVisible());
         QVERIFY(window->tray()->isVisible());
         const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
-        const QRect frame = window->frameGeometry();
-        QCOMPARE(window->restorePosition(),
-                 QPoint((area.left() + area.right()) / 2 - frame.width() / 2,
-                        (area.top() + area.bottom()) / 2 - frame.height() / 2));
+        QVERIFY((QRect(window->restorePosition(), window->size()).center() - area.center()).manhattanLength() < 60);
 
         // A tray that passes on single clicks only (a StatusNotifierItem host): the click
         // restores the window, since no double click will ever come.

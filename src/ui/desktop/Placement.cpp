@@ -1,0 +1,73 @@
+#include "ui/desktop/Placement.h"
+
+#include <QApplication>
+#include <QFontMetrics>
+#include <QScreen>
+#include <QWidget>
+
+#include <algorithm>
+
+namespace {
+// What a window manager's frame takes, where no framed window tells it yet: Qt's own guess.
+constexpr int TitleAllowance = 40;
+constexpr int BorderAllowance = 10;
+
+struct Frame {
+    int top = TitleAllowance;
+    int side = BorderAllowance;
+};
+
+// A visible window that has its frame tells how large frames are on this desktop.
+Frame desktopFrame()
+{
+    Frame frame;
+    for (const QWidget* other : QApplication::topLevelWidgets()) {
+        const int title = other->geometry().y() - other->frameGeometry().y();
+        if (other->isVisible() && title > 0 && title < 80) {
+            frame.top = title;
+            frame.side = other->geometry().x() - other->frameGeometry().x();
+            break;
+        }
+    }
+    return frame;
+}
+
+QScreen* screenOf(const QWidget& window)
+{
+    if (window.isVisible())
+        return window.screen();
+    const QWidget* parent = window.parentWidget() ? window.parentWidget()->window() : nullptr;
+    return parent && parent->isVisible() ? parent->screen() : QGuiApplication::primaryScreen();
+}
+} // namespace
+
+void fitToScreen(QWidget& dialog)
+{
+    QScreen* screen = screenOf(dialog);
+    if (!screen)
+        return;
+    const Frame frame = desktopFrame();
+    const QSize room = screen->availableGeometry().adjusted(frame.side, frame.top, -frame.side, -frame.side).size();
+    QSize wanted = dialog.size().expandedTo(dialog.sizeHint());
+    // The title bar holds the title and, at the most, three buttons and an icon.
+    // Window managers draw titles in a bold, often larger face.
+    QFont titleFont = QApplication::font();
+    titleFont.setBold(true);
+    titleFont.setPointSizeF(titleFont.pointSizeF() * 1.15);
+    const int titleWidth = QFontMetrics(titleFont).horizontalAdvance(dialog.windowTitle()) + 5 * 24;
+    wanted.setWidth(std::max(wanted.width(), titleWidth));
+    dialog.resize(wanted.boundedTo(room).expandedTo(dialog.minimumSizeHint()).boundedTo(dialog.maximumSize()));
+}
+
+void centreOnScreen(QWidget& window)
+{
+    QScreen* screen = window.isVisible() ? window.screen() : QGuiApplication::primaryScreen();
+    if (!screen)
+        return;
+    const Frame frame = desktopFrame();
+    const QRect area = screen->availableGeometry().adjusted(frame.side, frame.top, -frame.side, -frame.side);
+    const QSize size = window.size().boundedTo(area.size()).expandedTo(window.minimumSize());
+    const QRect placed(area.left() + (area.width() - size.width()) / 2, area.top() + (area.height() - size.height()) / 2,
+                       size.width(), size.height());
+    window.setGeometry(placed);
+}
