@@ -13,6 +13,7 @@
 #include "platform/Profile.h"
 #include "platform/Utf.h"
 #include "ui/MainWindow.h"
+#include "ui/desktop/Translations.h"
 
 namespace {
 // The manual page is made from this text, so it describes what MainWindow::parseArguments takes.
@@ -83,6 +84,7 @@ int main(int argc, char* argv[])
     int code = 0;
     {
         QApplication application(argc, argv);
+        installTranslations(QLocale());
         MainWindow window;
         if (!window.isCancelRequested()) {
             window.show();
