@@ -113,6 +113,18 @@ private slots:
         }
     }
 
+    // An installed program finds them below its prefix; a copy elsewhere finds none (it is
+    // outside the build tree), and stays English.
+    void theInstalledProgramFindsItsTranslations()
+    {
+        QTemporaryDir prefix;
+        QVERIFY(QDir(prefix.path()).mkpath(QStringLiteral("bin")) && QDir(prefix.path()).mkpath(QStringLiteral("share/halvoren/translations"))
+                && QDir(prefix.path()).mkpath(QStringLiteral("other/bin")));
+        QCOMPARE(translationsFolder(prefix.filePath(QStringLiteral("bin"))),
+                 prefix.filePath(QStringLiteral("share/halvoren/translations")));
+        QCOMPARE(translationsFolder(prefix.filePath(QStringLiteral("other/bin"))), QString());
+    }
+
     void aWindowStartedInGermanSpeaksGerman()
     {
         QVERIFY(installTranslations(QLocale(QLocale::German, QLocale::Germany)));
