@@ -7,8 +7,8 @@
 namespace platform {
 
 namespace {
-std::atomic<Translator> installed{nullptr};
-}  // namespace
+    std::atomic<Translator> installed { nullptr };
+} // namespace
 
 void setTranslator(Translator translator) { installed.store(translator); }
 
@@ -25,7 +25,8 @@ std::u16string translated(const char* context, const char* text, std::initialize
     std::u16string result;
     for (std::size_t i = 0; i < pattern.size(); ++i) {
         const char16_t next = i + 1 < pattern.size() ? pattern[i + 1] : u'\0';
-        const std::size_t index = next >= u'1' && next <= u'9' ? static_cast<std::size_t>(next - u'1') : arguments.size();
+        const std::size_t index
+            = next >= u'1' && next <= u'9' ? static_cast<std::size_t>(next - u'1') : arguments.size();
         if (pattern[i] == u'%' && index < arguments.size()) {
             result += arguments.begin()[index];
             ++i;
@@ -36,4 +37,4 @@ std::u16string translated(const char* context, const char* text, std::initialize
     return result;
 }
 
-}  // namespace platform
+} // namespace platform

@@ -24,4 +24,4 @@ std::u16string translated(const char* context, const char* text);
 // The translated text with %1, %2, ... replaced by `arguments` in that order.
 std::u16string translated(const char* context, const char* text, std::initializer_list<std::u16string> arguments);
 
-}  // namespace platform
+} // namespace platform

@@ -93,7 +93,7 @@ private slots:
         const QDir folder(QStringLiteral(HALVOREN_SOURCE_DIR "/translations"));
         const QStringList files = folder.entryList({ QStringLiteral("halvoren_*.ts") }, QDir::Files);
         QVERIFY2(files.contains(QStringLiteral("halvoren_de.ts")) && files.contains(QStringLiteral("halvoren_fr.ts")),
-                 qPrintable(files.join(u' ')));
+            qPrintable(files.join(u' ')));
         QTemporaryDir copies;
         QVERIFY(copies.isValid());
         for (const QString& name : files) {
@@ -103,9 +103,9 @@ private slots:
             QProcess lupdate;
             lupdate.setWorkingDirectory(QStringLiteral(HALVOREN_SOURCE_DIR));
             lupdate.start(QStringLiteral(HALVOREN_LUPDATE),
-                          { QStringLiteral("-silent"), QStringLiteral("-no-obsolete"), QStringLiteral("-locations"),
-                            QStringLiteral("none"), QStringLiteral("-I"), QStringLiteral(HALVOREN_SOURCE_DIR "/src"),
-                            QStringLiteral("@" HALVOREN_LUPDATE_LIST), QStringLiteral("-ts"), copy });
+                { QStringLiteral("-silent"), QStringLiteral("-no-obsolete"), QStringLiteral("-locations"),
+                    QStringLiteral("none"), QStringLiteral("-I"), QStringLiteral(HALVOREN_SOURCE_DIR "/src"),
+                    QStringLiteral("@" HALVOREN_LUPDATE_LIST), QStringLiteral("-ts"), copy });
             QVERIFY(lupdate.waitForFinished(120000));
             QCOMPARE(lupdate.exitCode(), 0);
             const QStringList faults = faultsOf(copy);
@@ -118,10 +118,11 @@ private slots:
     void theInstalledProgramFindsItsTranslations()
     {
         QTemporaryDir prefix;
-        QVERIFY(QDir(prefix.path()).mkpath(QStringLiteral("bin")) && QDir(prefix.path()).mkpath(QStringLiteral("share/halvoren/translations"))
-                && QDir(prefix.path()).mkpath(QStringLiteral("other/bin")));
+        QVERIFY(QDir(prefix.path()).mkpath(QStringLiteral("bin"))
+            && QDir(prefix.path()).mkpath(QStringLiteral("share/halvoren/translations"))
+            && QDir(prefix.path()).mkpath(QStringLiteral("other/bin")));
         QCOMPARE(translationsFolder(prefix.filePath(QStringLiteral("bin"))),
-                 prefix.filePath(QStringLiteral("share/halvoren/translations")));
+            prefix.filePath(QStringLiteral("share/halvoren/translations")));
         QCOMPARE(translationsFolder(prefix.filePath(QStringLiteral("other/bin"))), QString());
     }
 

@@ -101,19 +101,25 @@ QList<QPair<QString, QString>> propertyLines(const QString& path)
 {
     const QFileInfo info(path);
     QList<QPair<QString, QString>> lines;
-    lines << qMakePair(QCoreApplication::translate("ItemActions", "Name:"), info.fileName().isEmpty() ? path : info.fileName());
-    lines << qMakePair(QCoreApplication::translate("ItemActions", "Folder:"), QDir::toNativeSeparators(info.absolutePath()));
+    lines << qMakePair(
+        QCoreApplication::translate("ItemActions", "Name:"), info.fileName().isEmpty() ? path : info.fileName());
+    lines << qMakePair(
+        QCoreApplication::translate("ItemActions", "Folder:"), QDir::toNativeSeparators(info.absolutePath()));
     if (!info.exists()) {
-        lines << qMakePair(QCoreApplication::translate("ItemActions", "Kind:"), QCoreApplication::translate("ItemActions", "Not found"));
+        lines << qMakePair(QCoreApplication::translate("ItemActions", "Kind:"),
+            QCoreApplication::translate("ItemActions", "Not found"));
         return lines;
     }
     const QLocale locale;
     if (info.isDir())
-        lines << qMakePair(QCoreApplication::translate("ItemActions", "Kind:"), QCoreApplication::translate("ItemActions", "Folder"));
-    else
         lines << qMakePair(
-            QCoreApplication::translate("ItemActions", "Size:"), QCoreApplication::translate("ItemActions", "%1 (%2 bytes)").arg(locale.formattedDataSize(info.size()), locale.toString(info.size())));
-    lines << qMakePair(QCoreApplication::translate("ItemActions", "Modified:"), locale.toString(info.lastModified(), QLocale::LongFormat));
+            QCoreApplication::translate("ItemActions", "Kind:"), QCoreApplication::translate("ItemActions", "Folder"));
+    else
+        lines << qMakePair(QCoreApplication::translate("ItemActions", "Size:"),
+            QCoreApplication::translate("ItemActions", "%1 (%2 bytes)")
+                .arg(locale.formattedDataSize(info.size()), locale.toString(info.size())));
+    lines << qMakePair(QCoreApplication::translate("ItemActions", "Modified:"),
+        locale.toString(info.lastModified(), QLocale::LongFormat));
     lines << qMakePair(QCoreApplication::translate("ItemActions", "Permissions:"), permissionText(info.permissions()));
     return lines;
 }

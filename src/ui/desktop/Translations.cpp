@@ -54,7 +54,8 @@ bool installTranslations(const QLocale& locale)
     // English is the language of the texts themselves; Qt's own English needs no file either.
     if (locale.language() == QLocale::English || locale.language() == QLocale::C)
         return false;
-    const bool own = load(locale, QStringLiteral("halvoren"), translationsFolder(QCoreApplication::applicationDirPath()));
+    const bool own
+        = load(locale, QStringLiteral("halvoren"), translationsFolder(QCoreApplication::applicationDirPath()));
     load(locale, QStringLiteral("qtbase"), QLibraryInfo::path(QLibraryInfo::TranslationsPath));
     platform::setTranslator(translateCore);
     return own;
