@@ -4,7 +4,7 @@ ASAN_BUILD ?= build-asan
 JOBS ?= $(shell nproc)
 CMAKE_FLAGS ?=
 
-.PHONY: all bootstrap configure build run screenshots test test-asan test-tsan bench fuzz stress format clean
+.PHONY: all bootstrap configure build run screenshots translations test test-asan test-tsan bench fuzz stress format clean
 
 all: build
 
@@ -21,10 +21,18 @@ run: bootstrap build
 	$(BUILD)/src/ui/halvoren
 
 # Every window and dialog rendered offscreen, in a throw-away profile, to PNG files in DIR.
+# `make screenshots LANG=de_DE.UTF-8` renders them in that language: a LANG given here wins over
+# an LC_ALL or LANGUAGE of the session.
 DIR ?= screenshots
+SHOT_LOCALE = $(if $(filter command line,$(origin LANG)),LC_ALL=$(LANG) LANGUAGE=)
 screenshots: bootstrap build
-	QT_QPA_PLATFORM=offscreen $(BUILD)/tools/halvoren_screenshots $(DIR)
-	QT_QPA_PLATFORM=offscreen $(BUILD)/tools/halvoren_screenshots --dark $(DIR)/dark
+	$(SHOT_LOCALE) QT_QPA_PLATFORM=offscreen $(BUILD)/tools/halvoren_screenshots $(DIR)
+	$(SHOT_LOCALE) QT_QPA_PLATFORM=offscreen $(BUILD)/tools/halvoren_screenshots --dark $(DIR)/dark
+
+# Brings translations/*.ts up to date with the texts in the sources and forms (lupdate); translate
+# what it marks unfinished, then build. The build itself only reads them.
+translations: configure
+	cmake --build $(BUILD) --target translations
 
 test: bootstrap build
 	cd $(BUILD) && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j $(JOBS)

@@ -71,19 +71,24 @@ std::u16string statusText(const EngineStatus& status, const FailureSubject& subj
 {
     if (stopped || status.severity() == SeverityStopped)
         return platform::errorText(win::ERROR_CANCELLED);
-    const std::u16string entry
-        = subject.entry.empty() ? std::u16string() : u"entry \"" + shownEntryName(subject.entry) + u"\": ";
-    if (subject.nameRefused) {
-        const std::u16string text = entry + subject.reason + u"; nothing was extracted";
-        return subject.path.empty() ? text : shownPath(subject.path) + u": " + text;
-    }
+    using platform::translated;
+    const std::u16string entry = subject.entry.empty()
+        ? std::u16string()
+        : translated("StatusText", QT_TRANSLATE_NOOP("StatusText", "entry \"%1\": "), {shownEntryName(subject.entry)});
+    auto onPath = [&](const std::u16string& text) {
+        return subject.path.empty() ? text
+                                    : translated("StatusText", QT_TRANSLATE_NOOP("StatusText", "%1: %2"),
+                                                 {shownPath(subject.path), text});
+    };
+    if (subject.nameRefused)
+        return onPath(translated("StatusText", QT_TRANSLATE_NOOP("StatusText", "%1%2; nothing was extracted"),
+                                 {entry, subject.reason}));
     if (subject.packageInvalid && structural(status.code()))
-        return subject.path.empty() ? std::u16string(platform::InvalidPackageText)
-                                    : shownPath(subject.path) + u": " + platform::InvalidPackageText;
-    std::u16string text = subject.linkRefused ? std::u16string(LinkRefusedText)
-        : subject.sourceShrank                ? std::u16string(SourceShrankText)
-        : !subject.reason.empty()             ? subject.reason
-        : status.code() != 0                  ? platform::userText(status.code())
-                                              : platform::errorText(win::ERROR_INVALID_DATA);
-    return entry + (subject.path.empty() ? text : shownPath(subject.path) + u": " + text);
+        return onPath(translated("ErrorText", platform::InvalidPackageText));
+    const std::u16string text = subject.linkRefused ? translated("StatusText", LinkRefusedText)
+        : subject.sourceShrank                      ? translated("StatusText", SourceShrankText)
+        : !subject.reason.empty()                   ? subject.reason
+        : status.code() != 0                        ? platform::userText(status.code())
+                                                    : platform::errorText(win::ERROR_INVALID_DATA);
+    return entry + onPath(text);
 }

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "engine/EngineStatus.h"
+#include "platform/Translate.h"
 
 // What a failure concerns, as far as the engine knows it.
 struct FailureSubject {
@@ -27,8 +28,8 @@ struct FailureSubject {
     bool nameRefused = false;
 };
 
-inline constexpr char16_t LinkRefusedText[] = u"refusing to follow a symbolic link";
-inline constexpr char16_t SourceShrankText[] = u"the file got shorter while it was being read";
+inline constexpr char LinkRefusedText[] = QT_TRANSLATE_NOOP("StatusText", "refusing to follow a symbolic link");
+inline constexpr char SourceShrankText[] = QT_TRANSLATE_NOOP("StatusText", "the file got shorter while it was being read");
 
 // An entry's name as a user reads it: with `/` between its parts, and every control character
 // (and every byte that is not UTF-8) escaped, so that a sender's name can't rewrite a terminal

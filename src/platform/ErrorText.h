@@ -1,9 +1,12 @@
 #pragma once
-// English texts for every code the program can produce. The program keeps its own table
-// because Linux has no system text for Windows-style codes; strerror is the last resort.
+// Texts for every code the program can produce, in English or, once the window installed its
+// translator, in the user's language. The program keeps its own table because Linux has no
+// system text for Windows-style codes; strerror is the last resort.
 
 #include <cstdint>
 #include <string>
+
+#include "platform/Translate.h"
 
 namespace platform {
 
@@ -14,9 +17,10 @@ std::u16string errorText(std::uint32_t code);
 // the code's text otherwise.
 std::u16string userText(std::uint32_t code);
 
-inline constexpr char16_t InvalidPackageText[] = u"This file is not a valid Halvoren package file.";
-inline constexpr char16_t NotARecipientText[] =
-    u"The package cannot be decrypted. You are not in the list of recipients who can view the files, "
-    u"you will not be able to access it.";
+// In English, as the translations know them (context "ErrorText").
+inline constexpr char InvalidPackageText[] = QT_TRANSLATE_NOOP("ErrorText", "This file is not a valid Halvoren package file.");
+inline constexpr char NotARecipientText[] = QT_TRANSLATE_NOOP(
+    "ErrorText", "The package cannot be decrypted. You are not in the list of recipients who can view the files, "
+                 "you will not be able to access it.");
 
 }  // namespace platform

@@ -20,10 +20,10 @@ QString aboutText()
     html += QStringLiteral("<p style=\"margin-top:0px; margin-bottom:8px; font-size:10pt; font-weight:600;\">%1 %2 "
                            "Beta</p>")
                 .arg(qs(AppName), qs(AppVersion));
-    html += paragraph.arg(QStringLiteral("Secure Files Sending for Multiple Recipients."));
+    html += paragraph.arg(AboutDialog::tr("Secure Files Sending for Multiple Recipients."));
     if (!site.isEmpty()) {
-        html += paragraph.arg(QStringLiteral("Visit home page - ") + link.arg(site, site));
-        html += paragraph.arg(QStringLiteral("Support - ")
+        html += paragraph.arg(AboutDialog::tr("Visit home page - ") + link.arg(site, site));
+        html += paragraph.arg(AboutDialog::tr("Support - ")
             + link.arg(site + QStringLiteral("/files/support.html"), site + QStringLiteral("/Support")));
     }
     html += QStringLiteral("</body></html>");

@@ -1101,7 +1101,7 @@ void MainWindow::mailPackage()
         mail.addRecipient({ name.toStdString(), qs(data.contact->email).toStdString() });
     }
     const QString fileName = QFileInfo(packagePath).fileName();
-    mail.setSubject((QStringLiteral("Emailing: ") + fileName).toStdString());
+    mail.setSubject(tr("Emailing: %1").arg(fileName).toStdString());
     mail.setBody(" ");
     mail.addAttachment({ QDir::toNativeSeparators(packagePath).toStdString(), fileName.toStdString() });
     mail.send(failed);
@@ -1134,9 +1134,8 @@ void MainWindow::on_EMailKey()
         failed(NoMailProgram());
         return;
     }
-    mail.setSubject((QStringLiteral("Emailing: ") + qs(ownContact->firstName) + u' ' + qs(ownContact->lastName)
-                     + QStringLiteral(" Key File."))
-                        .toStdString());
+    mail.setSubject(
+        tr("Emailing: %1 %2 Key File.").arg(qs(ownContact->firstName), qs(ownContact->lastName)).toStdString());
     mail.setBody(" ");
     mail.addAttachment({ path.toStdString(), QFileInfo(path).fileName().toStdString() });
     mail.send(failed);
@@ -1474,7 +1473,7 @@ bool MainWindow::reportFatalError(KvxUtils::UserParameter* user_parameter)
         subject.packageInvalid = true;
         text = QString::fromStdU16String(statusText(status, subject));
     } else if (code == win::CRYPT_E_RECIPIENT_NOT_FOUND) {
-        text = qs(platform::NotARecipientText);
+        text = QCoreApplication::translate("ErrorText", platform::NotARecipientText);
     } else {
         return false;
     }
@@ -1571,7 +1570,7 @@ void MainWindow::notifyCompletion(const EngineStatus& status)
     const QString why = status.ok() ? QString() : QString::fromStdU16String(statusText(status, engine->failure()));
     QMessageBox box(status.ok() ? QMessageBox::Information : QMessageBox::Critical, qs(AppName),
                     why.isEmpty() ? text : text + QStringLiteral("\n\n") + why, QMessageBox::Ok, this);
-    QAbstractButton* detailsButton = status.ok() ? box.addButton(QStringLiteral("Details"), QMessageBox::AcceptRole)
+    QAbstractButton* detailsButton = status.ok() ? box.addButton(tr("Details"), QMessageBox::AcceptRole)
                                                  : nullptr;
     Dialogs::exec(box);
     if (detailsButton && box.clickedButton() == detailsButton)

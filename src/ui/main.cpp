@@ -14,6 +14,7 @@
 #include "platform/Utf.h"
 #include "ui/MainWindow.h"
 #include "ui/desktop/SingleInstance.h"
+#include "ui/desktop/Translations.h"
 
 namespace {
 // The manual page is made from this text, so it describes what MainWindow::parseArguments takes.
@@ -94,6 +95,7 @@ int main(int argc, char* argv[])
         }
         if (role == SingleInstance::Role::Alone)
             std::fputs("halvoren: a window of this profile runs but does not answer; opening another\n", stderr);
+        installTranslations(QLocale());
         MainWindow window;
         // Arguments that arrived while start-up still asked its questions are acted on now.
         instance.setReceiver([&window](const QStringList& arguments) { window.acceptHandedArguments(arguments); });

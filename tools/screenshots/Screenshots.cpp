@@ -34,6 +34,7 @@
 #include "ui/OptionsDialog.h"
 #include "ui/PackageThread.h"
 #include "ui/contacts/ContactDetailsDlg.h"
+#include "ui/desktop/Translations.h"
 #include "ui/files/AddFilesDialog.h"
 #include "ui/files/FileListDlg.h"
 #include "ui/files/ProgressDialog.h"
@@ -119,6 +120,8 @@ int main(int argc, char* argv[])
 
     QApplication application(argc, argv);
     Q_INIT_RESOURCE(halvoren);
+    // In the language that LANG (or LC_ALL) names, as the program would start in it.
+    installTranslations(QLocale());
     QStringList arguments = application.arguments().mid(1);
     // --dark renders every screen under a dark desktop palette, as a dark GTK or Plasma theme
     // hands it to the program: every text must stay readable there too.
@@ -148,7 +151,7 @@ int main(int argc, char* argv[])
     // The first-start dialog, as a new user meets it.
     {
         ContactDetailsDlg dialog;
-        dialog.setWindowTitle(QStringLiteral("Enter Your Own Contact Information"));
+        dialog.setWindowTitle(QCoreApplication::translate("MainWindow", "Enter Your Own Contact Information"));
         dialog.setOkEnabled(false);
         dialog.show();
         save(dialog, QStringLiteral("first-start"));
@@ -261,7 +264,7 @@ int main(int argc, char* argv[])
     {
         FileSet files;
         ProgressDialog dialog(&files, &window);
-        dialog.setWindowTitle(QStringLiteral("Adding Files..."));
+        dialog.setWindowTitle(QCoreApplication::translate("MainWindow", "Adding Files..."));
         dialog.form()->statusLabel->setText(QDir::toNativeSeparators(sources + QStringLiteral("/letters/a.txt")));
         dialog.show();
         save(dialog, QStringLiteral("progress-adding-files"));

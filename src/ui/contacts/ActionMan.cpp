@@ -43,13 +43,17 @@ void updateToolTip(QListWidgetItem* item)
         return;
     const ContactRecord& record = *data.contact;
     const auto label = [](const char* text) { return QCoreApplication::translate("ActionMan", text); };
+    // Named here for the translation tools, which don't see through the lambda.
+    static const char* const Labels[] = { QT_TRANSLATE_NOOP("ActionMan", "First Name:"),
+        QT_TRANSLATE_NOOP("ActionMan", "Last Name:"), QT_TRANSLATE_NOOP("ActionMan", "Organization:"),
+        QT_TRANSLATE_NOOP("ActionMan", "Email:"), QT_TRANSLATE_NOOP("ActionMan", "Comments:") };
     // The values go in as they stand: the tool tip is markup, and so is whatever a contact typed.
-    const QString tip = QStringLiteral("<html><head/><body>") + QStringLiteral("<b>") + label("First Name:")
+    const QString tip = QStringLiteral("<html><head/><body>") + QStringLiteral("<b>") + label(Labels[0])
         + QStringLiteral("</b>") + qs(record.firstName) + QStringLiteral("<br>") + QStringLiteral("<b>")
-        + label("Last Name:") + QStringLiteral("</b>") + qs(record.lastName) + QStringLiteral("<br>")
-        + QStringLiteral("<b>") + label("Organization:") + QStringLiteral("</b>") + qs(record.organization)
-        + QStringLiteral("<br>") + QStringLiteral("<b>") + label("Email:") + QStringLiteral("</b>") + qs(record.email)
-        + QStringLiteral("<br>") + QStringLiteral("<b>") + label("Comments:") + QStringLiteral("</b>")
+        + label(Labels[1]) + QStringLiteral("</b>") + qs(record.lastName) + QStringLiteral("<br>")
+        + QStringLiteral("<b>") + label(Labels[2]) + QStringLiteral("</b>") + qs(record.organization)
+        + QStringLiteral("<br>") + QStringLiteral("<b>") + label(Labels[3]) + QStringLiteral("</b>") + qs(record.email)
+        + QStringLiteral("<br>") + QStringLiteral("<b>") + label(Labels[4]) + QStringLiteral("</b>")
         + qs(record.comments) + QStringLiteral("</body></html>");
     item->setToolTip(tip);
 }

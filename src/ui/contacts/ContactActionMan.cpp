@@ -170,8 +170,8 @@ void ContactActionMan::export_contact()
 
     QWidget* parent = peerList ? peerList->parentWidget() : list->parentWidget();
     QMessageBox box(
-        QMessageBox::Information, appName(), QStringLiteral("Contact exported successfully."), QMessageBox::Ok, parent);
-    QPushButton* details = box.addButton(QStringLiteral("Details"), QMessageBox::AcceptRole);
+        QMessageBox::Information, appName(), tr("Contact exported successfully."), QMessageBox::Ok, parent);
+    QPushButton* details = box.addButton(tr("Details"), QMessageBox::AcceptRole);
     Dialogs::exec(box);
     if (box.clickedButton() == details)
         showInExplorer(path);

@@ -12,8 +12,7 @@ RecipientActionMan::RecipientActionMan(QListWidget* list, QListWidget* peerList,
 void RecipientActionMan::createActions(QList<ActionEntry*>& entries)
 {
     using namespace ActionRules;
-    // "Remove" stays untranslated: the menu shows it next to the translated contact actions.
-    QAction* remove = makeAction(entries, QStringLiteral("Remove"),
+    QAction* remove = makeAction(entries, tr("Remove"),
         QStringLiteral(":/ico/MainWindow/Res/LeftArrow.png"), QKeySequence(QKeySequence::Delete), anySelected);
     QAction* selectAll
         = makeAction(entries, tr("Select All"), QString(), QKeySequence(QKeySequence::SelectAll), notAllSelected);

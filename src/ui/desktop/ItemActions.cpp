@@ -22,8 +22,6 @@ ItemActions::Hooks& hooks()
     return installed;
 }
 
-QString tr(const char* text) { return QCoreApplication::translate("ItemActions", text); }
-
 bool showPropertiesOverBus(const QStringList& uris)
 {
     QDBusConnection bus = QDBusConnection::sessionBus();
@@ -56,7 +54,7 @@ void showOwnPropertiesWindow(const QString& path, QWidget* parent)
 {
     auto* dialog = new QDialog(parent);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setWindowTitle(tr("Properties"));
+    dialog->setWindowTitle(QCoreApplication::translate("ItemActions", "Properties"));
     auto* layout = new QVBoxLayout(dialog);
     auto* form = new QFormLayout;
     for (const auto& [label, value] : ItemActions::propertyLines(path)) {
@@ -103,20 +101,26 @@ QList<QPair<QString, QString>> propertyLines(const QString& path)
 {
     const QFileInfo info(path);
     QList<QPair<QString, QString>> lines;
-    lines << qMakePair(tr("Name:"), info.fileName().isEmpty() ? path : info.fileName());
-    lines << qMakePair(tr("Folder:"), QDir::toNativeSeparators(info.absolutePath()));
+    lines << qMakePair(
+        QCoreApplication::translate("ItemActions", "Name:"), info.fileName().isEmpty() ? path : info.fileName());
+    lines << qMakePair(
+        QCoreApplication::translate("ItemActions", "Folder:"), QDir::toNativeSeparators(info.absolutePath()));
     if (!info.exists()) {
-        lines << qMakePair(tr("Kind:"), tr("Not found"));
+        lines << qMakePair(QCoreApplication::translate("ItemActions", "Kind:"),
+            QCoreApplication::translate("ItemActions", "Not found"));
         return lines;
     }
     const QLocale locale;
     if (info.isDir())
-        lines << qMakePair(tr("Kind:"), tr("Folder"));
-    else
         lines << qMakePair(
-            tr("Size:"), tr("%1 (%2 bytes)").arg(locale.formattedDataSize(info.size()), locale.toString(info.size())));
-    lines << qMakePair(tr("Modified:"), locale.toString(info.lastModified(), QLocale::LongFormat));
-    lines << qMakePair(tr("Permissions:"), permissionText(info.permissions()));
+            QCoreApplication::translate("ItemActions", "Kind:"), QCoreApplication::translate("ItemActions", "Folder"));
+    else
+        lines << qMakePair(QCoreApplication::translate("ItemActions", "Size:"),
+            QCoreApplication::translate("ItemActions", "%1 (%2 bytes)")
+                .arg(locale.formattedDataSize(info.size()), locale.toString(info.size())));
+    lines << qMakePair(QCoreApplication::translate("ItemActions", "Modified:"),
+        locale.toString(info.lastModified(), QLocale::LongFormat));
+    lines << qMakePair(QCoreApplication::translate("ItemActions", "Permissions:"), permissionText(info.permissions()));
     return lines;
 }
 } // namespace ItemActions

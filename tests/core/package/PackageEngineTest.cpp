@@ -20,6 +20,7 @@
 #include "crypto/IdentityCertificate.h"
 #include "package/PackageEngine.h"
 #include "package/StatusText.h"
+#include "platform/Utf.h"
 #include "platform/ErrorText.h"
 #include "platform/FaultInjection.h"
 #include "platform/Profile.h"
@@ -800,7 +801,7 @@ TEST_F(PackageEngineTest, AReadOnlyPackageOpens)
 
 TEST_F(PackageEngineTest, EveryFailureNamesWhatItConcernsInWordsAUserCanActOn)
 {
-    const std::u16string invalid = platform::InvalidPackageText;
+    const std::u16string invalid = platform::fromUtf8(platform::InvalidPackageText);
     auto textOf = [&](const fs::path& package, const fs::path& into, bool stopped = false) {
         fs::create_directories(into);
         auto engine = engineFor(*bob);

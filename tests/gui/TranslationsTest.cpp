@@ -1,0 +1,160 @@
+// The shipped translations: each .ts holds a finished translation for every text in the sources,
+// with the same placeholders and an accelerator where the source has one, and a window started in
+// German shows German captions, German standard buttons and German messages from the core.
+
+#include <QDialogButtonBox>
+#include <QFile>
+#include <QMenu>
+#include <QProcess>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolButton>
+#include <QXmlStreamReader>
+
+#include "QtTestSupport.h"
+#include "TestSupport.h"
+#include "crypto/CertificateStore.h"
+#include "platform/ErrorText.h"
+#include "platform/Profile.h"
+#include "platform/StatusCodes.h"
+#include "ui/Dialogs.h"
+#include "ui/MainWindow.h"
+#include "ui/contacts/ContactDetailsDlg.h"
+#include "ui/desktop/Translations.h"
+#include "ui_MainWindow.h"
+
+using namespace testing_support;
+
+namespace {
+// %1..%99 in the order they first appear, each once.
+QStringList placeholders(const QString& text)
+{
+    QStringList found;
+    static const QRegularExpression marker(QStringLiteral("%\\d+"));
+    for (const QRegularExpressionMatch& match : marker.globalMatch(text))
+        found << match.captured();
+    found.sort();
+    found.removeDuplicates();
+    return found;
+}
+
+// An accelerator is a single & before a character; && is a plain ampersand.
+bool hasAccelerator(QString text)
+{
+    text.remove(QStringLiteral("&&"));
+    return text.contains(QRegularExpression(QStringLiteral("&\\S")));
+}
+
+// What is wrong with one .ts file: every message that is unfinished, empty or vanished, or whose
+// placeholders or accelerator differ from the source's.
+QStringList faultsOf(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return { QStringLiteral("can't read ") + path };
+    QStringList faults;
+    QXmlStreamReader xml(&file);
+    QString context, source;
+    while (!xml.atEnd()) {
+        if (xml.readNext() != QXmlStreamReader::StartElement)
+            continue;
+        if (xml.name() == u"name") {
+            context = xml.readElementText();
+        } else if (xml.name() == u"source") {
+            source = xml.readElementText();
+        } else if (xml.name() == u"translation") {
+            const QString type = xml.attributes().value(QStringLiteral("type")).toString();
+            const QString translation = xml.readElementText(QXmlStreamReader::IncludeChildElements);
+            const QString where = context + QStringLiteral(": \"") + source + u'"';
+            if (!type.isEmpty())
+                faults << where + QStringLiteral(" is ") + type;
+            else if (translation.trimmed().isEmpty())
+                faults << where + QStringLiteral(" has no translation");
+            else if (placeholders(translation) != placeholders(source))
+                faults << where + QStringLiteral(" has other placeholders: ") + translation;
+            else if (hasAccelerator(source) != hasAccelerator(translation))
+                faults << where + QStringLiteral(" differs in its accelerator: ") + translation;
+        }
+    }
+    if (xml.hasError())
+        faults << path + QStringLiteral(": ") + xml.errorString();
+    return faults;
+}
+} // namespace
+
+class TranslationsTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void everyTranslationIsCompleteForTheTextsInTheSources()
+    {
+        const QDir folder(QStringLiteral(HALVOREN_SOURCE_DIR "/translations"));
+        const QStringList files = folder.entryList({ QStringLiteral("halvoren_*.ts") }, QDir::Files);
+        QVERIFY2(files.contains(QStringLiteral("halvoren_de.ts")) && files.contains(QStringLiteral("halvoren_fr.ts")),
+            qPrintable(files.join(u' ')));
+        QTemporaryDir copies;
+        QVERIFY(copies.isValid());
+        for (const QString& name : files) {
+            // lupdate on a copy adds every text of the sources that the file lacks, unfinished.
+            const QString copy = copies.filePath(name);
+            QVERIFY(QFile::copy(folder.filePath(name), copy));
+            QProcess lupdate;
+            lupdate.setWorkingDirectory(QStringLiteral(HALVOREN_SOURCE_DIR));
+            lupdate.start(QStringLiteral(HALVOREN_LUPDATE),
+                { QStringLiteral("-silent"), QStringLiteral("-no-obsolete"), QStringLiteral("-locations"),
+                    QStringLiteral("none"), QStringLiteral("-I"), QStringLiteral(HALVOREN_SOURCE_DIR "/src"),
+                    QStringLiteral("@" HALVOREN_LUPDATE_LIST), QStringLiteral("-ts"), copy });
+            QVERIFY(lupdate.waitForFinished(120000));
+            QCOMPARE(lupdate.exitCode(), 0);
+            const QStringList faults = faultsOf(copy);
+            QVERIFY2(faults.isEmpty(), qPrintable(name + QStringLiteral(":\n") + faults.join(u'\n')));
+        }
+    }
+
+    // An installed program finds them below its prefix; a copy elsewhere finds none (it is
+    // outside the build tree), and stays English.
+    void theInstalledProgramFindsItsTranslations()
+    {
+        QTemporaryDir prefix;
+        QVERIFY(QDir(prefix.path()).mkpath(QStringLiteral("bin"))
+            && QDir(prefix.path()).mkpath(QStringLiteral("share/halvoren/translations"))
+            && QDir(prefix.path()).mkpath(QStringLiteral("other/bin")));
+        QCOMPARE(translationsFolder(prefix.filePath(QStringLiteral("bin"))),
+            prefix.filePath(QStringLiteral("share/halvoren/translations")));
+        QCOMPARE(translationsFolder(prefix.filePath(QStringLiteral("other/bin"))), QString());
+    }
+
+    void aWindowStartedInGermanSpeaksGerman()
+    {
+        QVERIFY(installTranslations(QLocale(QLocale::German, QLocale::Germany)));
+
+        platform::setProfileDirectory(u16(freshFolder("german")));
+        closeCertificateStore();
+        QString firstStartTitle;
+        Dialogs::testing::answer([&firstStartTitle](QDialog& dialog) {
+            firstStartTitle = dialog.windowTitle();
+            auto& details = static_cast<ContactDetailsDlg&>(dialog);
+            details.setContactName(QStringLiteral("Anna Beispiel"));
+            details.setEMail(QStringLiteral("anna@example.org"));
+            return int(ContactDetailsDlg::Ok);
+        });
+        MainWindow window;
+        QCOMPARE(firstStartTitle, QStringLiteral("Eigene Kontaktdaten eingeben"));
+        Ui::MainWindow* ui = window.form();
+        QCOMPARE(ui->menuPackage->title(), QStringLiteral("&Paket"));
+        QCOMPARE(ui->BtnEncDec->text(), QStringLiteral("Verschlüsseln"));
+        QCOMPARE(ui->dropBoxLabel->text(), QStringLiteral("<b>Dateien</b> oder <b>Paket</b> hier ablegen"));
+
+        // Qt's own texts for standard buttons, and the core's messages, follow the same language.
+        QDialogButtonBox buttons(QDialogButtonBox::Cancel);
+        QCOMPARE(buttons.button(QDialogButtonBox::Cancel)->text().remove(u'&'), QStringLiteral("Abbrechen"));
+        QCOMPARE(platform::errorText(win::ERROR_ACCESS_DENIED), u"Zugriff verweigert.");
+        QCOMPARE(platform::userText(win::ERROR_BAD_FORMAT), u"Diese Datei ist keine gültige Halvoren-Paketdatei.");
+        closeCertificateStore();
+    }
+};
+
+int main(int argc, char** argv) { return runQtTest<TranslationsTest>(argc, argv); }
+#include "TranslationsTest.moc"
