@@ -538,6 +538,21 @@
     </message>
 </context>
 <context>
+    <name>Launch</name>
+    <message>
+        <source>%1 could not be started: %2</source>
+        <translation>%1 konnte nicht gestartet werden: %2</translation>
+    </message>
+    <message>
+        <source>%1 ended with an error (%2)</source>
+        <translation>%1 endete mit einem Fehler (%2)</translation>
+    </message>
+    <message>
+        <source>no program to open it was found (xdg-open is not installed)</source>
+        <translation>es wurde kein Programm zum Öffnen gefunden (xdg-open ist nicht installiert)</translation>
+    </message>
+</context>
+<context>
     <name>MainWindow</name>
     <message>
         <source>Halvoren</source>
@@ -954,6 +969,50 @@ Klicken Sie für weitere Details.</translation>
     <message>
         <source>Details</source>
         <translation>Details</translation>
+    </message>
+    <message>
+        <source>xdg-email, which hands messages to the mail program, is not installed</source>
+        <translation>xdg-email, das Nachrichten an das E-Mail-Programm übergibt, ist nicht installiert</translation>
+    </message>
+    <message>
+        <source>The user guide could not be opened: %1.
+
+You can open it in a web browser yourself:
+%2</source>
+        <translation>Die Anleitung konnte nicht geöffnet werden: %1.
+
+Sie können sie selbst in einem Webbrowser öffnen:
+%2</translation>
+    </message>
+    <message>
+        <source>The page could not be opened: %1.
+
+You can open this address in a web browser yourself:
+%2</source>
+        <translation>Die Seite konnte nicht geöffnet werden: %1.
+
+Sie können diese Adresse selbst in einem Webbrowser öffnen:
+%2</translation>
+    </message>
+    <message>
+        <source>Show in File Manager</source>
+        <translation>In der Dateiverwaltung zeigen</translation>
+    </message>
+    <message>
+        <source>The package could not be handed to a mail program: %1.
+
+It was saved as %2; attach it to a message yourself.</source>
+        <translation>Das Paket konnte keinem E-Mail-Programm übergeben werden: %1.
+
+Es wurde als %2 gespeichert; hängen Sie es selbst an eine Nachricht an.</translation>
+    </message>
+    <message>
+        <source>Your key file could not be handed to a mail program: %1.
+
+It was saved as %2; attach it to a message yourself.</source>
+        <translation>Ihre Schlüsseldatei konnte keinem E-Mail-Programm übergeben werden: %1.
+
+Sie wurde als %2 gespeichert; hängen Sie sie selbst an eine Nachricht an.</translation>
     </message>
 </context>
 <context>

@@ -538,6 +538,21 @@
     </message>
 </context>
 <context>
+    <name>Launch</name>
+    <message>
+        <source>%1 could not be started: %2</source>
+        <translation>%1 n’a pas pu être lancé : %2</translation>
+    </message>
+    <message>
+        <source>%1 ended with an error (%2)</source>
+        <translation>%1 s’est terminé sur une erreur (%2)</translation>
+    </message>
+    <message>
+        <source>no program to open it was found (xdg-open is not installed)</source>
+        <translation>aucun programme pour l’ouvrir n’a été trouvé (xdg-open n’est pas installé)</translation>
+    </message>
+</context>
+<context>
     <name>MainWindow</name>
     <message>
         <source>Halvoren</source>
@@ -954,6 +969,50 @@ Cliquez pour plus de détails.</translation>
     <message>
         <source>Details</source>
         <translation>Détails</translation>
+    </message>
+    <message>
+        <source>xdg-email, which hands messages to the mail program, is not installed</source>
+        <translation>xdg-email, qui transmet les messages au logiciel de messagerie, n’est pas installé</translation>
+    </message>
+    <message>
+        <source>The user guide could not be opened: %1.
+
+You can open it in a web browser yourself:
+%2</source>
+        <translation>Le guide de l’utilisateur n’a pas pu être ouvert : %1.
+
+Vous pouvez l’ouvrir vous-même dans un navigateur web :
+%2</translation>
+    </message>
+    <message>
+        <source>The page could not be opened: %1.
+
+You can open this address in a web browser yourself:
+%2</source>
+        <translation>La page n’a pas pu être ouverte : %1.
+
+Vous pouvez ouvrir vous-même cette adresse dans un navigateur web :
+%2</translation>
+    </message>
+    <message>
+        <source>Show in File Manager</source>
+        <translation>Afficher dans le gestionnaire de fichiers</translation>
+    </message>
+    <message>
+        <source>The package could not be handed to a mail program: %1.
+
+It was saved as %2; attach it to a message yourself.</source>
+        <translation>Le paquet n’a pas pu être transmis à un logiciel de messagerie : %1.
+
+Il a été enregistré sous %2 ; joignez-le vous-même à un message.</translation>
+    </message>
+    <message>
+        <source>Your key file could not be handed to a mail program: %1.
+
+It was saved as %2; attach it to a message yourself.</source>
+        <translation>Votre fichier de clé n’a pas pu être transmis à un logiciel de messagerie : %1.
+
+Il a été enregistré sous %2 ; joignez-le vous-même à un message.</translation>
     </message>
 </context>
 <context>
