@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "ui/desktop/FormPalette.h"
 #include "engine/AppConstants.h"
 #include "ui/desktop/WebSite.h"
 #include "ui_AboutDialog.h"
@@ -36,6 +37,7 @@ AboutDialog::AboutDialog(QWidget* parent)
     , ui(new Ui::AboutDialog)
 {
     ui->setupUi(this);
+    keepLightPalette(*this);
     setWindowFlags(Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint | Qt::WindowTitleHint);
     setFixedSize(412, 197);
     ui->label_2->setText(aboutText());

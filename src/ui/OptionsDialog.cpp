@@ -3,6 +3,7 @@
 #include <QCheckBox>
 #include <QDialogButtonBox>
 
+#include "ui/desktop/FormPalette.h"
 #include "contacts/ConfigStore.h"
 #include "ui_OptionsDialog.h"
 
@@ -33,6 +34,7 @@ OptionsDialog::OptionsDialog(ConfigStore* config, ApplicationOptions* options, Q
     , options(options)
 {
     ui->setupUi(this);
+    keepLightPalette(*this);
     setWindowFlags(Qt::Dialog | Qt::WindowTitleHint);
     connect(ui->buttonBox, &QDialogButtonBox::accepted, this, &OptionsDialog::on_OK);
     handlers << &handleOption<&ApplicationOptions::doNotMinimizeToTray, &Ui_OptionsDialog::chkHideInTray,

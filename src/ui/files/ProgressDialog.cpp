@@ -3,6 +3,7 @@
 #include <QCloseEvent>
 #include <QPushButton>
 
+#include "ui/desktop/FormPalette.h"
 #include "ui/files/ProgressThread.h"
 #include "ui_ProgressDialog.h"
 
@@ -12,6 +13,7 @@ ProgressDialog::ProgressDialog(FileSet* target, QWidget* parent)
     , targetSet(target)
 {
     ui->setupUi(this);
+    keepLightPalette(*this);
     setWindowFlags(Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint | Qt::WindowTitleHint | Qt::CustomizeWindowHint);
     setFixedSize(size());
     activateWindow();
