@@ -400,6 +400,15 @@ private slots:
         QCOMPARE(opened, QStringLiteral("File List to Encrypt"));
         QTest::keyClick(ui->contactManButtonBox->button(QDialogButtonBox::Ok), Qt::Key_Return);
         QCOMPARE(ui->recipientsListWidget->count(), 1);
+        QTRY_VERIFY(ui->BtnEncDec->isEnabled());
+        // From the recipients on, through the button, and round to the drop area again.
+        ui->recipientsListWidget->setFocus();
+        order = QStringList { QApplication::focusWidget()->objectName() };
+        for (int i = 0; i < 3; ++i) {
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+            order << QApplication::focusWidget()->objectName();
+        }
+        QCOMPARE(order, (QStringList { "recipientsListWidget", "BtnEncDec", "dropBoxLabel", "quickContactSearchBox" }));
 
         // What a screen reader says for each control, and the menus' Alt letters.
         for (QWidget* control : QList<QWidget*> { ui->dropBoxLabel, ui->quickContactSearchBox, ui->contactListWidget,
