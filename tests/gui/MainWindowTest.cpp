@@ -30,7 +30,12 @@
 #include "engine/AppConstants.h"
 #include "platform/Profile.h"
 #include "ui/Dialogs.h"
+#include "ui/AboutDialog.h"
 #include "ui/MainWindow.h"
+#include "ui/files/AddFilesDialog.h"
+#include "ui/files/FileListDlg.h"
+#include "ui/files/ProgressDialog.h"
+#include "ui/files/SearchingDialog.h"
 #include "ui/OptionsDialog.h"
 #include "ui/PackageThread.h"
 #include "ui/contacts/ActionMan.h"
@@ -424,6 +429,42 @@ private slots:
             QVERIFY2(menu->text().startsWith(u'&'), qPrintable(menu->text()));
         QCOMPARE(ui->act_MW_check_updates->text().remove(u'&'), QStringLiteral("Check for Updates"));
         QCOMPARE(answers::unanswered(), 0);
+    }
+
+    // A 1280x800 screen at a scale of one and a half leaves 853x533 points, less a title bar: every
+    // window must be usable in that much, and a dialog opened there is made to fit, whole.
+    void everyWindowFitsASmallScreenAtOneAndAHalf()
+    {
+        freshProfile("small");
+        FirstStart seen;
+        answerFirstStart(seen, QStringLiteral("Sam Small"));
+        MainWindow window;
+        ConfigStore config;
+        ApplicationOptions options;
+        FileSet files;
+        QStringList paths;
+        ContactDetailsDlg details(&window);
+        OptionsDialog optionsDialog(&config, &options, &window);
+        AboutDialog about(&window);
+        FileListDlg fileList(&files, &window);
+        AddFilesDialog addFiles(&paths, &window);
+        ProgressDialog progress(&files, &window);
+        SearchingDialog searching(&window);
+        const QSize points(1280 * 2 / 3 - 20, 800 * 2 / 3 - 50);
+        for (QWidget* form : QList<QWidget*> { &window, &details, &optionsDialog, &about, &fileList, &addFiles, &progress,
+                                               &searching }) {
+            const QSize least = form->minimumSizeHint().expandedTo(form->minimumSize());
+            QVERIFY2(least.width() <= points.width() && least.height() <= points.height(),
+                     qPrintable(form->objectName() + QStringLiteral(" needs at least %1x%2").arg(least.width()).arg(least.height())));
+        }
+        // Where the screen is smaller than the form was drawn for, the dialog shrinks, never below
+        // what its content needs, and opens whole on the screen.
+        details.resize(2000, 2000);
+        fitToScreen(details);
+        const QRect area = details.screen()->availableGeometry();
+        QVERIFY(area.contains(details.geometry()));
+        QVERIFY(details.height() >= details.minimumSizeHint().height());
+        QVERIFY(details.geometry().top() > area.top());
     }
 
     void optionsRoundTripThroughTheFileAndTheAutostartEntry()

@@ -47,16 +47,25 @@ void fitToScreen(QWidget& dialog)
     if (!screen)
         return;
     const Frame frame = desktopFrame();
-    const QSize room = screen->availableGeometry().adjusted(frame.side, frame.top, -frame.side, -frame.side).size();
+    const QRect room = screen->availableGeometry().adjusted(frame.side, frame.top, -frame.side, -frame.side);
     QSize wanted = dialog.size().expandedTo(dialog.sizeHint());
-    // The title bar holds the title and, at the most, three buttons and an icon.
-    // Window managers draw titles in a bold, often larger face.
+    // Window managers draw titles in a bold, often larger face; the title bar holds the title
+    // and, at the most, three buttons and an icon.
     QFont titleFont = QApplication::font();
     titleFont.setBold(true);
     titleFont.setPointSizeF(titleFont.pointSizeF() * 1.15);
     const int titleWidth = QFontMetrics(titleFont).horizontalAdvance(dialog.windowTitle()) + 5 * 24;
     wanted.setWidth(std::max(wanted.width(), titleWidth));
-    dialog.resize(wanted.boundedTo(room).expandedTo(dialog.minimumSizeHint()).boundedTo(dialog.maximumSize()));
+    const QSize size = wanted.boundedTo(room.size()).expandedTo(dialog.minimumSizeHint()).boundedTo(dialog.maximumSize());
+    // Centred on the window it belongs to where that is shown, else on the screen, and moved in
+    // whole where that would put a part of it, its title bar above all, off the screen.
+    const QWidget* parent = dialog.parentWidget() ? dialog.parentWidget()->window() : nullptr;
+    const QPoint centre = parent && parent->isVisible() ? parent->frameGeometry().center() : room.center();
+    QRect placed(QPoint(0, 0), size);
+    placed.moveCenter(centre);
+    placed.moveLeft(std::clamp(placed.left(), room.left(), std::max(room.left(), room.right() - size.width() + 1)));
+    placed.moveTop(std::clamp(placed.top(), room.top(), std::max(room.top(), room.bottom() - size.height() + 1)));
+    dialog.setGeometry(placed);
 }
 
 void centreOnScreen(QWidget& window)

@@ -10,6 +10,6 @@ class QWidget;
 void centreOnScreen(QWidget& window);
 
 // A dialog as large as its content asks for at this desktop's font and scale (forms are drawn for
-// one font; another one may need more room), wide enough to show its title, and no larger than the
-// screen it opens on.
+// one font; another one may need more room), wide enough to show its title, no larger than the
+// screen it opens on, and centred on its window or the screen with its title bar on the screen.
 void fitToScreen(QWidget& dialog);
