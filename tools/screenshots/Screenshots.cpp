@@ -255,6 +255,19 @@ int main(int argc, char* argv[])
     save(window, QStringLiteral("main-opened"));
     window.form()->act_MW_close_package->trigger();
 
+    // Email Your Key where no mail program can be reached: what was tried, and the way by hand.
+    {
+        const QByteArray path = qgetenv("PATH");
+        qputenv("PATH", sandbox.filePath(QStringLiteral("no-programs")).toLocal8Bit());
+        Dialogs::testing::answerMessage([](QMessageBox& box) {
+            box.show();
+            save(box, QStringLiteral("mail-by-hand"));
+            return int(QMessageBox::Ok);
+        });
+        window.form()->act_MW_email_key->trigger();
+        qputenv("PATH", path);
+    }
+
     {
         ApplicationOptions options;
         OptionsDialog dialog(nullptr, &options, &window);
