@@ -13,8 +13,8 @@ constexpr std::size_t MostBytesAhead = 8u << 20;
 constexpr std::size_t Batch = 32;
 }  // namespace
 
-SourcePrefetch::SourcePrefetch(const FileSet& files, std::int64_t smallFile)
-    : files_(files), smallFile_(smallFile)
+SourcePrefetch::SourcePrefetch(const FileSet& files, std::int64_t smallFile, std::optional<platform::FileIdentity> avoid)
+    : files_(files), smallFile_(smallFile), avoid_(avoid)
 {
     reader_ = std::thread(&SourcePrefetch::run, this);
 }
@@ -40,9 +40,14 @@ void SourcePrefetch::run()
         source.path = path;
         // Only regular files are read, and the open never waits: a FIFO would hold it for ever,
         // out of reach of a stop, and a device would never end.
-        source.handle = platform::openSourceFile(path, &source.size);
+        platform::FileIdentity identity;
+        source.handle = platform::openSourceFile(path, &source.size, &identity);
         if (source.handle == platform::InvalidHandle) {
             source.openError = platform::lastError();
+        } else if (avoid_ && identity == *avoid_) {
+            source.avoided = true;
+            platform::closeFile(source.handle);
+            source.handle = platform::InvalidHandle;
         } else if (source.size < smallFile_) {
             source.content.resize(static_cast<std::size_t>(source.size));
             std::size_t got = 0;

@@ -82,6 +82,7 @@ std::u16string statusText(const EngineStatus& status, const FailureSubject& subj
                                     : shownPath(subject.path) + u": " + platform::InvalidPackageText;
     std::u16string text = subject.linkRefused ? std::u16string(LinkRefusedText)
         : subject.sourceShrank                ? std::u16string(SourceShrankText)
+        : subject.sourceIsPackage             ? std::u16string(SourceIsPackageText)
         : !subject.reason.empty()             ? subject.reason
         : status.code() != 0                  ? platform::userText(status.code())
                                               : platform::errorText(win::ERROR_INVALID_DATA);

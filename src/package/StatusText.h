@@ -19,6 +19,8 @@ struct FailureSubject {
     bool linkRefused = false;
     // A source got shorter while it was packed.
     bool sourceShrank = false;
+    // The source (`path`) is the very file at the package's path, which the package would replace.
+    bool sourceIsPackage = false;
     // The entry that was refused or failed, as it stands in the package; empty if none.
     std::u16string entry;
     // Plain words for what went wrong with the entry, in place of the code's text.
@@ -29,6 +31,7 @@ struct FailureSubject {
 
 inline constexpr char16_t LinkRefusedText[] = u"refusing to follow a symbolic link";
 inline constexpr char16_t SourceShrankText[] = u"the file got shorter while it was being read";
+inline constexpr char16_t SourceIsPackageText[] = u"the package would replace this file, which goes into it";
 
 // An entry's name as a user reads it: with `/` between its parts, and every control character
 // (and every byte that is not UTF-8) escaped, so that a sender's name can't rewrite a terminal

@@ -104,7 +104,7 @@ FileHandle openFile(const std::u16string& path, std::uint32_t disposition, std::
     return fd;
 }
 
-FileHandle openSourceFile(const std::u16string& path, std::int64_t* size)
+FileHandle openSourceFile(const std::u16string& path, std::int64_t* size, FileIdentity* identity)
 {
     struct stat info {};
     const int fd = openAndStat(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0, info);
@@ -128,6 +128,8 @@ FileHandle openSourceFile(const std::u16string& path, std::int64_t* size)
     // The flag only had to keep the open from blocking: a regular file reads the same with it.
     if (size)
         *size = static_cast<std::int64_t>(info.st_size);
+    if (identity)
+        *identity = FileIdentity {static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino)};
     return fd;
 }
 
@@ -192,6 +194,16 @@ bool isDirectory(const std::u16string& path)
 {
     struct stat info {};
     return !path.empty() && ::stat(toUtf8(path).c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+bool fileIdentity(const std::u16string& path, FileIdentity& identity, bool& directory)
+{
+    struct stat info {};
+    if (path.empty() || ::stat(toUtf8(path).c_str(), &info) != 0)
+        return false;
+    identity = FileIdentity {static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino)};
+    directory = S_ISDIR(info.st_mode);
+    return true;
 }
 
 EntryKind entryKindAt(FileHandle directory, const std::u16string& name, mode_t* mode)
