@@ -62,7 +62,7 @@ bool emptyIfNeeded(int fd, std::uint32_t disposition, const struct stat& info)
 namespace {
 // The part every open shares: a usable name, the fault hook, the open itself (again after a
 // signal) and the file's status, for the caller's own test of what it opened.
-FileHandle openAndStat(const std::u16string& path, int flags, mode_t mode, struct stat& info)
+FileHandle openAndStat(const std::u16string& path, int flags, mode_t mode, struct stat& info, int folder = AT_FDCWD)
 {
     if (path.empty() || path.find(u'\0') != std::u16string::npos) {
         setLastError(path.empty() ? win::ERROR_PATH_NOT_FOUND : win::ERROR_INVALID_NAME);
@@ -73,7 +73,7 @@ FileHandle openAndStat(const std::u16string& path, int flags, mode_t mode, struc
     const std::string native = toUtf8(path);
     int fd;
     do {
-        fd = ::open(native.c_str(), flags, mode);
+        fd = ::openat(folder, native.c_str(), flags, mode);
     } while (fd < 0 && errno == EINTR);
     if (fd < 0) {
         setLastErrorFromErrno();
@@ -104,10 +104,11 @@ FileHandle openFile(const std::u16string& path, std::uint32_t disposition, std::
     return fd;
 }
 
-FileHandle openSourceFile(const std::u16string& path, std::int64_t* size, FileIdentity* identity)
+FileHandle openSourceFile(const std::u16string& path, std::int64_t* size, FileIdentity* identity, FileHandle folder)
 {
     struct stat info {};
-    const int fd = openAndStat(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0, info);
+    const int fd = openAndStat(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0, info,
+                               folder == InvalidHandle ? AT_FDCWD : folder);
     if (fd < 0)
         return InvalidHandle;
     if (!S_ISREG(info.st_mode)) {

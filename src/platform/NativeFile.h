@@ -43,7 +43,10 @@ struct FileIdentity {
     std::uint64_t inode = 0;
     bool operator==(const FileIdentity&) const = default;
 };
-FileHandle openSourceFile(const std::u16string& path, std::int64_t* size = nullptr, FileIdentity* identity = nullptr);
+// With `folder` open, `path` is a name in it: a walk through the whole path for every file of
+// a folder costs as much as the rest of the open.
+FileHandle openSourceFile(const std::u16string& path, std::int64_t* size = nullptr, FileIdentity* identity = nullptr,
+                          FileHandle folder = InvalidHandle);
 bool setFileMode(FileHandle handle, mode_t mode);
 // A second handle on the same open file (same position); InvalidHandle on failure.
 FileHandle duplicateHandle(FileHandle handle);
