@@ -380,17 +380,24 @@ Peers preparePeers()
     return peers;
 }
 
-// Peers take a single stream: a folder goes through tar, as a user of those tools would do it.
-std::string sourceStream(const Workload& workload)
+// Peers are run as their users run them: a file is given to the tool itself, by name, and the
+// tool writes its output file; a folder goes through tar, since the tools take a single stream.
+bool isFolder(const Workload& workload) { return !fs::is_regular_file(workload.root); }
+
+// A peer's `command`, which reads standard input or the file named last, given the workload.
+std::string peerCreate(const Workload& workload, const std::string& command)
 {
-    return fs::is_regular_file(workload.root) ? "cat " + quote(workload.root)
-                                              : "tar -C " + quote(workload.root) + " -cf - .";
+    return isFolder(workload) ? "tar -C " + quote(workload.root) + " -cf - . | " + command
+                              : command + " " + quote(workload.root);
 }
 
-std::string sinkStream(const Workload& workload, const fs::path& out)
+// A peer's `command`, which writes standard output or the file named after `output`, taken into
+// `out`.
+std::string peerExtract(const Workload& workload, const std::string& command, const std::string& output,
+                        const fs::path& out)
 {
-    return fs::is_regular_file(workload.root) ? "cat > " + quote(out / "one.bin")
-                                              : "tar -C " + quote(out) + " -xf -";
+    return isFolder(workload) ? command + " | tar -C " + quote(out) + " -xf -"
+                              : command + " " + output + quote(out / "one.bin");
 }
 
 void resetFolder(const fs::path& folder)
@@ -531,31 +538,40 @@ int main(int argc, char** argv)
         if (peers.gpg) {
             const std::string gpg = "GNUPGHOME=" + quote(peers.gnupgHome) + " gpg --batch --yes --trust-model always";
             creates("gpg", [&, gpg] {
-                return shell(sourceStream(workload) + " | " + gpg +
-                             " -z 0 --cipher-algo AES256 -r b0@bench.invalid -r b1@bench.invalid"
-                             " -r b2@bench.invalid -o " + quote(gpgOut) + " -e");
+                return shell(peerCreate(workload, gpg + " -z 0 --cipher-algo AES256 -r b0@bench.invalid -r b1@bench.invalid"
+                                                        " -r b2@bench.invalid -o " + quote(gpgOut) + " -e"));
             });
-            extracts("gpg", [&, gpg] { return shell(gpg + " -d " + quote(gpgOut) + " | " + sinkStream(workload, out)); });
+            extracts("gpg", [&, gpg] {
+                return shell(isFolder(workload) ? peerExtract(workload, gpg + " -d " + quote(gpgOut), "", out)
+                                                : gpg + " -o " + quote(out / "one.bin") + " -d " + quote(gpgOut));
+            });
         }
         if (peers.age) {
             creates("age", [&] {
-                return shell(sourceStream(workload) + " | age -r " + peers.agePublic[0] + " -r " + peers.agePublic[1] +
-                             " -r " + peers.agePublic[2] + " -o " + quote(ageOut));
+                return shell(peerCreate(workload, "age -r " + peers.agePublic[0] + " -r " + peers.agePublic[1] + " -r " +
+                                                      peers.agePublic[2] + " -o " + quote(ageOut)));
             });
             extracts("age", [&] {
-                return shell("age -d -i " + quote(peers.ageKeys[0]) + " " + quote(ageOut) + " | " +
-                             sinkStream(workload, out));
+                return shell(isFolder(workload)
+                                 ? peerExtract(workload, "age -d -i " + quote(peers.ageKeys[0]) + " " + quote(ageOut), "", out)
+                                 : "age -d -i " + quote(peers.ageKeys[0]) + " -o " + quote(out / "one.bin") + " " +
+                                       quote(ageOut));
             });
         }
         if (peers.cms) {
-            creates("openssl cms", [&] {
-                return shell(sourceStream(workload) + " | openssl cms -encrypt -aes256 -binary -stream -outform DER -out " +
-                             quote(cmsOut) + " " + quote(peers.certs[0]) + " " + quote(peers.certs[1]) + " " +
-                             quote(peers.certs[2]));
+            // The recipients' certificates close the command, so a file is named before them.
+            const std::string certificates =
+                " " + quote(peers.certs[0]) + " " + quote(peers.certs[1]) + " " + quote(peers.certs[2]);
+            creates("openssl cms", [&, certificates] {
+                const std::string command = "openssl cms -encrypt -aes256 -binary -stream -outform DER -out " + quote(cmsOut);
+                return shell(isFolder(workload) ? peerCreate(workload, command + certificates)
+                                                : command + " -in " + quote(workload.root) + certificates);
             });
             extracts("openssl cms", [&] {
-                return shell("openssl cms -decrypt -binary -inform DER -in " + quote(cmsOut) + " -recip " +
-                             quote(peers.certs[0]) + " -inkey " + quote(peers.keys[0]) + " | " + sinkStream(workload, out));
+                return shell(peerExtract(workload,
+                                         "openssl cms -decrypt -binary -inform DER -in " + quote(cmsOut) + " -recip " +
+                                             quote(peers.certs[0]) + " -inkey " + quote(peers.keys[0]),
+                                         "-out ", out));
             });
         }
 

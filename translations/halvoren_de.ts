@@ -1105,5 +1105,9 @@ Sie wurde als %2 gespeichert; hängen Sie sie selbst an eine Nachricht an.</tran
         <source>the file got shorter while it was being read</source>
         <translation>die Datei wurde beim Lesen kürzer</translation>
     </message>
+    <message>
+        <source>the package would replace this file, which goes into it</source>
+        <translation>das Paket würde diese Datei ersetzen, die selbst in das Paket kommt</translation>
+    </message>
 </context>
 </TS>

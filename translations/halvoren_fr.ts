@@ -1105,5 +1105,9 @@ Il a été enregistré sous %2 ; joignez-le vous-même à un message.</translati
         <source>the file got shorter while it was being read</source>
         <translation>le fichier a raccourci pendant sa lecture</translation>
     </message>
+    <message>
+        <source>the package would replace this file, which goes into it</source>
+        <translation>le paquet remplacerait ce fichier, qui fait lui-même partie du paquet</translation>
+    </message>
 </context>
 </TS>

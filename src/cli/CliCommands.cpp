@@ -547,11 +547,6 @@ int encryptCommand(const CommandLine& line, Profile& profile)
         return fail(unreadable.skipped ? "no package was made: nothing that was given could be read"
                                        : "there are no files to encrypt in what was given");
     const fs::path output = absolutePath(line.output);
-    // As tar says "file is the archive": the package would replace the only copy of a file that
-    // goes into it.
-    if (const std::u16string source = sourceAtPackagePath(files, u16(output.string())); !source.empty())
-        return fail(line.output + " is one of the files to encrypt (" + shownSource(u8(source))
-            + "); choose another name for the package");
     // Replacing goes by a rename, which a read-only file doesn't stop; its owner meant it to stay.
     if (::faccessat(AT_FDCWD, output.c_str(), F_OK, AT_EACCESS) == 0
         && ::faccessat(AT_FDCWD, output.c_str(), W_OK, AT_EACCESS) != 0 && errno == EACCES)
@@ -574,6 +569,12 @@ int encryptCommand(const CommandLine& line, Profile& profile)
         fail("stopped; no package was made");
         return ExitStopped;
     }
+    // As tar says "file is the archive": the package would replace the only copy of a file that
+    // goes into it. The engine sees that as it opens the files, so the names are not looked at
+    // twice; nothing is written at the package's path before it does.
+    if (!status.ok() && engine.failure().sourceIsPackage)
+        return fail(line.output + " is one of the files to encrypt (" + shownSource(u8(engine.failure().path))
+            + "); choose another name for the package");
     if (!status.ok() && progress.reportedFailure())
         return fail("no package was made (--skip-unreadable leaves out what can't be read)");
     if (!status.ok())

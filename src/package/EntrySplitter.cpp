@@ -8,6 +8,11 @@
 namespace {
 // The reader of the index refuses longer names; so stops the splitting.
 constexpr std::uint64_t MaxNameBytes = 1 << 20;
+// The buffer for the inner temporary is written when it holds this much. A hole left for an
+// entry's data that is no longer than SmallHole is filled with zeros in the buffer instead,
+// which reads the same as a hole and keeps the writes together.
+constexpr std::size_t InnerBuffer = 64 << 10;
+constexpr std::int64_t SmallHole = 4096;
 }  // namespace
 
 EntrySplitter::EntrySplitter(platform::FileHandle inner, platform::FileHandle folder, const std::u16string& folderPath,
@@ -20,13 +25,41 @@ bool EntrySplitter::toInner(const std::uint8_t* data, std::size_t size)
 {
     if (size == 0)
         return true;
-    // A hole left for an entry's data is passed over before the next bytes are written.
-    if (innerAt_ != innerEnd_ && !platform::seekFile(inner_, innerEnd_, platform::SeekFrom::Begin))
-        return false;
-    if (!platform::writeFile(inner_, data, size))
-        return false;
+    if (!buffer_.empty()) {
+        const std::int64_t gap = innerEnd_ - (bufferStart_ + static_cast<std::int64_t>(buffer_.size()));
+        if (gap <= SmallHole)
+            buffer_.resize(buffer_.size() + static_cast<std::size_t>(gap));
+        else if (!flushInner())
+            return false;
+    }
+    if (buffer_.empty())
+        bufferStart_ = innerEnd_;
+    if (buffer_.empty() && size >= InnerBuffer) {
+        // Large data is written as it comes, not copied first.
+        if (innerAt_ != innerEnd_ && !platform::seekFile(inner_, innerEnd_, platform::SeekFrom::Begin))
+            return false;
+        if (!platform::writeFile(inner_, data, size))
+            return false;
+        innerEnd_ += static_cast<std::int64_t>(size);
+        innerAt_ = innerEnd_;
+        return true;
+    }
+    buffer_.insert(buffer_.end(), data, data + size);
     innerEnd_ += static_cast<std::int64_t>(size);
-    innerAt_ = innerEnd_;
+    return buffer_.size() < InnerBuffer || flushInner();
+}
+
+bool EntrySplitter::flushInner()
+{
+    if (buffer_.empty())
+        return true;
+    // A hole left for an entry's data is passed over before the next bytes are written.
+    if (innerAt_ != bufferStart_ && !platform::seekFile(inner_, bufferStart_, platform::SeekFrom::Begin))
+        return false;
+    if (!platform::writeFile(inner_, buffer_.data(), buffer_.size()))
+        return false;
+    innerAt_ = bufferStart_ + static_cast<std::int64_t>(buffer_.size());
+    buffer_.clear();
     return true;
 }
 
@@ -49,8 +82,9 @@ void EntrySplitter::startData()
     if (entries_.size() >= mostFiles_)
         return;
     auto file = std::make_unique<platform::PrivateTemp>();
-    // Only an unnamed file will do: a named one would show in the folder before the check.
-    if (!file->create(folder_, folderPath_, platform::HiddenTempPrefix) || file->isNamed()) {
+    // Only an unnamed file will do: a named one would show in the folder before the check. It is
+    // made with the mode of a new file, which is what it keeps where its name is free.
+    if (!file->create(folder_, folderPath_, platform::HiddenTempPrefix, platform::NewUserFileMode) || file->isNamed()) {
         mostFiles_ = 0;
         return;
     }
@@ -137,7 +171,7 @@ bool EntrySplitter::write(const std::uint8_t* data, std::size_t size)
 bool EntrySplitter::finish()
 {
     std::int64_t length = 0;
-    if (!platform::fileSize(inner_, length))
+    if (!flushInner() || !platform::fileSize(inner_, length))
         return false;
     return length >= innerEnd_ || platform::truncateFile(inner_, innerEnd_);
 }

@@ -42,6 +42,8 @@ public:
 private:
     enum class Part { Header, EntryHeader, Name, Data, Rest };
     bool toInner(const std::uint8_t* data, std::size_t size);
+    // Writes what waits in the buffer for the inner temporary.
+    bool flushInner();
     // Gathers header bytes; true once `want` of them are there.
     bool gather(const std::uint8_t*& data, std::size_t& size, std::size_t want);
     void startData();
@@ -59,6 +61,10 @@ private:
     std::int64_t position_ = 0;    // of the next byte, in the inner package
     std::int64_t innerEnd_ = 0;    // how far the inner temporary has been written or skipped
     std::int64_t innerAt_ = 0;     // its file position
+    // Bytes for the inner temporary, written together from `bufferStart_`: an entry's header and
+    // name would otherwise cost two writes and a seek of their own.
+    std::vector<std::uint8_t> buffer_;
+    std::int64_t bufferStart_ = 0;
     platform::PrivateTemp* current_ = nullptr;
     bool folderFailed_ = false;
     Entries entries_;

@@ -457,11 +457,18 @@ EngineStatus PackageEngine::addFiles(ContainerFile& container)
 {
     EngineStatus status;
     bool goOn = true;
-    SourcePrefetch sources(files_, ContainerFile::GatheredFileLimit);
+    SourcePrefetch sources(files_, ContainerFile::GatheredFileLimit, packageIdentity_);
     SourcePrefetch::Source source;
     while (goOn && status.ok() && sources.next(source)) {
         const std::u16string& path = source.path;
         ScopedFile handle(source.handle);
+        if (source.avoided) {
+            // Replacing the package would destroy a file that goes into it.
+            status = EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError);
+            failedOn(status, path);
+            failure_.sourceIsPackage = true;
+            continue;
+        }
         if (source.openError != 0) {
             goOn = false;
             const EngineStatus reason(source.openError, SeverityError);
@@ -508,8 +515,14 @@ EngineStatus PackageEngine::create()
     failure_ = FailureSubject {};
     // A folder at the package's path would otherwise fail only the final rename, after every file
     // was copied, hashed and encrypted.
-    if (platform::isDirectory(packagePath_))
-        return failedOn(EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError), packagePath_);
+    platform::FileIdentity existing;
+    bool directory = false;
+    packageIdentity_.reset();
+    if (platform::fileIdentity(packagePath_, existing, directory)) {
+        if (directory)
+            return failedOn(EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError), packagePath_);
+        packageIdentity_ = existing;
+    }
     platform::sweepStaleTemporaries(platform::tempDirectory(), platform::TempPrefix);
 
     const bool encrypted = !recipients_.empty();
@@ -836,22 +849,6 @@ EngineStatus PackageEngine::extractEntry(ContainerEntry& entry, platform::FileHa
     const std::u16string& directoryPath, const std::u16string& name)
 {
     const std::u16string path = joinPath(directoryPath, name);
-    mode_t existingMode = 0;
-    const platform::EntryKind existing = platform::entryKindAt(directory, name, &existingMode);
-    if (existing == platform::EntryKind::Missing && platform::lastError() != win::ERROR_FILE_NOT_FOUND)
-        return failedOn(lastErrorStatus(), path);
-    if (existing == platform::EntryKind::Link) {
-        failedOn(EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError), path);
-        failure_.linkRefused = true;
-        return EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError);
-    }
-    // A folder, a FIFO or a device of that name is never replaced.
-    if (existing == platform::EntryKind::Directory || existing == platform::EntryKind::Other) {
-        failedOn(EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError), path);
-        failure_.reason = existing == platform::EntryKind::Directory ? u"a folder of that name is there already"
-                                                                     : u"something that is not a file has that name";
-        return EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError);
-    }
 
     // An entry decrypted straight into a file of its own only needs its reports and its name.
     EntrySplitter::Entry* ready = nullptr;
@@ -875,6 +872,30 @@ EngineStatus PackageEngine::extractEntry(ContainerEntry& entry, platform::FileHa
         const EngineStatus reported = entry.reportCopy();
         if (!reported.ok())
             return reported;
+        // Where the name is free, the file (made with the mode of a new file) only needs it; the
+        // look at what has the name, and the change of mode, are for the rarer case below.
+        if (ready->file->publishIfFree(directory, name))
+            return EngineStatus();
+    }
+
+    mode_t existingMode = 0;
+    const platform::EntryKind existing = platform::entryKindAt(directory, name, &existingMode);
+    if (existing == platform::EntryKind::Missing && platform::lastError() != win::ERROR_FILE_NOT_FOUND)
+        return failedOn(lastErrorStatus(), path);
+    if (existing == platform::EntryKind::Link) {
+        failedOn(EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError), path);
+        failure_.linkRefused = true;
+        return EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError);
+    }
+    // A folder, a FIFO or a device of that name is never replaced.
+    if (existing == platform::EntryKind::Directory || existing == platform::EntryKind::Other) {
+        failedOn(EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError), path);
+        failure_.reason = existing == platform::EntryKind::Directory ? u"a folder of that name is there already"
+                                                                     : u"something that is not a file has that name";
+        return EngineStatus(win::ERROR_ACCESS_DENIED, SeverityError);
+    }
+
+    if (ready) {
         if (platform::setFileMode(ready->file->handle(), modeFor(existing, existingMode, newFileMode_))
             && ready->file->publish(directory, name))
             return EngineStatus();

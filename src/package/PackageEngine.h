@@ -3,6 +3,7 @@
 // files. Runs on the worker thread; reports through the callback and returns one status.
 
 #include <cstdint>
+#include <optional>
 #include <set>
 #include <utility>
 #include <string>
@@ -96,6 +97,8 @@ private:
     KvxUtils::UserParameter* userParameter_ = nullptr;
     FailureSubject failure_;
     mode_t newFileMode_ = 0644;
+    // The file at the package's path before a run that makes one, if any.
+    std::optional<platform::FileIdentity> packageIdentity_;
     // The entries of the package being extracted that were decrypted straight into files of
     // their own, by their data's offset in the inner package.
     EntrySplitter::Entries* entryFiles_ = nullptr;

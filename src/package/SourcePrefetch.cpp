@@ -1,5 +1,6 @@
 #include "package/SourcePrefetch.h"
 
+#include "engine/ScopedFile.h"
 #include "platform/LastError.h"
 #include "platform/StatusCodes.h"
 
@@ -13,8 +14,8 @@ constexpr std::size_t MostBytesAhead = 8u << 20;
 constexpr std::size_t Batch = 32;
 }  // namespace
 
-SourcePrefetch::SourcePrefetch(const FileSet& files, std::int64_t smallFile)
-    : files_(files), smallFile_(smallFile)
+SourcePrefetch::SourcePrefetch(const FileSet& files, std::int64_t smallFile, std::optional<platform::FileIdentity> avoid)
+    : files_(files), smallFile_(smallFile), avoid_(avoid)
 {
     reader_ = std::thread(&SourcePrefetch::run, this);
 }
@@ -35,14 +36,36 @@ SourcePrefetch::~SourcePrefetch()
 
 void SourcePrefetch::run()
 {
+    // The folder of the files before, open: the set keeps the files of a folder together, so
+    // each is opened by its name in it.
+    std::u16string folderPath;
+    ScopedFile folder;
     for (const std::u16string& path : files_) {
         Source source;
         source.path = path;
+        const auto slash = path.rfind(NativeSeparator);
+        if (slash != std::u16string::npos && slash > 0 && path.compare(0, slash, folderPath) != 0) {
+            folder.close();
+            folderPath = path.substr(0, slash);
+            folder.adopt(platform::openDirectory(folderPath));
+        } else if (slash == std::u16string::npos || slash == 0) {
+            folder.close();
+            folderPath.clear();
+        }
         // Only regular files are read, and the open never waits: a FIFO would hold it for ever,
-        // out of reach of a stop, and a device would never end.
-        source.handle = platform::openSourceFile(path, &source.size);
+        // out of reach of a stop, and a device would never end. A folder that can't be opened
+        // leaves the whole path to the open, which then says why.
+        const bool inFolder = folder.isOpen() && slash != std::u16string::npos && slash + 1 < path.size();
+        platform::FileIdentity identity;
+        source.handle = inFolder
+            ? platform::openSourceFile(path.substr(slash + 1), &source.size, &identity, folder.handle())
+            : platform::openSourceFile(path, &source.size, &identity);
         if (source.handle == platform::InvalidHandle) {
             source.openError = platform::lastError();
+        } else if (avoid_ && identity == *avoid_) {
+            source.avoided = true;
+            platform::closeFile(source.handle);
+            source.handle = platform::InvalidHandle;
         } else if (source.size < smallFile_) {
             source.content.resize(static_cast<std::size_t>(source.size));
             std::size_t got = 0;

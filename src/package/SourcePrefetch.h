@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <deque>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -29,10 +30,14 @@ public:
         // file that shrank since the open fails with ERROR_HANDLE_EOF.
         std::vector<std::uint8_t> content;
         std::uint32_t readError = 0;
+        // The file is the one `avoid` named: it is neither read nor kept open.
+        bool avoided = false;
     };
 
-    // Files smaller than this are read ahead whole.
-    SourcePrefetch(const FileSet& files, std::int64_t smallFile);
+    // Files smaller than this are read ahead whole. A file that is `avoid` (the package being
+    // replaced, say) is told as such; the look costs nothing, since every file is looked at as it
+    // is opened.
+    SourcePrefetch(const FileSet& files, std::int64_t smallFile, std::optional<platform::FileIdentity> avoid = {});
     // Stops reading ahead; files handed out stay the caller's, those not yet taken are closed.
     ~SourcePrefetch();
     SourcePrefetch(const SourcePrefetch&) = delete;
@@ -46,6 +51,7 @@ private:
 
     const FileSet& files_;
     const std::int64_t smallFile_;
+    const std::optional<platform::FileIdentity> avoid_;
     std::mutex lock_;
     std::condition_variable changed_;
     std::deque<Source> ready_;

@@ -87,6 +87,7 @@ std::u16string statusText(const EngineStatus& status, const FailureSubject& subj
         return onPath(translated("ErrorText", platform::InvalidPackageText));
     const std::u16string text = subject.linkRefused ? translated("StatusText", LinkRefusedText)
         : subject.sourceShrank                      ? translated("StatusText", SourceShrankText)
+        : subject.sourceIsPackage                   ? translated("StatusText", SourceIsPackageText)
         : !subject.reason.empty()                   ? subject.reason
         : status.code() != 0                        ? platform::userText(status.code())
                                                     : platform::errorText(win::ERROR_INVALID_DATA);

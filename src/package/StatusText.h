@@ -20,6 +20,8 @@ struct FailureSubject {
     bool linkRefused = false;
     // A source got shorter while it was packed.
     bool sourceShrank = false;
+    // The source (`path`) is the very file at the package's path, which the package would replace.
+    bool sourceIsPackage = false;
     // The entry that was refused or failed, as it stands in the package; empty if none.
     std::u16string entry;
     // Plain words for what went wrong with the entry, in place of the code's text.
@@ -30,6 +32,8 @@ struct FailureSubject {
 
 inline constexpr char LinkRefusedText[] = QT_TRANSLATE_NOOP("StatusText", "refusing to follow a symbolic link");
 inline constexpr char SourceShrankText[] = QT_TRANSLATE_NOOP("StatusText", "the file got shorter while it was being read");
+inline constexpr char SourceIsPackageText[]
+    = QT_TRANSLATE_NOOP("StatusText", "the package would replace this file, which goes into it");
 
 // An entry's name as a user reads it: with `/` between its parts, and every control character
 // (and every byte that is not UTF-8) escaped, so that a sender's name can't rewrite a terminal

@@ -62,7 +62,7 @@ bool emptyIfNeeded(int fd, std::uint32_t disposition, const struct stat& info)
 namespace {
 // The part every open shares: a usable name, the fault hook, the open itself (again after a
 // signal) and the file's status, for the caller's own test of what it opened.
-FileHandle openAndStat(const std::u16string& path, int flags, mode_t mode, struct stat& info)
+FileHandle openAndStat(const std::u16string& path, int flags, mode_t mode, struct stat& info, int folder = AT_FDCWD)
 {
     if (path.empty() || path.find(u'\0') != std::u16string::npos) {
         setLastError(path.empty() ? win::ERROR_PATH_NOT_FOUND : win::ERROR_INVALID_NAME);
@@ -73,7 +73,7 @@ FileHandle openAndStat(const std::u16string& path, int flags, mode_t mode, struc
     const std::string native = toUtf8(path);
     int fd;
     do {
-        fd = ::open(native.c_str(), flags, mode);
+        fd = ::openat(folder, native.c_str(), flags, mode);
     } while (fd < 0 && errno == EINTR);
     if (fd < 0) {
         setLastErrorFromErrno();
@@ -104,10 +104,11 @@ FileHandle openFile(const std::u16string& path, std::uint32_t disposition, std::
     return fd;
 }
 
-FileHandle openSourceFile(const std::u16string& path, std::int64_t* size)
+FileHandle openSourceFile(const std::u16string& path, std::int64_t* size, FileIdentity* identity, FileHandle folder)
 {
     struct stat info {};
-    const int fd = openAndStat(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0, info);
+    const int fd = openAndStat(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0, info,
+                               folder == InvalidHandle ? AT_FDCWD : folder);
     if (fd < 0)
         return InvalidHandle;
     if (!S_ISREG(info.st_mode)) {
@@ -128,6 +129,8 @@ FileHandle openSourceFile(const std::u16string& path, std::int64_t* size)
     // The flag only had to keep the open from blocking: a regular file reads the same with it.
     if (size)
         *size = static_cast<std::int64_t>(info.st_size);
+    if (identity)
+        *identity = FileIdentity {static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino)};
     return fd;
 }
 
@@ -192,6 +195,16 @@ bool isDirectory(const std::u16string& path)
 {
     struct stat info {};
     return !path.empty() && ::stat(toUtf8(path).c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+bool fileIdentity(const std::u16string& path, FileIdentity& identity, bool& directory)
+{
+    struct stat info {};
+    if (path.empty() || ::stat(toUtf8(path).c_str(), &info) != 0)
+        return false;
+    identity = FileIdentity {static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino)};
+    directory = S_ISDIR(info.st_mode);
+    return true;
 }
 
 EntryKind entryKindAt(FileHandle directory, const std::u16string& name, mode_t* mode)

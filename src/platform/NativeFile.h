@@ -36,8 +36,17 @@ FileHandle openFile(const std::u16string& path, std::uint32_t disposition, std::
 bool closeFile(FileHandle handle);
 // Opens a file to be read as a source: without blocking (a FIFO or a device would hold the open,
 // or the reads, for ever) and only if it is a regular file; anything else is refused with
-// ERROR_CANT_ACCESS_FILE. `size`, if given, receives the file's size at the open.
-FileHandle openSourceFile(const std::u16string& path, std::int64_t* size = nullptr);
+// ERROR_CANT_ACCESS_FILE. `size`, if given, receives the file's size at the open; `identity`
+// what tells the file from every other one.
+struct FileIdentity {
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
+    bool operator==(const FileIdentity&) const = default;
+};
+// With `folder` open, `path` is a name in it: a walk through the whole path for every file of
+// a folder costs as much as the rest of the open.
+FileHandle openSourceFile(const std::u16string& path, std::int64_t* size = nullptr, FileIdentity* identity = nullptr,
+                          FileHandle folder = InvalidHandle);
 bool setFileMode(FileHandle handle, mode_t mode);
 // A second handle on the same open file (same position); InvalidHandle on failure.
 FileHandle duplicateHandle(FileHandle handle);
@@ -51,6 +60,9 @@ FileHandle reopenForReading(FileHandle handle);
 bool syncFile(FileHandle handle);
 // True if the path names a folder (links followed).
 bool isDirectory(const std::u16string& path);
+// What is at `path` (links followed): whether it is a folder, and which file it is. False if
+// nothing is there.
+bool fileIdentity(const std::u16string& path, FileIdentity& identity, bool& directory);
 bool deleteFile(const std::u16string& path);
 
 // Reads until `size` bytes came or the end of the file; `got` says how many.

@@ -32,8 +32,11 @@ public:
     PrivateTemp& operator=(const PrivateTemp&) = delete;
 
     // In the folder open as `directory`, unnamed where the file system can, else named with
-    // `prefix`. `folderPath` only serves to give a named one a path.
-    bool create(FileHandle directory, const std::u16string& folderPath, const char* prefix);
+    // `prefix`. `folderPath` only serves to give a named one a path. An unnamed file gets
+    // `unnamedMode` (less the umask): without a name nobody else can open it, and a file made
+    // with the mode it will be published with needs no change of mode later. A named one is
+    // always 0600.
+    bool create(FileHandle directory, const std::u16string& folderPath, const char* prefix, mode_t unnamedMode = 0600);
     // In the temporary folder.
     bool createInTempDirectory();
 
@@ -48,6 +51,10 @@ public:
     // Puts the complete file at `name` in `directory` (the folder it was made in), replacing an
     // earlier file there in one step. The file stops being a temporary.
     bool publish(FileHandle directory, const std::u16string& name);
+    // Puts the complete file at `name` only if nothing has that name; when something has, it
+    // fails with ERROR_ALREADY_EXISTS and the temporary stays as it was. One call where the
+    // name is free, with no look at the folder first.
+    bool publishIfFree(FileHandle directory, const std::u16string& name);
     void discard();
 
 private:

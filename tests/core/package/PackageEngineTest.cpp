@@ -657,15 +657,22 @@ TEST_F(PackageEngineTest, ExtractionReplacesAFileOnlyWithTheWholeEntry)
         expectEarlierFiles("full disk");
     }
 
-    // A file there with a hard link elsewhere is replaced, not written through.
+    // A file there with a hard link elsewhere is replaced, not written through, and keeps its
+    // mode; so from an encrypted package, whose entries are decrypted into files of their own
+    // and find their names taken only when they are published.
+    ASSERT_TRUE(create(sourceFiles(), folder / "e.kvx", { bob }).ok());
     const fs::path outside = folder / "outside.txt";
-    writeText(outside, "not yours");
-    fs::remove(landed / "a.txt");
-    fs::create_hard_link(outside, landed / "a.txt");
-    session = Recorder {};
-    ASSERT_TRUE(extract(*bob, folder / "p.kvx", out).ok());
-    EXPECT_EQ(readBytes(outside), (Bytes { 'n', 'o', 't', ' ', 'y', 'o', 'u', 'r', 's' }));
-    EXPECT_EQ(treeContents(out), whole);
+    for (const char* package : { "p.kvx", "e.kvx" }) {
+        writeText(outside, "not yours");
+        fs::remove(landed / "a.txt");
+        fs::create_hard_link(outside, landed / "a.txt");
+        fs::permissions(big, fs::perms(0640));
+        session = Recorder {};
+        ASSERT_TRUE(extract(*bob, folder / package, out).ok()) << package;
+        EXPECT_EQ(readBytes(outside), (Bytes { 'n', 'o', 't', ' ', 'y', 'o', 'u', 'r', 's' })) << package;
+        EXPECT_EQ(treeContents(out), whole) << package;
+        EXPECT_EQ(modeOf(big), 0640u) << package;
+    }
 
     // A package extracted into its own folder, with an entry of its own name, is still read
     // whole: the entries after that one come out too.
