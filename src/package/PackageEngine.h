@@ -45,6 +45,13 @@ public:
 
     EngineStatus create();
     EngineStatus extract();
+    // What extract checks, without writing any file: the package's digest, for an encrypted one
+    // the decryption and the inner package's digest, and the index. No content of an entry is
+    // kept anywhere. On success checkedEntries() holds the names and sizes of the (inner)
+    // package's entries, and checkedDecrypted() says whether it was decrypted to get them.
+    EngineStatus check();
+    const ContainerIndex& checkedEntries() const { return checked_; }
+    bool checkedDecrypted() const { return checkedDecrypted_; }
     // What the last failed run's status concerns: the file, folder or entry, and whether the
     // package itself failed its structure. Empty after a success.
     const FailureSubject& failure() const { return failure_; }
@@ -99,4 +106,7 @@ private:
     // The entries of the package being extracted that were decrypted straight into files of
     // their own, by their data's offset in the inner package.
     EntrySplitter::Entries* entryFiles_ = nullptr;
+    bool checkOnly_ = false;
+    ContainerIndex checked_;
+    bool checkedDecrypted_ = false;
 };

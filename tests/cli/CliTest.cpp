@@ -876,3 +876,75 @@ TEST_F(CliTest, APackageWithAnyRefusedNameWritesNothingAndNamesTheEntry)
         EXPECT_TRUE(fs::is_empty(out)) << says;
     }
 }
+
+TEST_F(CliTest, ListAndVerifyCheckEveryDigestAndWriteNothing)
+{
+    const fs::path work = freshFolder("check");
+    const fs::path profile = freshProfile("check-profile");
+    ASSERT_EQ(in(profile, {"contacts", "import", (*root / "bob.kvxk").string()}).exitCode, 0);
+    fs::create_directories(work / "tree" / "sub");
+    writeBytes(work / "tree" / "big.bin", randomBytes(300000, 3));
+    writeText(work / "tree" / "empty", "");
+    writeText(work / "tree" / "sub" / "b\x1b[2J.txt", "summer");
+    const fs::path plain = work / "plain.kvx";
+    const fs::path sealed = work / "sealed.kvx";
+    ASSERT_EQ(in(profile, {"encrypt", "--plain", "-o", plain.string(), "tree"}, work).exitCode, 0);
+    ASSERT_EQ(in(profile, {"encrypt", "-r", "Bob", "-o", sealed.string(), "tree"}, work).exitCode, 0);
+
+    // Damage that each check must find: the outer digest, the inner digest behind a recomputed
+    // outer one, the padding of the last block, an entry of a plain package, and an index that
+    // runs past the end of a package whose digest matches.
+    const Bytes sealedBytes = readBytes(sealed);
+    std::vector<std::pair<std::string, Bytes>> damaged {
+        {"outer", sealedBytes}, {"inner", sealedBytes}, {"padding", sealedBytes}, {"entry", readBytes(plain)},
+        {"index", craftedPackage(1, entryHeader(EntryTypeData, 0, 5))}};
+    damaged[0].second[sealedBytes.size() / 2] ^= 0x01;
+    damaged[1].second[sealedBytes.size() / 2] ^= 0x01;
+    rehash(damaged[1].second);
+    damaged[2].second.back() ^= 0x01;
+    rehash(damaged[2].second);
+    damaged[3].second[damaged[3].second.size() - 3] ^= 0x01;
+    for (const auto& [name, bytes] : damaged)
+        writeBytes(work / (name + ".kvx"), bytes);
+
+    auto snapshot = [](const fs::path& folder) {
+        std::vector<std::string> found;
+        for (const auto& entry : fs::recursive_directory_iterator(folder))
+            found.push_back(entry.path().string());
+        std::sort(found.begin(), found.end());
+        return found;
+    };
+    const fs::path temporary = std::getenv("TMPDIR");
+    const auto workBefore = snapshot(work);
+    const auto temporaryBefore = snapshot(temporary);
+
+    const std::string listing = "tree/big.bin\t300000\ntree/empty\t0\ntree/sub/b\\x1b[2J.txt\t6\n";
+    for (const fs::path& package : {plain, sealed}) {
+        const bool encrypted = package == sealed;
+        const ToolRun list = as("bob", {"list", package.string()}, work);
+        EXPECT_EQ(list.exitCode, 0) << list.err;
+        EXPECT_EQ(list.out, listing);
+        const ToolRun verify = as("bob", {"verify", package.filename().string()}, work);
+        EXPECT_EQ(verify.exitCode, 0) << verify.err;
+        EXPECT_EQ(verify.out, package.filename().string() + ": intact ("
+                + (encrypted ? "encrypted, opened with your key" : "not encrypted") + "; 3 files, 300006 bytes)\n");
+    }
+    for (const auto& [name, bytes] : damaged) {
+        for (const char* command : {"list", "verify"}) {
+            const ToolRun run = as("bob", {command, name + ".kvx"}, work);
+            EXPECT_EQ(run.exitCode, 1) << command << " " << name;
+            EXPECT_TRUE(run.out.empty()) << command << " " << name << ": " << run.out;
+            EXPECT_EQ(run.err, "halvoren-cli: " + name + ".kvx: " + InvalidPackage + "\n") << command << " " << name;
+        }
+    }
+    // The maker didn't encrypt for herself: she hears what decrypt would tell her.
+    const ToolRun outsider = in(profile, {"verify", sealed.string()});
+    EXPECT_EQ(outsider.exitCode, 1);
+    EXPECT_TRUE(outsider.out.empty());
+    EXPECT_EQ(snapshot(work), workBefore);
+    EXPECT_EQ(snapshot(temporary), temporaryBefore);
+    const ToolRun decrypt = in(profile, {"decrypt", sealed.string(), "-C", (freshFolder("check-out") / "x").string()});
+    EXPECT_EQ(decrypt.exitCode, 1);
+    EXPECT_NE(outsider.err.find(NotARecipient), std::string::npos) << outsider.err;
+    EXPECT_EQ(outsider.err, decrypt.err);
+}
