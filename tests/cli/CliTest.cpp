@@ -730,7 +730,7 @@ TEST_F(CliTest, UsageErrorsHelpAndExitCodes)
     const ToolRun help = runTool({"--help"});
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_NE(help.out.find("Usage: halvoren-cli"), std::string::npos);
-    for (const char* command : {"identity", "contacts", "encrypt", "decrypt"}) {
+    for (const char* command : {"identity", "contacts", "encrypt", "decrypt", "list", "verify"}) {
         const ToolRun commandHelp = runTool({command, "--help"});
         EXPECT_EQ(commandHelp.exitCode, 0) << command;
         EXPECT_NE(commandHelp.out.find(std::string("halvoren-cli ") + command), std::string::npos) << command;
@@ -746,6 +746,8 @@ TEST_F(CliTest, UsageErrorsHelpAndExitCodes)
     EXPECT_EQ(as("ann", {"encrypt", "-o", o, "-r", "Nobody", f}).exitCode, 2);
     EXPECT_EQ(as("ann", {"encrypt", "-o", o, "--self"}).exitCode, 2);
     EXPECT_EQ(as("ann", {"decrypt", o}).exitCode, 2);
+    EXPECT_EQ(as("ann", {"verify"}).exitCode, 2);
+    EXPECT_EQ(as("ann", {"list", o, "-C", folder.string()}).exitCode, 2);
     EXPECT_EQ(as("ann", {"encrypt", "-o", o, "--self", (folder / "missing").string()}).exitCode, 1);
     EXPECT_EQ(as("ann", {"identity", "create", "Another"}).exitCode, 1);
     EXPECT_EQ(as("fresh", {"identity", "show"}).exitCode, 1);
@@ -914,6 +916,9 @@ TEST_F(CliTest, ListAndVerifyCheckEveryDigestAndWriteNothing)
         std::sort(found.begin(), found.end());
         return found;
     };
+    // The checks run in an empty folder of their own, where anything written would show.
+    const fs::path here = work / "here";
+    fs::create_directories(here);
     const fs::path temporary = std::getenv("TMPDIR");
     const auto workBefore = snapshot(work);
     const auto temporaryBefore = snapshot(temporary);
@@ -921,24 +926,25 @@ TEST_F(CliTest, ListAndVerifyCheckEveryDigestAndWriteNothing)
     const std::string listing = "tree/big.bin\t300000\ntree/empty\t0\ntree/sub/b\\x1b[2J.txt\t6\n";
     for (const fs::path& package : {plain, sealed}) {
         const bool encrypted = package == sealed;
-        const ToolRun list = as("bob", {"list", package.string()}, work);
+        const ToolRun list = as("bob", {"list", package.string()}, here);
         EXPECT_EQ(list.exitCode, 0) << list.err;
         EXPECT_EQ(list.out, listing);
-        const ToolRun verify = as("bob", {"verify", package.filename().string()}, work);
+        const std::string shown = "../" + package.filename().string();
+        const ToolRun verify = as("bob", {"verify", shown}, here);
         EXPECT_EQ(verify.exitCode, 0) << verify.err;
-        EXPECT_EQ(verify.out, package.filename().string() + ": intact ("
-                + (encrypted ? "encrypted, opened with your key" : "not encrypted") + "; 3 files, 300006 bytes)\n");
+        EXPECT_EQ(verify.out, shown + ": intact (" + (encrypted ? "encrypted, opened with your key" : "not encrypted")
+                + "; 3 files, 300006 bytes)\n");
     }
     for (const auto& [name, bytes] : damaged) {
         for (const char* command : {"list", "verify"}) {
-            const ToolRun run = as("bob", {command, name + ".kvx"}, work);
+            const ToolRun run = as("bob", {command, "../" + name + ".kvx"}, here);
             EXPECT_EQ(run.exitCode, 1) << command << " " << name;
             EXPECT_TRUE(run.out.empty()) << command << " " << name << ": " << run.out;
-            EXPECT_EQ(run.err, "halvoren-cli: " + name + ".kvx: " + InvalidPackage + "\n") << command << " " << name;
+            EXPECT_EQ(run.err, "halvoren-cli: ../" + name + ".kvx: " + InvalidPackage + "\n") << command << " " << name;
         }
     }
     // The maker didn't encrypt for herself: she hears what decrypt would tell her.
-    const ToolRun outsider = in(profile, {"verify", sealed.string()});
+    const ToolRun outsider = in(profile, {"verify", sealed.string()}, here);
     EXPECT_EQ(outsider.exitCode, 1);
     EXPECT_TRUE(outsider.out.empty());
     EXPECT_EQ(snapshot(work), workBefore);
