@@ -54,7 +54,7 @@ const char ToolHelp[] = "Usage: halvoren-cli [--profile DIR] COMMAND ...\n"
                         "  encrypt -o OUT.kvx [-r NAME]... [--self] [--plain] [--flat] [--skip-unreadable] PATH...\n"
                         "  decrypt PACKAGE.kvx -C DIR\n"
                         "  list PACKAGE.kvx                 one file of the package a line: name, size\n"
-                        "  verify PACKAGE.kvx               check the package whole, writing nothing\n"
+                        "  verify PACKAGE.kvx               check the package whole, extracting nothing\n"
                         "\n"
                         "Options:\n"
                         "  --profile DIR                    use the profile in DIR instead of the program's own\n"
@@ -118,14 +118,16 @@ const std::map<std::string, std::string> CommandHelp {
         "Prints the files of a package, one a line: the name as stored (folders separated by '/')\n"
         "and the size in bytes, separated by a tab. The package is checked whole first, as 'verify'\n"
         "checks it, so nothing is listed from a damaged package; an encrypted one is opened with\n"
-        "your identity's key. No file is written.\n" },
+        "your identity's key. Nothing is extracted, and no content of the package is written\n"
+        "anywhere.\n" },
     { "verify",
         "Usage: halvoren-cli verify PACKAGE.kvx\n"
         "\n"
         "Checks a package without extracting it: its digest, and for an encrypted package the\n"
         "decryption with your identity's key, the digest of the package inside and its index.\n"
         "Prints one line saying the package is intact, or says on standard error what is wrong and\n"
-        "exits 1. No file is written, and no content of the package is kept anywhere.\n" },
+        "exits 1. Nothing is extracted, and no content of the package is written anywhere: it is\n"
+        "decrypted only to be hashed.\n" },
 };
 
 std::u16string u16(const std::string& text) { return platform::fromUtf8(text); }

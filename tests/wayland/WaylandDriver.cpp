@@ -18,11 +18,12 @@
 #include <QLineEdit>
 #include <QMainWindow>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
-#include <QSet>
 #include <QTimer>
 #include <QToolButton>
 #include <QWindow>
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -52,10 +53,10 @@ private:
         for (QWidget* widget : QApplication::topLevelWidgets()) {
             if (!widget->isVisible() || !widget->windowHandle() || !widget->windowHandle()->isExposed())
                 continue;
-            if (!seen_.contains(widget)) {
-                seen_.insert(widget);
-                say(QStringLiteral("shown %1 \"%2\"").arg(QString::fromLatin1(widget->metaObject()->className()),
-                                                          widget->windowTitle()));
+            if (!seen(widget)) {
+                seen_.append(widget);
+                say(QStringLiteral("shown %1 \"%2\"")
+                        .arg(QString::fromLatin1(widget->metaObject()->className()), widget->windowTitle()));
             }
             if (auto* box = qobject_cast<QMessageBox*>(widget))
                 return answerMessage(box);
@@ -65,7 +66,7 @@ private:
                 return enterIdentity(qobject_cast<QDialog*>(widget));
         }
         for (QWidget* widget : QApplication::topLevelWidgets()) {
-            if (auto* window = qobject_cast<QMainWindow*>(widget); window && seen_.contains(window))
+            if (auto* window = qobject_cast<QMainWindow*>(widget); window && seen(window))
                 return driveWindow(window);
         }
     }
@@ -132,7 +133,14 @@ private:
         QMetaObject::invokeMethod(button, &QAbstractButton::click, Qt::QueuedConnection);
     }
 
-    QSet<QWidget*> seen_;
+    // Guarded, since a new window may come at the address of one that is gone.
+    bool seen(QWidget* widget)
+    {
+        seen_.removeAll(nullptr);
+        return std::any_of(seen_.begin(), seen_.end(), [widget](const QPointer<QWidget>& w) { return w == widget; });
+    }
+
+    QList<QPointer<QWidget>> seen_;
     bool decryptPressed_ = false;
     bool reported_ = false;
     bool closing_ = false;
