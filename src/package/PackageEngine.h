@@ -45,10 +45,11 @@ public:
 
     EngineStatus create();
     EngineStatus extract();
-    // What extract checks, without writing any file: the package's digest, for an encrypted one
-    // the decryption and the inner package's digest, and the index. No content of an entry is
-    // kept anywhere. On success checkedEntries() holds the names and sizes of the (inner)
-    // package's entries, and checkedDecrypted() says whether it was decrypted to get them.
+    // What extract checks of the package, extracting nothing: its digest, for an encrypted one
+    // the decryption and the inner package's digest, and the index (not the names, whose limits
+    // depend on the folder). No content of an entry is kept anywhere; the inner package's index
+    // alone goes to a private temporary. On success checkedEntries() holds the names and sizes of
+    // the (inner) package's entries, and checkedDecrypted() says whether it was decrypted.
     EngineStatus check();
     const ContainerIndex& checkedEntries() const { return checked_; }
     bool checkedDecrypted() const { return checkedDecrypted_; }
