@@ -4,8 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-
 #include <cstdio>
 #include <filesystem>
 #include <functional>
@@ -53,6 +53,8 @@ const char ToolHelp[] = "Usage: halvoren-cli [--profile DIR] COMMAND ...\n"
                         "  contacts repair                  file certificates that lost their contact entry again\n"
                         "  encrypt -o OUT.kvx [-r NAME]... [--self] [--plain] [--flat] [--skip-unreadable] PATH...\n"
                         "  decrypt PACKAGE.kvx -C DIR\n"
+                        "  list PACKAGE.kvx                 one file of the package a line: name, size\n"
+                        "  verify PACKAGE.kvx               check the package whole, extracting nothing\n"
                         "\n"
                         "Options:\n"
                         "  --profile DIR                    use the profile in DIR instead of the program's own\n"
@@ -110,6 +112,22 @@ const std::map<std::string, std::string> CommandHelp {
         "Checks the package, opens it with your identity's key if it is encrypted, and writes its\n"
         "files below DIR (created if missing). Existing files of the same names are replaced.\n"
         "Nothing is ever written outside DIR.\n" },
+    { "list",
+        "Usage: halvoren-cli list PACKAGE.kvx\n"
+        "\n"
+        "Prints the files of a package, one a line: the name as stored (folders separated by '/')\n"
+        "and the size in bytes, separated by a tab. The package is checked whole first, as 'verify'\n"
+        "checks it, so nothing is listed from a damaged package; an encrypted one is opened with\n"
+        "your identity's key. Nothing is extracted, and no content of the package is written\n"
+        "anywhere.\n" },
+    { "verify",
+        "Usage: halvoren-cli verify PACKAGE.kvx\n"
+        "\n"
+        "Checks a package without extracting it: its digest, and for an encrypted package the\n"
+        "decryption with your identity's key, the digest of the package inside and its index.\n"
+        "Prints one line saying the package is intact, or says on standard error what is wrong and\n"
+        "exits 1. Nothing is extracted, and no content of the package is written anywhere: it is\n"
+        "decrypted only to be hashed.\n" },
 };
 
 std::u16string u16(const std::string& text) { return platform::fromUtf8(text); }
@@ -629,6 +647,63 @@ int decryptCommand(const CommandLine& line, Profile& profile)
     return fail(u8(::statusText(status, engine.failure())));
 }
 
+// list and verify: the checks of an extraction, in the same memory, with nothing written.
+int checkCommand(const CommandLine& line, Profile& profile)
+{
+    const std::string& command = line.words[0];
+    if (line.words.size() != 2)
+        return usage(command + " takes one PACKAGE");
+    const std::string& shown = line.words[1];
+    const ContactRecord none;
+    PackageEngine engine(profile.own() ? *profile.own() : none);
+    const std::u16string packagePath = u16(absolutePath(shown).string());
+    engine.setPackagePath(packagePath);
+    ProgressPrinter progress(ProgressPrinter::Mode::Extract);
+    progress.setPackagePath(u16(shown));
+    engine.setCallback(ProgressPrinter::callback);
+    engine.setUserParameter(progress.record());
+    const EngineStatus status = engine.check();
+
+    if (!status.ok()) {
+        if (ProgressPrinter::interrupted()) {
+            fail("stopped; the package was not checked to the end");
+            return ExitStopped;
+        }
+        if (progress.reportedFailure())
+            return ExitFailed;
+        if (status.code() == win::ERROR_FILE_INVALID)
+            return fail("can't open " + shown + ": " + codeText(platform::lastError() ? platform::lastError() : status.code()));
+        // Every message names the package as the user gave it.
+        FailureSubject subject = engine.failure();
+        if (subject.path.empty() || subject.path == packagePath)
+            subject.path = u16(shown);
+        // The envelope opened with the key, yet the cipher text would not decrypt: what a check
+        // asks about is then the package, which is damaged, not a file that "can't be created".
+        if (status.code() == win::ERROR_CANNOT_MAKE && !subject.packageInvalid) {
+            subject.packageInvalid = true;
+            return fail(u8(::statusText(EngineStatus(win::ERROR_BAD_FORMAT, SeverityError), subject)));
+        }
+        return fail(u8(::statusText(status, subject)));
+    }
+    const ContainerIndex& entries = engine.checkedEntries();
+    std::int64_t bytes = 0;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const ContainerEntry entry = entries.entry(i);
+        bytes += entry.size();
+        if (command == "list") {
+            std::u16string name = entry.name();
+            std::replace(name.begin(), name.end(), u'\\', u'/');
+            std::printf("%s\t%lld\n", printable(u8(name)).c_str(), static_cast<long long>(entry.size()));
+        }
+    }
+    if (command == "verify") {
+        std::printf("%s: intact (%s; %zu %s, %lld bytes)\n", printable(shown).c_str(),
+            engine.checkedDecrypted() ? "encrypted, opened with your key" : "not encrypted", entries.size(),
+            entries.size() == 1 ? "file" : "files", static_cast<long long>(bytes));
+    }
+    return std::fflush(stdout) == 0 ? ExitOk : fail("can't write to standard output");
+}
+
 }  // namespace
 
 int runCommand(const CommandLine& line)
@@ -695,5 +770,7 @@ int runCommand(const CommandLine& line)
         return contactsCommand(line, profile);
     lock.reset();
     ProgressPrinter::installInterruptHandlers();
+    if (command == "list" || command == "verify")
+        return checkCommand(line, profile);
     return command == "encrypt" ? encryptCommand(line, profile) : decryptCommand(line, profile);
 }

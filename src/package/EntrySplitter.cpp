@@ -146,6 +146,8 @@ bool EntrySplitter::write(const std::uint8_t* data, std::size_t size)
                     return false;
                 }
                 innerEnd_ += static_cast<std::int64_t>(take);  // a hole in the inner package
+            } else if (discard_) {
+                innerEnd_ += static_cast<std::int64_t>(take);
             } else if (!toInner(data, take)) {
                 return false;
             }
@@ -158,7 +160,9 @@ bool EntrySplitter::write(const std::uint8_t* data, std::size_t size)
             break;
         }
         case Part::Rest:
-            if (!toInner(data, size))
+            if (discard_)
+                innerEnd_ += static_cast<std::int64_t>(size);
+            else if (!toInner(data, size))
                 return false;
             position_ += static_cast<std::int64_t>(size);
             size = 0;

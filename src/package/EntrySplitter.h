@@ -28,6 +28,10 @@ public:
     // failed. `folderFailed` then says whether it was a write in the extraction folder.
     bool write(const std::uint8_t* data, std::size_t size);
     bool folderFailed() const { return folderFailed_; }
+    // Keeps only the header, the entry headers and the names in `inner`: the data of every entry
+    // (and anything behind a header that isn't one) becomes a hole, so a check of the package
+    // writes none of its content anywhere. To be called before the first write.
+    void discardData() { discard_ = true; }
     // After the last bytes: gives the inner temporary its full length.
     bool finish();
 
@@ -67,5 +71,6 @@ private:
     std::int64_t bufferStart_ = 0;
     platform::PrivateTemp* current_ = nullptr;
     bool folderFailed_ = false;
+    bool discard_ = false;
     Entries entries_;
 };

@@ -101,9 +101,11 @@ bool isEncryptedPackage(platform::FileHandle package)
 // fails the check throws the work away, and nothing of it ever has a name in the user's folder.
 class DecryptionAhead {
 public:
-    // Entries go straight into files of their own in `folder`, if it can be opened.
-    DecryptionAhead(platform::FileHandle package, const std::u16string& folder)
-        : package_(package), folderPath_(folder)
+    // Entries go straight into files of their own in `folder`, if it can be opened. With
+    // `discardData` no content is kept anywhere: the inner package's temporary gets only its
+    // index, for a check.
+    DecryptionAhead(platform::FileHandle package, const std::u16string& folder, bool discardData = false)
+        : package_(package), folderPath_(folder), discardData_(discardData)
     {
         thread_ = std::thread(&DecryptionAhead::run, this);
     }
@@ -199,6 +201,8 @@ private:
             return status;
         ScopedFile folder(platform::openDirectory(folderPath_));
         splitter = std::make_unique<EntrySplitter>(plain.handle(), folder.handle(), folderPath_, entryFileLimit());
+        if (discardData_)
+            splitter->discardData();
         // The inner package is checked next; its digest is taken as it is decrypted.
         session.hashOutputFrom(HashedRangeStart);
         const bool decrypted = platform::seekFile(container.handle(), data->dataOffset(), platform::SeekFrom::Begin)
@@ -221,6 +225,7 @@ private:
 
     platform::FileHandle package_;
     std::u16string folderPath_;
+    bool discardData_ = false;
     ReportRelay relay_;
     EngineStatus status_;
     std::thread thread_;
@@ -644,9 +649,19 @@ EngineStatus PackageEngine::encryptPackage(platform::PrivateTemp& inner, platfor
     return status;
 }
 
+EngineStatus PackageEngine::check()
+{
+    checkOnly_ = true;
+    const EngineStatus status = extract();
+    checkOnly_ = false;
+    return status;
+}
+
 EngineStatus PackageEngine::extract()
 {
-    if (packagePath_.empty() || extractFolder_.empty())
+    checked_.clear();
+    checkedDecrypted_ = false;
+    if (packagePath_.empty() || (extractFolder_.empty() && !checkOnly_))
         return EngineStatus(win::ERROR_INVALID_PARAMETER, SeverityError);
     failure_ = FailureSubject {};
     platform::sweepStaleTemporaries(platform::tempDirectory(), platform::TempPrefix);
@@ -662,7 +677,7 @@ EngineStatus PackageEngine::extract()
         const platform::FileHandle second = platform::reopenForReading(package.handle());
         if (second == platform::InvalidHandle)
             return failedOn(lastErrorStatus(), packagePath_);
-        ahead = std::make_unique<DecryptionAhead>(second, extractFolder_);
+        ahead = std::make_unique<DecryptionAhead>(second, checkOnly_ ? std::u16string() : extractFolder_, checkOnly_);
     }
 
     ContainerFile container;
@@ -695,7 +710,14 @@ EngineStatus PackageEngine::extract()
             }
         }
     }
-    if (status.ok()) {
+    if (status.ok() && checkOnly_) {
+        // The index is all a check still needs: the digests have matched, and reading the index
+        // finds every entry inside the package, as extraction would.
+        status = container.readIndex(checked_);
+        if (!status.ok() || checked_.size() == 0)
+            status = failedOn(EngineStatus(win::ERROR_FILE_NOT_FOUND, SeverityError), packagePath_, true);
+        checkedDecrypted_ = status.ok() && ahead && ahead->plain.isOpen();
+    } else if (status.ok()) {
         status = extractEntries(container, extractFolder_);
         if (status.ok())
             container.close();

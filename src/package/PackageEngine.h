@@ -46,6 +46,14 @@ public:
 
     EngineStatus create();
     EngineStatus extract();
+    // What extract checks of the package, extracting nothing: its digest, for an encrypted one
+    // the decryption and the inner package's digest, and the index (not the names, whose limits
+    // depend on the folder). No content of an entry is kept anywhere; the inner package's index
+    // alone goes to a private temporary. On success checkedEntries() holds the names and sizes of
+    // the (inner) package's entries, and checkedDecrypted() says whether it was decrypted.
+    EngineStatus check();
+    const ContainerIndex& checkedEntries() const { return checked_; }
+    bool checkedDecrypted() const { return checkedDecrypted_; }
     // What the last failed run's status concerns: the file, folder or entry, and whether the
     // package itself failed its structure. Empty after a success.
     const FailureSubject& failure() const { return failure_; }
@@ -102,4 +110,7 @@ private:
     // The entries of the package being extracted that were decrypted straight into files of
     // their own, by their data's offset in the inner package.
     EntrySplitter::Entries* entryFiles_ = nullptr;
+    bool checkOnly_ = false;
+    ContainerIndex checked_;
+    bool checkedDecrypted_ = false;
 };

@@ -730,7 +730,7 @@ TEST_F(CliTest, UsageErrorsHelpAndExitCodes)
     const ToolRun help = runTool({"--help"});
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_NE(help.out.find("Usage: halvoren-cli"), std::string::npos);
-    for (const char* command : {"identity", "contacts", "encrypt", "decrypt"}) {
+    for (const char* command : {"identity", "contacts", "encrypt", "decrypt", "list", "verify"}) {
         const ToolRun commandHelp = runTool({command, "--help"});
         EXPECT_EQ(commandHelp.exitCode, 0) << command;
         EXPECT_NE(commandHelp.out.find(std::string("halvoren-cli ") + command), std::string::npos) << command;
@@ -746,6 +746,8 @@ TEST_F(CliTest, UsageErrorsHelpAndExitCodes)
     EXPECT_EQ(as("ann", {"encrypt", "-o", o, "-r", "Nobody", f}).exitCode, 2);
     EXPECT_EQ(as("ann", {"encrypt", "-o", o, "--self"}).exitCode, 2);
     EXPECT_EQ(as("ann", {"decrypt", o}).exitCode, 2);
+    EXPECT_EQ(as("ann", {"verify"}).exitCode, 2);
+    EXPECT_EQ(as("ann", {"list", o, "-C", folder.string()}).exitCode, 2);
     EXPECT_EQ(as("ann", {"encrypt", "-o", o, "--self", (folder / "missing").string()}).exitCode, 1);
     EXPECT_EQ(as("ann", {"identity", "create", "Another"}).exitCode, 1);
     EXPECT_EQ(as("fresh", {"identity", "show"}).exitCode, 1);
@@ -875,4 +877,80 @@ TEST_F(CliTest, APackageWithAnyRefusedNameWritesNothingAndNamesTheEntry)
         EXPECT_EQ(run.err.find_first_of("\x1b\x07"), std::string::npos) << run.err;
         EXPECT_TRUE(fs::is_empty(out)) << says;
     }
+}
+
+TEST_F(CliTest, ListAndVerifyCheckEveryDigestAndWriteNothing)
+{
+    const fs::path work = freshFolder("check");
+    const fs::path profile = freshProfile("check-profile");
+    ASSERT_EQ(in(profile, {"contacts", "import", (*root / "bob.kvxk").string()}).exitCode, 0);
+    fs::create_directories(work / "tree" / "sub");
+    writeBytes(work / "tree" / "big.bin", randomBytes(300000, 3));
+    writeText(work / "tree" / "empty", "");
+    writeText(work / "tree" / "sub" / "b\x1b[2J.txt", "summer");
+    const fs::path plain = work / "plain.kvx";
+    const fs::path sealed = work / "sealed.kvx";
+    ASSERT_EQ(in(profile, {"encrypt", "--plain", "-o", plain.string(), "tree"}, work).exitCode, 0);
+    ASSERT_EQ(in(profile, {"encrypt", "-r", "Bob", "-o", sealed.string(), "tree"}, work).exitCode, 0);
+
+    // Damage that each check must find: the outer digest, the inner digest behind a recomputed
+    // outer one, the padding of the last block, an entry of a plain package, and an index that
+    // runs past the end of a package whose digest matches.
+    const Bytes sealedBytes = readBytes(sealed);
+    std::vector<std::pair<std::string, Bytes>> damaged {
+        {"outer", sealedBytes}, {"inner", sealedBytes}, {"padding", sealedBytes}, {"entry", readBytes(plain)},
+        {"index", craftedPackage(1, entryHeader(EntryTypeData, 0, 5))}};
+    damaged[0].second[sealedBytes.size() / 2] ^= 0x01;
+    damaged[1].second[sealedBytes.size() / 2] ^= 0x01;
+    rehash(damaged[1].second);
+    damaged[2].second.back() ^= 0x01;
+    rehash(damaged[2].second);
+    damaged[3].second[damaged[3].second.size() - 3] ^= 0x01;
+    for (const auto& [name, bytes] : damaged)
+        writeBytes(work / (name + ".kvx"), bytes);
+
+    auto snapshot = [](const fs::path& folder) {
+        std::vector<std::string> found;
+        for (const auto& entry : fs::recursive_directory_iterator(folder))
+            found.push_back(entry.path().string());
+        std::sort(found.begin(), found.end());
+        return found;
+    };
+    // The checks run in an empty folder of their own, where anything written would show.
+    const fs::path here = work / "here";
+    fs::create_directories(here);
+    const fs::path temporary = std::getenv("TMPDIR");
+    const auto workBefore = snapshot(work);
+    const auto temporaryBefore = snapshot(temporary);
+
+    const std::string listing = "tree/big.bin\t300000\ntree/empty\t0\ntree/sub/b\\x1b[2J.txt\t6\n";
+    for (const fs::path& package : {plain, sealed}) {
+        const bool encrypted = package == sealed;
+        const ToolRun list = as("bob", {"list", package.string()}, here);
+        EXPECT_EQ(list.exitCode, 0) << list.err;
+        EXPECT_EQ(list.out, listing);
+        const std::string shown = "../" + package.filename().string();
+        const ToolRun verify = as("bob", {"verify", shown}, here);
+        EXPECT_EQ(verify.exitCode, 0) << verify.err;
+        EXPECT_EQ(verify.out, shown + ": intact (" + (encrypted ? "encrypted, opened with your key" : "not encrypted")
+                + "; 3 files, 300006 bytes)\n");
+    }
+    for (const auto& [name, bytes] : damaged) {
+        for (const char* command : {"list", "verify"}) {
+            const ToolRun run = as("bob", {command, "../" + name + ".kvx"}, here);
+            EXPECT_EQ(run.exitCode, 1) << command << " " << name;
+            EXPECT_TRUE(run.out.empty()) << command << " " << name << ": " << run.out;
+            EXPECT_EQ(run.err, "halvoren-cli: ../" + name + ".kvx: " + InvalidPackage + "\n") << command << " " << name;
+        }
+    }
+    // The maker didn't encrypt for herself: she hears what decrypt would tell her.
+    const ToolRun outsider = in(profile, {"verify", sealed.string()}, here);
+    EXPECT_EQ(outsider.exitCode, 1);
+    EXPECT_TRUE(outsider.out.empty());
+    EXPECT_EQ(snapshot(work), workBefore);
+    EXPECT_EQ(snapshot(temporary), temporaryBefore);
+    const ToolRun decrypt = in(profile, {"decrypt", sealed.string(), "-C", (freshFolder("check-out") / "x").string()});
+    EXPECT_EQ(decrypt.exitCode, 1);
+    EXPECT_NE(outsider.err.find(NotARecipient), std::string::npos) << outsider.err;
+    EXPECT_EQ(outsider.err, decrypt.err);
 }

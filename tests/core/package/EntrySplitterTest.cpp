@@ -63,4 +63,32 @@ TEST(EntrySplitter, SplitsAtAnyBoundaryAndLeavesAHoleOnlyWhereAFileTookTheData)
     Bytes expected = broken;
     std::fill(expected.begin() + 32 + 20 + 4, expected.begin() + 32 + 20 + 4 + 5000, 0);
     EXPECT_EQ(contentOf(plain), expected);
+
+    // A check keeps the index alone: every entry's data, and what follows a broken header, is a
+    // hole, and no file is taken.
+    for (const Bytes* package : std::initializer_list<const Bytes*> {&inner, &broken}) {
+        platform::PrivateTemp indexOnly;
+        ASSERT_TRUE(indexOnly.createInTempDirectory());
+        EntrySplitter checking(indexOnly.handle(), platform::InvalidHandle, u"", 10);
+        checking.discardData();
+        for (std::size_t at = 0; at < package->size(); at += 7)
+            ASSERT_TRUE(checking.write(package->data() + at, std::min<std::size_t>(7, package->size() - at)));
+        ASSERT_TRUE(checking.finish());
+        EXPECT_TRUE(checking.entries().empty());
+        // Header, then "a" (name field 4 bytes) and "empty" (12): the data of "a" is the first
+        // hole, and in the broken package everything behind the second entry's header is one.
+        const std::size_t firstData = 32 + 20 + 4;
+        const std::size_t secondName = firstData + 5000 + 20;
+        Bytes kept(package->size(), 0);
+        std::copy(package->begin(), package->begin() + firstData, kept.begin());
+        std::copy(package->begin() + firstData + 5000, package->begin() + secondName, kept.begin() + firstData + 5000);
+        if (package == &inner) {
+            const std::size_t thirdHeader = secondName + 12;
+            const std::size_t thirdData = thirdHeader + 20 + 12;
+            const std::size_t fourthHeader = thirdData + 70000;
+            std::copy(package->begin() + secondName, package->begin() + thirdData, kept.begin() + secondName);
+            std::copy(package->begin() + fourthHeader, package->begin() + fourthHeader + 20 + 4, kept.begin() + fourthHeader);
+        }
+        EXPECT_EQ(contentOf(indexOnly), kept) << (package == &inner ? "whole" : "broken");
+    }
 }
