@@ -3,6 +3,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QDrag>
 #include <QDropEvent>
 #include <QHBoxLayout>
 #include <QLineEdit>
@@ -426,38 +427,60 @@ private slots:
         QCOMPARE(contactItemData(contacts->item(3)).contact.get(), bob.get());
     }
 
-    void dragMovesClonesToTheOtherListOnly()
+    // A drag with the mouse takes what was selected when the button went down (or the item under
+    // it, if nothing was) to the other list, and the sources leave their own; a drag that ends
+    // on its own list or nowhere moves nothing.
+    void mouseDragMovesTheSelectionToTheOtherList()
     {
         const auto bob = addContact(*store, "Bob", u"Robert");
-        const auto carol = addContact(*store, "Carol");
         QListWidgetItem* bobItem = addItem(*contacts, bob);
-        QListWidgetItem* carolItem = addItem(*contacts, carol, true);
+        QListWidgetItem* own = addItem(*contacts, named(u"Ann Owner"), true);
+        QListWidgetItem* carolItem = addItem(*contacts, named(u"Carol"));
+        const QString bobTip = bobItem->toolTip();
+        window->show();
+        QListWidget* target = recipients;
+        KvxListWidget::setDragRunnerForTesting([&](QDrag& drag) {
+            Qt::DropAction action = Qt::IgnoreAction;
+            if (!target || !sendDragEnter(*target, drag.mimeData()) || !sendDrop(*target, drag.mimeData(), &action))
+                return Qt::IgnoreAction;
+            return action;
+        });
+        auto dragWithMouse = [](QListWidget& list, QListWidgetItem* item) {
+            const QPoint at = list.visualItemRect(item).center();
+            QTest::mousePress(list.viewport(), Qt::LeftButton, {}, at);
+            const QPoint to = at + QPoint(0, 2 * QApplication::startDragDistance());
+            QMouseEvent move(QEvent::MouseMove, to, list.viewport()->mapToGlobal(to), Qt::NoButton, Qt::LeftButton,
+                Qt::NoModifier);
+            QApplication::sendEvent(list.viewport(), &move);
+            QTest::mouseRelease(list.viewport(), Qt::LeftButton, {}, to);
+        };
 
-        std::unique_ptr<QMimeData> drag(KvxListWidget::makeDragData({ carolItem, bobItem }, contacts));
-        QVERIFY(drag->property(KvxListWidget::dragProperty).isValid());
-        QVERIFY(sendDragEnter(*recipients, drag.get()));
-        Qt::DropAction action = Qt::IgnoreAction;
-        QVERIFY(sendDrop(*recipients, drag.get(), &action));
-        QCOMPARE(action, Qt::MoveAction);
-        QCOMPARE(texts(*recipients), QStringList({ "Carol", "Bob" }));
-        QCOMPARE(contactItemData(recipients->item(1)).contact.get(), bob.get());
-        QCOMPARE(recipients->item(1)->toolTip(), bobItem->toolTip());
-        QVERIFY(contactItemData(recipients->item(0)).isOwn);
-        drag.reset();
-        QCOMPARE(recipients->count(), 2);
+        selectOnly(*contacts, { bobItem, carolItem });
+        dragWithMouse(*contacts, bobItem);
+        QCOMPARE(texts(*contacts), QStringList { "Ann Owner" });
+        QStringList arrived = texts(*recipients);
+        arrived.sort();
+        QCOMPARE(arrived, QStringList({ "Bob", "Carol" }));
+        QListWidgetItem* bobThere = recipients->findItems(QStringLiteral("Bob"), Qt::MatchExactly).value(0);
+        QCOMPARE(contactItemData(bobThere).contact.get(), bob.get());
+        QCOMPARE(bobThere->toolTip(), bobTip);
 
-        // Onto its own list: refused, and the clones go with the drag's data.
-        std::unique_ptr<QMimeData> back(KvxListWidget::makeDragData({ bobItem }, contacts));
-        QVERIFY(!sendDragEnter(*contacts, back.get()));
-        QVERIFY(!sendDrop(*contacts, back.get()));
-        QCOMPARE(contacts->count(), 2);
-        back.reset();
+        // Nothing selected: the item under the mouse goes alone, and stays what it was.
+        contacts->clearSelection();
+        dragWithMouse(*contacts, own);
+        QCOMPARE(contacts->count(), 0);
+        QCOMPARE(recipients->count(), 3);
+        QVERIFY(contactItemData(recipients->findItems(QStringLiteral("Ann Owner"), Qt::MatchExactly).value(0)).isOwn);
 
-        // A drag that no list takes: nothing changes, and nothing is left behind.
-        std::unique_ptr<QMimeData> lost(KvxListWidget::makeDragData(allItems(*contacts), contacts));
-        lost.reset();
-        QCOMPARE(contacts->count(), 2);
-        QCOMPARE(recipients->count(), 2);
+        // Onto its own list, or let go where no list takes it: everything stays.
+        target = recipients;
+        selectOnly(*recipients, { bobThere });
+        dragWithMouse(*recipients, bobThere);
+        target = nullptr;
+        dragWithMouse(*recipients, bobThere);
+        QCOMPARE(recipients->count(), 3);
+        QCOMPARE(contacts->count(), 0);
+        KvxListWidget::setDragRunnerForTesting({});
 
         // Foreign data that isn't a key file isn't the list's to take.
         QMimeData text;
