@@ -607,9 +607,6 @@ private slots:
     void collectionsThatCantBePackedAreRefusedBeforeAnythingIsWritten()
     {
         useProfile(anna);
-        answers::clear();
-        MainWindow window;
-        window.show();
         const fs::path folder = freshFolder("refused");
         for (const char* sub : { "slash", "a/report", "b/report", "own" })
             fs::create_directories(folder / sub);
@@ -635,6 +632,8 @@ private slots:
         };
         for (const Case& refused : cases) {
             answers::clear();
+            MainWindow window;
+            window.show();
             drop(window, refused.dropped);
             chooseRecipient(window, QStringLiteral("Anna Example"));
             if (!refused.savedAs.isEmpty())
@@ -650,7 +649,6 @@ private slots:
             QCOMPARE(window.files().size(), 2u);
             QCOMPARE(answers::unanswered(), 0);
             QCOMPARE(answers::pendingAnswers(), 0);
-            window.form()->act_MW_close_package->trigger();
         }
         QCOMPARE(readText(folder / "own" / "report.kvx"), std::string("the only copy"));
     }
