@@ -176,6 +176,30 @@ TEST(AtomicFile, ReplacingTakesTheNewFileAndLeavesNothingElse)
     EXPECT_TRUE(fs::exists(fs::path(platform::toUtf8(staged))));
 }
 
+TEST(FilePositionGuard, RestoresPositionsAndNests)
+{
+    const fs::path folder = freshFolder("guard");
+    writeBytes(folder / "f", randomBytes(5000));
+    ScopedFile file;
+    ASSERT_TRUE(file.open(u16(folder / "f"), win::OPEN_EXISTING, win::GENERIC_READ, 3));
+    ASSERT_TRUE(platform::seekFile(file.handle(), 100, platform::SeekFrom::Begin));
+    {
+        FilePositionGuard outer(file.handle());
+        platform::seekFile(file.handle(), 300, platform::SeekFrom::Begin);
+        {
+            FilePositionGuard inner(file.handle());
+            platform::seekFile(file.handle(), 0, platform::SeekFrom::End);
+        }
+        std::int64_t position = 0;
+        platform::seekFile(file.handle(), 0, platform::SeekFrom::Current, &position);
+        EXPECT_EQ(position, 300);
+    }
+    std::int64_t position = 0;
+    platform::seekFile(file.handle(), 0, platform::SeekFrom::Current, &position);
+    EXPECT_EQ(position, 100);
+    FilePositionGuard nothing(platform::InvalidHandle);
+}
+
 namespace {
 struct HashLog {
     std::vector<std::int64_t> processed;
