@@ -603,11 +603,15 @@ private slots:
         answers::setTrayAvailable(true);
         answers::setTrayDoubleClicks(true);
         auto window = std::make_unique<MainWindow>();
+        auto hide = [&window] {
+            window->showMinimized();
+            QTRY_VERIFY(!window->isVisible());
+        };
+        auto restore = [&window] { window->tray()->contextMenu()->actions().first()->trigger(); };
         window->show();
         window->move(40, 50);
         const QRect where = window->geometry();
-        window->showMinimized();
-        QTRY_VERIFY(!window->isVisible());
+        hide();
         QVERIFY(window->tray()->isVisible());
         QCOMPARE(balloons().size(), 1);
         QCOMPARE(balloons().first().title, QStringLiteral("Halvoren"));
@@ -622,27 +626,24 @@ private slots:
         QCOMPARE(window->windowType(), Qt::Tool);
         emit window->tray()->activated(QSystemTrayIcon::Trigger);
         QVERIFY(!window->isVisible());
-        window->tray()->contextMenu()->actions().first()->trigger();
+        restore();
         QVERIFY(window->isVisible());
         QVERIFY(!window->tray()->isVisible());
         QCOMPARE(window->windowType(), Qt::Window);
         QCOMPARE(window->geometry(), where);
         // Again and again: the window never creeps.
         for (int round = 0; round < 3; ++round) {
-            window->showMinimized();
-            QTRY_VERIFY(!window->isVisible());
+            hide();
             emit window->tray()->activated(QSystemTrayIcon::DoubleClick);
             QCOMPARE(window->geometry(), where);
         }
 
         // The balloon comes once per user, not once per hide or per run.
-        window->showMinimized();
-        QTRY_VERIFY(!window->isVisible());
+        hide();
         window.reset();
         window = std::make_unique<MainWindow>();
         window->show();
-        window->showMinimized();
-        QTRY_VERIFY(!window->isVisible());
+        hide();
         QCOMPARE(balloons().size(), 1);
 
         // A run that ends while the window is hidden reports by balloon, and a click on it shows
@@ -655,17 +656,18 @@ private slots:
                                  [](const QUrl&) { return true; } });
         QList<std::pair<double, bool>> taskbar;
         TaskbarProgress::setSender([&](double progress, bool visible) { taskbar.append({ progress, visible }); });
-        const fs::path sources = freshFolder("traysources");
-        writeBytes(sources / "f.bin", randomBytes(200000));
-        window->tray()->contextMenu()->actions().first()->trigger();
-        dropUrls(*window, { QUrl::fromLocalFile(QString::fromStdString((sources / "f.bin").string())) });
-        moveAllToRecipients(*window);
-        window->showMinimized();
-        QTRY_VERIFY(!window->isVisible());
-        const fs::path package = freshFolder("trayout") / "t.kvx";
-        answers::answerPath(QString::fromStdString(package.string()));
-        window->form()->BtnEncDec->click();
-        QTRY_VERIFY_WITH_TIMEOUT(window->thread()->isFinished() && window->currentButtonState() == ButtonEncrypt, 60000);
+        const fs::path source = freshFolder("traysources") / "f.bin";
+        writeBytes(source, randomBytes(200000));
+        auto runHidden = [&](const fs::path& package) {
+            restore();
+            dropUrls(*window, { QUrl::fromLocalFile(qpath(source)) });
+            moveAllToRecipients(*window);
+            hide();
+            answers::answerPath(qpath(package));
+            window->form()->BtnEncDec->click();
+            QTRY_VERIFY_WITH_TIMEOUT(window->thread()->isFinished() && window->currentButtonState() == ButtonEncrypt, 60000);
+        };
+        runHidden(freshFolder("trayout") / "t.kvx");
         QCOMPARE(balloons().size(), 2);
         QCOMPARE(balloons().last().title, QStringLiteral("Done!"));
         QCOMPARE(balloons().last().text, QStringLiteral("The process of Encryption has been completed successfully.\n"
@@ -678,16 +680,9 @@ private slots:
         QVERIFY(std::any_of(taskbar.begin(), taskbar.end(), [](const auto& p) { return p.second && p.first > 0; }));
 
         // A failed run (the package path is a folder): its balloon says so and has no click.
-        window->tray()->contextMenu()->actions().first()->trigger();
-        dropUrls(*window, { QUrl::fromLocalFile(QString::fromStdString((sources / "f.bin").string())) });
-        moveAllToRecipients(*window);
-        window->showMinimized();
-        QTRY_VERIFY(!window->isVisible());
         const fs::path folderInTheWay = freshFolder("trayfail") / "x.kvx";
         fs::create_directories(folderInTheWay);
-        answers::answerPath(QString::fromStdString(folderInTheWay.string()));
-        window->form()->BtnEncDec->click();
-        QTRY_VERIFY_WITH_TIMEOUT(window->thread()->isFinished() && window->currentButtonState() == ButtonEncrypt, 60000);
+        runHidden(folderInTheWay);
         QCOMPARE(balloons().size(), 3);
         QCOMPARE(balloons().last().icon, QMessageBox::Critical);
         QCOMPARE(balloons().last().text,
@@ -696,7 +691,7 @@ private slots:
         QCOMPARE(shownPaths.size(), 1);
 
         // Started with the login: straight to the tray, and a restore centres the window.
-        window->tray()->contextMenu()->actions().first()->trigger();
+        restore();
         window->handleCommandLine({ "halvoren", "--autostart" });
         QTRY_VERIFY(!window->isVisible());
         QVERIFY(window->tray()->isVisible());
@@ -712,8 +707,7 @@ private slots:
         QVERIFY(!window->tray()->isVisible());
 
         // The tray goes away while the window hides in it: the window comes back by itself.
-        window->showMinimized();
-        QTRY_VERIFY(!window->isVisible());
+        hide();
         answers::setTrayAvailable(false);
         QTRY_VERIFY(window->isVisible());
         QCOMPARE(window->windowType(), Qt::Window);
