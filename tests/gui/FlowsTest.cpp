@@ -254,28 +254,16 @@ private slots:
         QCOMPARE(answers::unanswered(), 0);
     }
 
-    void theProfileIsSharedWithTheCommandLine()
+    // One profile, two programs: what the window filed the command line sees, and what the command
+    // line changes appears in the open window.
+    void contactsChangedOnTheCommandLineAppearInTheOpenWindow()
     {
-        // Anna's window imported Bert in the test before; the command line sees him.
+        // Anna's window imported Bert in the test before.
         QProcess list;
         list.start(QStringLiteral(HALVOREN_CLI_PATH), { "--profile", qpath(anna), "contacts", "list" });
         QVERIFY(list.waitForFinished(60000));
         QVERIFY(QString::fromUtf8(list.readAllStandardOutput()).contains(QStringLiteral("Bert Example")));
 
-        // Anna's key, imported into Bert's profile on the command line, is in his window's list.
-        const fs::path annaKey = freshFolder("annakey") / "anna.kvxk";
-        QCOMPARE(cli(anna, { "identity", "export", "-o", qpath(annaKey) }), 0);
-        QCOMPARE(cli(bert, { "contacts", "import", qpath(annaKey), "--email", "anna@example.org" }), 0);
-        useProfile(bert);
-        answers::clear();
-        MainWindow window;
-        QVERIFY(!window.isCancelRequested());
-        QVERIFY(answers::shown().isEmpty()); // the profile is healthy: no reset question
-        QCOMPARE(window.form()->contactListWidget->findItems(QStringLiteral("Anna Example"), Qt::MatchExactly).size(), 1);
-    }
-
-    void contactsChangedOnTheCommandLineAppearInTheOpenWindow()
-    {
         const fs::path cora = freshFolder("cora");
         const fs::path coraKey = cora / "cora.kvxk";
         QCOMPARE(cli(cora, { "identity", "create", "Cora Example" }), 0);
@@ -684,22 +672,6 @@ private slots:
         }
         QVERIFY(setOptions(false));
         QCOMPARE(answers::unanswered(), 0);
-    }
-
-    void aDropIsRefusedWhileThePackageInHandIsOpenedForDecryption()
-    {
-        useProfile(anna);
-        answers::clear();
-        MainWindow window;
-        window.show();
-        const fs::path opened = freshFolder("opened-pkg") / "some.kvx";
-        writeText(opened, "a package");
-        drop(window, { QUrl::fromLocalFile(qpath(opened)) });
-        QCOMPARE(window.mode(), ModeDecrypt);
-        QVERIFY(!window.form()->dropBoxLabel->isEnabled());
-        QVERIFY(!dropFromOutside(window, *window.form()->dropBoxLabel, { QUrl::fromLocalFile(qpath(sources / "single.bin")) }));
-        QVERIFY(window.files().empty());
-        QCOMPARE(window.mode(), ModeDecrypt);
     }
 
     void aSecondStartHandsItsArgumentsToTheRunningWindow()
