@@ -299,13 +299,7 @@ private slots:
         QVERIFY(QDir().mkpath(beside));
         QCOMPARE(helpFilePath(bin), QString());
         QCOMPARE(helpFilePath(QString()), QString());
-
-        // This test program lies in the build tree, so the guide of the sources serves it.
-        const QString fromBuild = helpFilePath();
-        QVERIFY2(fromBuild.endsWith(QStringLiteral("/docs/Halvoren.html")), qPrintable(fromBuild));
-        QFile guide(fromBuild);
-        QVERIFY(guide.open(QIODevice::ReadOnly));
-        QVERIFY(guide.readAll().contains("<title>Halvoren"));
+        // The guide of the build tree, for a program run from there, is the flows test's Help.
     }
 };
 
