@@ -22,6 +22,7 @@
 #include "QtTestSupport.h"
 #include "Sandbox.h"
 #include "TestSupport.h"
+#include "WindowSupport.h"
 #include "contacts/ConfigStore.h"
 #include "crypto/CertificateStore.h"
 #include "engine/AppConstants.h"
@@ -41,23 +42,6 @@ namespace fs = std::filesystem;
 namespace answers = Dialogs::testing;
 
 namespace {
-
-void useProfile(const fs::path& folder)
-{
-    platform::setProfileDirectory(u16(folder));
-    closeCertificateStore();
-}
-
-std::unique_ptr<MainWindow> startAs(const QString& name)
-{
-    answers::answer([name](QDialog& dialog) {
-        static_cast<ContactDetailsDlg&>(dialog).setContactName(name);
-        return int(ContactDetailsDlg::Ok);
-    });
-    auto window = std::make_unique<MainWindow>();
-    window->show();
-    return window;
-}
 
 void drop(MainWindow& window, const QList<QUrl>& urls)
 {
@@ -180,11 +164,13 @@ private slots:
 
         // Bert starts for the first time and hands his key file to Anna.
         useProfile(bert);
-        startAs(QStringLiteral("Bert Example"));
+        answerFirstStartAs(QStringLiteral("Bert Example"));
+        MainWindow().show();
         bertKey = freshFolder("keys") / "bert.kvxk";
         QVERIFY(saveCertificateFile(findCertificate(u"Bert Example"), u16(bertKey)));
         useProfile(anna);
-        startAs(QStringLiteral("Anna Example"));
+        answerFirstStartAs(QStringLiteral("Anna Example"));
+        MainWindow().show();
         QCOMPARE(answers::unanswered(), 0);
     }
 
@@ -268,28 +254,16 @@ private slots:
         QCOMPARE(answers::unanswered(), 0);
     }
 
-    void theProfileIsSharedWithTheCommandLine()
+    // One profile, two programs: what the window filed the command line sees, and what the command
+    // line changes appears in the open window.
+    void contactsChangedOnTheCommandLineAppearInTheOpenWindow()
     {
-        // Anna's window imported Bert in the test before; the command line sees him.
+        // Anna's window imported Bert in the test before.
         QProcess list;
         list.start(QStringLiteral(HALVOREN_CLI_PATH), { "--profile", qpath(anna), "contacts", "list" });
         QVERIFY(list.waitForFinished(60000));
         QVERIFY(QString::fromUtf8(list.readAllStandardOutput()).contains(QStringLiteral("Bert Example")));
 
-        // Anna's key, imported into Bert's profile on the command line, is in his window's list.
-        const fs::path annaKey = freshFolder("annakey") / "anna.kvxk";
-        QCOMPARE(cli(anna, { "identity", "export", "-o", qpath(annaKey) }), 0);
-        QCOMPARE(cli(bert, { "contacts", "import", qpath(annaKey), "--email", "anna@example.org" }), 0);
-        useProfile(bert);
-        answers::clear();
-        MainWindow window;
-        QVERIFY(!window.isCancelRequested());
-        QVERIFY(answers::shown().isEmpty()); // the profile is healthy: no reset question
-        QCOMPARE(window.form()->contactListWidget->findItems(QStringLiteral("Anna Example"), Qt::MatchExactly).size(), 1);
-    }
-
-    void contactsChangedOnTheCommandLineAppearInTheOpenWindow()
-    {
         const fs::path cora = freshFolder("cora");
         const fs::path coraKey = cora / "cora.kvxk";
         QCOMPARE(cli(cora, { "identity", "create", "Cora Example" }), 0);
@@ -616,75 +590,55 @@ private slots:
         QCOMPARE(answers::unanswered(), 0);
     }
 
-    void aNameWithABackslashIsRefusedBeforeAnythingIsWritten()
+    // Collections that can't become a package are refused before anything is written, with the
+    // names at fault; the collection waits for the user.
+    void collectionsThatCantBePackedAreRefusedBeforeAnythingIsWritten()
     {
         useProfile(anna);
-        answers::clear();
-        MainWindow window;
-        window.show();
-        const fs::path folder = freshFolder("backslash");
-        writeText(folder / "plain.txt", "ok");
-        writeText(folder / "odd\\name.txt", "odd");
-        drop(window, { QUrl::fromLocalFile(qpath(folder)) });
-        chooseRecipient(window, QStringLiteral("Anna Example"));
-        answers::answer(QMessageBox::Ok);
-        window.form()->BtnEncDec->click();
-        QCOMPARE(answers::shown().size(), 1);
-        QVERIFY(answers::shown().first().text.contains(QStringLiteral("odd\\name.txt")));
-        QVERIFY(!window.thread()->isRunning());
-        QCOMPARE(window.currentButtonState(), ButtonEncrypt);
-        QCOMPARE(window.files().size(), 2u); // the collection waits for the user
-        QCOMPARE(answers::unanswered(), 0);
-        QCOMPARE(answers::pendingAnswers(), 0); // no save dialog was asked for
-    }
-
-    void aPackageIsNeverSavedOverOneOfItsSources()
-    {
-        useProfile(anna);
-        answers::clear();
-        MainWindow window;
-        window.show();
-        // An older package lies among the files, and the user picks its name for the new one.
-        const fs::path folder = freshFolder("own-source");
-        writeText(folder / "notes.txt", "notes");
-        writeText(folder / "report.kvx", "the only copy");
-        drop(window, { QUrl::fromLocalFile(qpath(folder)) });
-        QCOMPARE(window.files().size(), 2u);
-        chooseRecipient(window, QStringLiteral("Anna Example"));
-        answers::answerPath(qpath(folder / "report.kvx"));
-        answers::answer(QMessageBox::Ok);
-        window.form()->BtnEncDec->click();
-        QCoreApplication::processEvents();
-        QVERIFY(!window.thread()->isRunning());
-        QCOMPARE(answers::shown().size(), 1);
-        QVERIFY(answers::shown().first().text.contains(QStringLiteral("one of the files to encrypt")));
-        QCOMPARE(readText(folder / "report.kvx"), std::string("the only copy"));
-        QCOMPARE(window.files().size(), 2u);
-        QCOMPARE(answers::unanswered(), 0);
-    }
-
-    void twoFilesOfOneNameInThePackageAreRefusedListingBoth()
-    {
-        useProfile(anna);
-        answers::clear();
-        MainWindow window;
-        window.show();
-        const fs::path folder = freshFolder("clash");
-        for (const char* side : { "a", "b" }) {
-            fs::create_directories(folder / side / "report");
+        const fs::path folder = freshFolder("refused");
+        for (const char* sub : { "slash", "a/report", "b/report", "own" })
+            fs::create_directories(folder / sub);
+        writeText(folder / "slash" / "plain.txt", "ok");
+        writeText(folder / "slash" / "odd\\name.txt", "odd");
+        for (const char* side : { "a", "b" })
             writeText(folder / side / "report" / "f.txt", side);
+        writeText(folder / "own" / "notes.txt", "notes");
+        writeText(folder / "own" / "report.kvx", "the only copy");
+        struct Case {
+            QList<QUrl> dropped;
+            QString savedAs; // empty: no save dialog may come
+            QStringList named;
+        };
+        const QList<Case> cases {
+            { { QUrl::fromLocalFile(qpath(folder / "slash")) }, {}, { "odd\\name.txt" } },
+            { { QUrl::fromLocalFile(qpath(folder / "a" / "report")), QUrl::fromLocalFile(qpath(folder / "b" / "report")) },
+              {},
+              { qpath(folder / "a" / "report" / "f.txt"), qpath(folder / "b" / "report" / "f.txt") } },
+            // The user picks the name of an older package among the files for the new one.
+            { { QUrl::fromLocalFile(qpath(folder / "own")) }, qpath(folder / "own" / "report.kvx"),
+              { "one of the files to encrypt" } },
+        };
+        for (const Case& refused : cases) {
+            answers::clear();
+            MainWindow window;
+            window.show();
+            drop(window, refused.dropped);
+            chooseRecipient(window, QStringLiteral("Anna Example"));
+            if (!refused.savedAs.isEmpty())
+                answers::answerPath(refused.savedAs);
+            answers::answer(QMessageBox::Ok);
+            window.form()->BtnEncDec->click();
+            QCoreApplication::processEvents();
+            QCOMPARE(answers::shown().size(), 1);
+            for (const QString& name : refused.named)
+                QVERIFY2(answers::shown().first().text.contains(name), qPrintable(answers::shown().first().text));
+            QVERIFY(!window.thread()->isRunning());
+            QCOMPARE(window.currentButtonState(), ButtonEncrypt);
+            QCOMPARE(window.files().size(), 2u);
+            QCOMPARE(answers::unanswered(), 0);
+            QCOMPARE(answers::pendingAnswers(), 0);
         }
-        drop(window, { QUrl::fromLocalFile(qpath(folder / "a" / "report")) });
-        drop(window, { QUrl::fromLocalFile(qpath(folder / "b" / "report")) });
-        chooseRecipient(window, QStringLiteral("Anna Example"));
-        answers::answer(QMessageBox::Ok);
-        window.form()->BtnEncDec->click();
-        QCOMPARE(answers::shown().size(), 1);
-        const QString text = answers::shown().first().text;
-        QVERIFY2(text.contains(qpath(folder / "a" / "report" / "f.txt")) && text.contains(qpath(folder / "b" / "report" / "f.txt")),
-                 qPrintable(text));
-        QVERIFY(!window.thread()->isRunning());
-        QCOMPARE(answers::pendingAnswers(), 0); // no save dialog was asked for
+        QCOMPARE(readText(folder / "own" / "report.kvx"), std::string("the only copy"));
     }
 
     void theOptionsForMyselfAndForQuietRunsHold()
@@ -718,22 +672,6 @@ private slots:
         }
         QVERIFY(setOptions(false));
         QCOMPARE(answers::unanswered(), 0);
-    }
-
-    void aDropIsRefusedWhileThePackageInHandIsOpenedForDecryption()
-    {
-        useProfile(anna);
-        answers::clear();
-        MainWindow window;
-        window.show();
-        const fs::path opened = freshFolder("opened-pkg") / "some.kvx";
-        writeText(opened, "a package");
-        drop(window, { QUrl::fromLocalFile(qpath(opened)) });
-        QCOMPARE(window.mode(), ModeDecrypt);
-        QVERIFY(!window.form()->dropBoxLabel->isEnabled());
-        QVERIFY(!dropFromOutside(window, *window.form()->dropBoxLabel, { QUrl::fromLocalFile(qpath(sources / "single.bin")) }));
-        QVERIFY(window.files().empty());
-        QCOMPARE(window.mode(), ModeDecrypt);
     }
 
     void aSecondStartHandsItsArgumentsToTheRunningWindow()

@@ -13,6 +13,7 @@
 
 #include "QtTestSupport.h"
 #include "TestSupport.h"
+#include "WindowSupport.h"
 #include "contacts/RecipientsStore.h"
 #include "crypto/CertificateStore.h"
 #include "engine/AppConstants.h"
@@ -115,14 +116,9 @@ private slots:
     void argumentsAndTheOwnProfile()
     {
         const fs::path profile = freshFolder("args");
-        platform::setProfileDirectory(u16(profile));
-        closeCertificateStore();
-        answers::answer([](QDialog& dialog) {
-            auto& details = static_cast<ContactDetailsDlg&>(dialog);
-            details.setContactName(QStringLiteral("Hanna Example"));
-            details.setOrganization(QStringLiteral("Before"));
-            return int(ContactDetailsDlg::Ok);
-        });
+        useProfile(profile);
+        answerFirstStartAs(QStringLiteral("Hanna Example"),
+                           [](ContactDetailsDlg& details) { details.setOrganization(QStringLiteral("Before")); });
         MainWindow window;
         QVERIFY(!window.isCancelRequested());
         Ui::MainWindow* ui = window.form();

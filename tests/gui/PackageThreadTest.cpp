@@ -130,14 +130,6 @@ private slots:
         cancel = false;
     }
 
-    void operationZeroJustFinishes()
-    {
-        const EngineStatus before = thread->result();
-        runAndWait(PackageOperationNone);
-        QVERIFY(receiver.updates.empty());
-        QCOMPARE(thread->result().code(), before.code());
-    }
-
     void progressReachesTheWindowAtScreenRateWithEveryPhaseComplete()
     {
         // With no interval every report of the engine reaches the window, on the main thread.

@@ -15,6 +15,7 @@
 
 #include "QtTestSupport.h"
 #include "TestSupport.h"
+#include "WindowSupport.h"
 #include "crypto/CertificateStore.h"
 #include "platform/ErrorText.h"
 #include "platform/Profile.h"
@@ -130,16 +131,10 @@ private slots:
     {
         QVERIFY(installTranslations(QLocale(QLocale::German, QLocale::Germany)));
 
-        platform::setProfileDirectory(u16(freshFolder("german")));
-        closeCertificateStore();
+        useProfile(freshFolder("german"));
         QString firstStartTitle;
-        Dialogs::testing::answer([&firstStartTitle](QDialog& dialog) {
-            firstStartTitle = dialog.windowTitle();
-            auto& details = static_cast<ContactDetailsDlg&>(dialog);
-            details.setContactName(QStringLiteral("Anna Beispiel"));
-            details.setEMail(QStringLiteral("anna@example.org"));
-            return int(ContactDetailsDlg::Ok);
-        });
+        answerFirstStartAs(QStringLiteral("Anna Beispiel"),
+                           [&firstStartTitle](ContactDetailsDlg& details) { firstStartTitle = details.windowTitle(); });
         MainWindow window;
         QCOMPARE(firstStartTitle, QStringLiteral("Eigene Kontaktdaten eingeben"));
         Ui::MainWindow* ui = window.form();

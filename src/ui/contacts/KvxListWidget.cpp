@@ -32,6 +32,12 @@ public:
     QPointer<KvxListWidget> origin;
 };
 
+std::function<Qt::DropAction(QDrag&)>& dragRunner()
+{
+    static std::function<Qt::DropAction(QDrag&)> runner;
+    return runner;
+}
+
 const DragPayload* payloadOf(const QMimeData* data)
 {
     return data ? data->findChild<DragPayload*>(QString(), Qt::FindDirectChildrenOnly) : nullptr;
@@ -63,6 +69,11 @@ QMimeData* KvxListWidget::makeDragData(const QList<QListWidgetItem*>& items, Kvx
         payload->clones.append(item->clone());
     data->setProperty(dragProperty, QVariant::fromValue(static_cast<void*>(&payload->clones)));
     return data;
+}
+
+void KvxListWidget::setDragRunnerForTesting(std::function<Qt::DropAction(QDrag&)> runner)
+{
+    dragRunner() = std::move(runner);
 }
 
 KvxListWidget* KvxListWidget::dragOrigin(const QDropEvent* event)
@@ -122,7 +133,8 @@ void KvxListWidget::mouseMoveEvent(QMouseEvent* event)
         return;
     auto* drag = new QDrag(this);
     drag->setMimeData(makeDragData(pressedItems, this));
-    if (drag->exec(Qt::MoveAction) == Qt::MoveAction) {
+    const Qt::DropAction done = dragRunner() ? dragRunner()(*drag) : drag->exec(Qt::MoveAction);
+    if (done == Qt::MoveAction) {
         const QList<QListWidgetItem*> moved = pressedItems;
         pressedItems.clear();
         qDeleteAll(moved);

@@ -6,8 +6,10 @@
 #include <QListWidget>
 #include <QPoint>
 #include <QString>
+#include <functional>
 
 class ActionMan;
+class QDrag;
 class QDropEvent;
 class QMimeData;
 
@@ -32,6 +34,10 @@ public:
     // Mime data for a drag of clones of `items` from `origin`. The clones belong to the mime data
     // until a list takes them in a drop; deleting the mime data frees any left.
     static QMimeData* makeDragData(const QList<QListWidgetItem*>& items, KvxListWidget* origin);
+
+    // Tests only: runs the drags the mouse starts in place of QDrag::exec, which needs a real
+    // pointer and a platform that delivers the drop. An empty runner restores exec.
+    static void setDragRunnerForTesting(std::function<Qt::DropAction(QDrag&)> runner);
 
 signals:
     // Rows were inserted or are about to be removed.
