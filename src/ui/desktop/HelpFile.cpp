@@ -16,7 +16,9 @@ QString existingFile(const QString& path)
     return info.isFile() ? QDir::cleanPath(info.absoluteFilePath()) : QString();
 }
 
-bool isInside(const QString& dir, const QString& root)
+} // namespace
+
+bool isInsideFolder(const QString& dir, const QString& root)
 {
     const QString canonicalDir = QFileInfo(dir).canonicalFilePath();
     const QString canonicalRoot = QFileInfo(root).canonicalFilePath();
@@ -24,7 +26,6 @@ bool isInside(const QString& dir, const QString& root)
         return false;
     return canonicalDir == canonicalRoot || canonicalDir.startsWith(canonicalRoot + QLatin1Char('/'));
 }
-} // namespace
 
 QString helpFilePath(const QString& programDir)
 {
@@ -34,7 +35,7 @@ QString helpFilePath(const QString& programDir)
     QString found = existingFile(dir.filePath(helpFileName()));
     if (found.isEmpty())
         found = existingFile(dir.filePath(QStringLiteral(HALVOREN_HELP_DIR_FROM_BIN "/") + helpFileName()));
-    if (found.isEmpty() && isInside(programDir, QStringLiteral(HALVOREN_BINARY_DIR)))
+    if (found.isEmpty() && isInsideFolder(programDir, QStringLiteral(HALVOREN_BINARY_DIR)))
         found = existingFile(QStringLiteral(HALVOREN_SOURCE_DIR "/docs/") + helpFileName());
     return found;
 }

@@ -16,3 +16,7 @@ QString helpFilePath();
 //   3. docs/Halvoren.html of the source tree, but only for a program inside the build tree it was
 //      built in, so that an installed program never shows a guide from a checkout.
 QString helpFilePath(const QString& programDir);
+
+// Whether `dir` is `root` or lies below it, links resolved; false where either doesn't exist. A
+// program in its build tree finds its guide and translations in the sources, an installed one never.
+bool isInsideFolder(const QString& dir, const QString& root);

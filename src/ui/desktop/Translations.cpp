@@ -7,17 +7,9 @@
 #include <QTranslator>
 
 #include "platform/Translate.h"
+#include "ui/desktop/HelpFile.h"
 
 namespace {
-bool isInside(const QString& dir, const QString& root)
-{
-    const QString canonicalDir = QFileInfo(dir).canonicalFilePath();
-    const QString canonicalRoot = QFileInfo(root).canonicalFilePath();
-    if (canonicalDir.isEmpty() || canonicalRoot.isEmpty())
-        return false;
-    return canonicalDir == canonicalRoot || canonicalDir.startsWith(canonicalRoot + QLatin1Char('/'));
-}
-
 std::string translateCore(const char* context, const char* text)
 {
     return QCoreApplication::translate(context, text).toStdString();
@@ -44,7 +36,7 @@ QString translationsFolder(const QString& programDir)
     const QString installed = dir.filePath(QStringLiteral(HALVOREN_TRANSLATIONS_FROM_BIN));
     if (QFileInfo(installed).isDir())
         return QDir::cleanPath(installed);
-    if (isInside(programDir, QStringLiteral(HALVOREN_BINARY_DIR)) && QFileInfo(QStringLiteral(HALVOREN_QM_DIR)).isDir())
+    if (isInsideFolder(programDir, QStringLiteral(HALVOREN_BINARY_DIR)) && QFileInfo(QStringLiteral(HALVOREN_QM_DIR)).isDir())
         return QStringLiteral(HALVOREN_QM_DIR);
     return {};
 }
