@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "ui/desktop/FormPalette.h"
 #include "engine/AppConstants.h"
+#include "ui/desktop/FormPalette.h"
 #include "ui/desktop/WebSite.h"
 #include "ui_AboutDialog.h"
 

@@ -118,7 +118,7 @@ int exec(QMessageBox& box)
 }
 
 void showBalloon(QSystemTrayIcon& tray, const QString& title, const QString& text, QSystemTrayIcon::MessageIcon icon,
-                 int milliseconds)
+    int milliseconds)
 {
     const QMessageBox::Icon asMessage = icon == QSystemTrayIcon::Critical ? QMessageBox::Critical
         : icon == QSystemTrayIcon::Warning                                ? QMessageBox::Warning
@@ -156,7 +156,7 @@ bool trayDeliversDoubleClicks()
     // AppIndicator extension of GNOME); such hosts pass on single clicks only.
     const QDBusConnection bus = QDBusConnection::sessionBus();
     return !(bus.isConnected() && bus.interface()
-             && bus.interface()->isServiceRegistered(QStringLiteral("org.kde.StatusNotifierWatcher")).value());
+        && bus.interface()->isServiceRegistered(QStringLiteral("org.kde.StatusNotifierWatcher")).value());
 }
 
 QString getOpenFileName(QWidget* parent, const QString& caption, const QString& dir, const QString& filter)

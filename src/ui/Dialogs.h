@@ -29,7 +29,7 @@ QString getExistingDirectory(QWidget* parent, const QString& caption, const QStr
 
 // A balloon from the tray icon. Balloons ask nothing, but tests read them back like messages.
 void showBalloon(QSystemTrayIcon& tray, const QString& title, const QString& text, QSystemTrayIcon::MessageIcon icon,
-                 int milliseconds);
+    int milliseconds);
 // Hands a web page or a file to the desktop (browser, viewer). `failed` hears why nothing opened.
 // Tests record the URL instead, and may have it fail.
 void openUrl(const QUrl& url, std::function<void(const QString&)> failed = {});

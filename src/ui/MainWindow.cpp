@@ -7,20 +7,20 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDir>
 #include <QDragEnterEvent>
 #include <QDropEvent>
-#include <QMimeData>
-#include <QDir>
-#include <QFileSystemWatcher>
-#include <QFontDatabase>
 #include <QFile>
 #include <QFileInfo>
+#include <QFileSystemWatcher>
+#include <QFontDatabase>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMetaObject>
+#include <QMimeData>
+#include <QMouseEvent>
 #include <QPointer>
 #include <QPushButton>
-#include <QMouseEvent>
 #include <QScreen>
 #include <QSysInfo>
 #include <QTemporaryDir>
@@ -37,6 +37,7 @@
 #include "platform/ErrorText.h"
 #include "platform/ProfileLock.h"
 #include "platform/StatusCodes.h"
+#include "ui/AboutDialog.h"
 #include "ui/Dialogs.h"
 #include "ui/PackageThread.h"
 #include "ui/contacts/ActionMan.h"
@@ -46,16 +47,15 @@
 #include "ui/contacts/QuickSearchLineEdit.h"
 #include "ui/contacts/RecipientActionMan.h"
 #include "ui/desktop/Autostart.h"
-#include "ui/desktop/SetupMutex.h"
-#include "ui/AboutDialog.h"
 #include "ui/desktop/HelpFile.h"
 #include "ui/desktop/MapiMail.h"
 #include "ui/desktop/Placement.h"
-#include "ui/desktop/WebSite.h"
+#include "ui/desktop/SetupMutex.h"
 #include "ui/desktop/ShowInFolder.h"
+#include "ui/desktop/TaskbarProgress.h"
+#include "ui/desktop/WebSite.h"
 #include "ui/files/AddFilesDialog.h"
 #include "ui/files/FileListDlg.h"
-#include "ui/desktop/TaskbarProgress.h"
 #include "ui/files/ProgressDialog.h"
 #include "ui_MainWindow.h"
 
@@ -103,7 +103,10 @@ static void useDesktopFontForMissingFaces()
 }
 
 namespace {
-QString NoMailProgram() { return MainWindow::tr("xdg-email, which hands messages to the mail program, is not installed"); }
+QString NoMailProgram()
+{
+    return MainWindow::tr("xdg-email, which hands messages to the mail program, is not installed");
+}
 } // namespace
 
 MainWindow::MainWindow(QWidget* parent)
@@ -178,9 +181,9 @@ bool MainWindow::startupCheck()
         return true;
 
     QMessageBox question(QMessageBox::Critical, qs(AppName),
-                         tr("An error occurred during application startup. Do you want to reset all changes that "
-                            "were made?"),
-                         QMessageBox::Yes | QMessageBox::No, this);
+        tr("An error occurred during application startup. Do you want to reset all changes that "
+           "were made?"),
+        QMessageBox::Yes | QMessageBox::No, this);
     if (Dialogs::exec(question) != QMessageBox::Yes)
         return false;
     platform::ProfileLock lock(platform::ProfileLock::Mode::Exclusive);
@@ -200,16 +203,17 @@ void MainWindow::reportDamagedCertificates()
         return;
     QStringList lines;
     for (const DamagedCertificate& entry : damaged) {
-        const QString name = entry.name.empty() ? tr("an unknown contact") : QStringLiteral("\"%1\"").arg(qs(entry.name));
+        const QString name
+            = entry.name.empty() ? tr("an unknown contact") : QStringLiteral("\"%1\"").arg(qs(entry.name));
         lines << tr("The certificate of %1 can't be read: %2 (%3)")
                      .arg(name, QDir::toNativeSeparators(qs(entry.path)),
-                          QString::fromStdU16String(platform::errorText(entry.code)));
+                         QString::fromStdU16String(platform::errorText(entry.code)));
     }
     QMessageBox box(QMessageBox::Warning, qs(AppName),
-                    lines.join(u'\n') + QStringLiteral("\n\n")
-                        + tr("These contacts are left out of the lists. Import their key files again to repair them; "
-                             "the damaged files stay where they are."),
-                    QMessageBox::Ok, this);
+        lines.join(u'\n') + QStringLiteral("\n\n")
+            + tr("These contacts are left out of the lists. Import their key files again to repair them; "
+                 "the damaged files stay where they are."),
+        QMessageBox::Ok, this);
     Dialogs::exec(box);
 }
 
@@ -228,8 +232,8 @@ void MainWindow::createActionManagers()
     recipientActions = new RecipientActionMan(ui->recipientsListWidget, ui->contactListWidget);
     ui->recipientsListWidget->setPeerList(ui->contactListWidget);
     ui->recipientsListWidget->setActionMan(recipientActions);
-    connect(ui->recipientsListWidget, &KvxListWidget::on_event, this, &MainWindow::on_EncryptEnable,
-            Qt::QueuedConnection);
+    connect(
+        ui->recipientsListWidget, &KvxListWidget::on_event, this, &MainWindow::on_EncryptEnable, Qt::QueuedConnection);
 }
 
 void MainWindow::setupSearchBox()
@@ -243,8 +247,8 @@ void MainWindow::setupSearchBox()
 
 void MainWindow::setupExtras()
 {
-    encryptAndEmailAction = new QAction(QIcon(QStringLiteral(":/ico/MainWindow/Res/mail.png")),
-                                        tr("Encrypt and Email"), this);
+    encryptAndEmailAction
+        = new QAction(QIcon(QStringLiteral(":/ico/MainWindow/Res/mail.png")), tr("Encrypt and Email"), this);
     connect(encryptAndEmailAction, &QAction::triggered, this, &MainWindow::on_EncryptAndSend);
     trayIcon = new QSystemTrayIcon(QIcon(QStringLiteral(":/ico/MainWindow/Res/keyandlock.png")), this);
 
@@ -258,7 +262,7 @@ void MainWindow::setupExtras()
         QDialogButtonBox::StandardButton which;
         const char* icon;
     } arrows[] = { { QDialogButtonBox::Ok, ":/ico/MainWindow/Res/RightArrow.png" },
-                   { QDialogButtonBox::Cancel, ":/ico/MainWindow/Res/LeftArrow.png" } };
+        { QDialogButtonBox::Cancel, ":/ico/MainWindow/Res/LeftArrow.png" } };
     for (const auto& arrow : arrows) {
         QPushButton* button = ui->contactManButtonBox->button(arrow.which);
         button->setIcon(QIcon(QString::fromLatin1(arrow.icon)));
@@ -285,7 +289,7 @@ void MainWindow::setupKeyboard()
     ui->dropBoxLabel->installEventFilter(this);
     ui->BtnEncDec->installEventFilter(this);
     const QList<QWidget*> order { ui->dropBoxLabel, ui->quickContactSearchBox, ui->contactListWidget, toRecipients,
-                                  toContacts, ui->recipientsListWidget, ui->BtnEncDec };
+        toContacts, ui->recipientsListWidget, ui->BtnEncDec };
     for (qsizetype i = 1; i < order.size(); ++i)
         QWidget::setTabOrder(order[i - 1], order[i]);
     // The status line is read by screen readers, not tabbed to.
@@ -323,8 +327,8 @@ void MainWindow::loadStores()
         // full path, which would hand every recipient the sender's user name and folder layout.
         engine->setNameMode(NameModeRelative | NameModeFullPath);
     } else if (!cancelRequested) {
-        storeProblem = tr("The contacts file %1 can't be read or created.")
-                           .arg(QDir::toNativeSeparators(qs(recipientsPath())));
+        storeProblem
+            = tr("The contacts file %1 can't be read or created.").arg(QDir::toNativeSeparators(qs(recipientsPath())));
     }
 }
 
@@ -434,7 +438,7 @@ void MainWindow::fillContactList()
 namespace {
 QString fileStamp(const QString& path)
 {
-    struct stat info {};
+    struct stat info { };
     if (::stat(QFile::encodeName(path).constData(), &info) != 0)
         return {};
     return QStringLiteral("%1:%2:%3.%4:%5")
@@ -632,16 +636,16 @@ void MainWindow::showProblem()
         return;
     setStatusText(storeProblem);
     enablePackageWidgets(false);
-    for (QAction* action : { ui->act_MW_create_package, ui->act_MW_open_package, ui->act_MW_add_files,
-                             ui->act_MW_view_files, ui->act_MW_close_package, ui->act_MW_edit_profile,
-                             ui->act_MW_email_key, ui->act_MW_new_contact })
+    for (QAction* action :
+        { ui->act_MW_create_package, ui->act_MW_open_package, ui->act_MW_add_files, ui->act_MW_view_files,
+            ui->act_MW_close_package, ui->act_MW_edit_profile, ui->act_MW_email_key, ui->act_MW_new_contact })
         action->setEnabled(false);
     ui->BtnEncDec->setEnabled(false);
     QMessageBox box(QMessageBox::Critical, qs(AppName),
-                    storeProblem + QStringLiteral("\n\n")
-                        + tr("Check that the folder %1 exists and that you may write to it, then start %2 again.")
-                              .arg(QDir::toNativeSeparators(qs(dataDirectory())), qs(AppName)),
-                    QMessageBox::Ok, this);
+        storeProblem + QStringLiteral("\n\n")
+            + tr("Check that the folder %1 exists and that you may write to it, then start %2 again.")
+                  .arg(QDir::toNativeSeparators(qs(dataDirectory())), qs(AppName)),
+        QMessageBox::Ok, this);
     Dialogs::exec(box);
 }
 
@@ -650,18 +654,17 @@ void MainWindow::showProblem()
 
 void MainWindow::connectSignals()
 {
-    connect(packageThread, &PackageThread::statusUpdate, this, &MainWindow::on_StatusUpdate,
-            Qt::BlockingQueuedConnection);
-    connect(packageThread, &PackageThread::engineError, this, &MainWindow::on_EngineError,
-            Qt::BlockingQueuedConnection);
+    connect(
+        packageThread, &PackageThread::statusUpdate, this, &MainWindow::on_StatusUpdate, Qt::BlockingQueuedConnection);
+    connect(
+        packageThread, &PackageThread::engineError, this, &MainWindow::on_EngineError, Qt::BlockingQueuedConnection);
     connect(packageThread, &QThread::finished, this, &MainWindow::on_PackageThreadFinished, Qt::QueuedConnection);
     connect(this, &MainWindow::itemsDropped, this, &MainWindow::on_itemsDropped, Qt::QueuedConnection);
     connect(this, &MainWindow::packageDropped, this, &MainWindow::on_PackageDropped);
     connect(trayIcon, &QSystemTrayIcon::activated, this, &MainWindow::on_iconActivated);
     connect(this, &MainWindow::kvxClosing, this, &QWidget::close, Qt::QueuedConnection);
     connect(ui->contactListWidget, &QListWidget::itemSelectionChanged, this, &MainWindow::on_itemSelectionChanged);
-    connect(ui->recipientsListWidget, &QListWidget::itemSelectionChanged, this,
-            &MainWindow::on_itemSelectionChanged);
+    connect(ui->recipientsListWidget, &QListWidget::itemSelectionChanged, this, &MainWindow::on_itemSelectionChanged);
     connect(ui->contactManButtonBox, &QDialogButtonBox::accepted, this, &MainWindow::on_MoveToRecipients);
     connect(ui->contactManButtonBox, &QDialogButtonBox::rejected, this, &MainWindow::on_MoveToContacts);
     connect(this, &MainWindow::optionsChanged, this, &MainWindow::on_OPTStartOnLogin);
@@ -690,21 +693,13 @@ void MainWindow::connectActions()
 
     // Rows 0 and 3 are one map: the end of the set-up and a closed package look the same.
     using Row = QMap<QAction*, bool>;
-    actionStateRows = { Row { { ui->act_MW_create_package, true },
-                              { ui->act_MW_open_package, true },
-                              { ui->act_MW_add_files, true },
-                              { ui->act_MW_view_files, true },
-                              { ui->act_MW_close_package, false } },
-                        Row { { ui->act_MW_create_package, false },
-                              { ui->act_MW_open_package, false },
-                              { ui->act_MW_add_files, true },
-                              { ui->act_MW_view_files, true },
-                              { ui->act_MW_close_package, true } },
-                        Row { { ui->act_MW_create_package, false },
-                              { ui->act_MW_open_package, false },
-                              { ui->act_MW_add_files, false },
-                              { ui->act_MW_view_files, false },
-                              { ui->act_MW_close_package, true } } };
+    actionStateRows = { Row { { ui->act_MW_create_package, true }, { ui->act_MW_open_package, true },
+                            { ui->act_MW_add_files, true }, { ui->act_MW_view_files, true },
+                            { ui->act_MW_close_package, false } },
+        Row { { ui->act_MW_create_package, false }, { ui->act_MW_open_package, false }, { ui->act_MW_add_files, true },
+            { ui->act_MW_view_files, true }, { ui->act_MW_close_package, true } },
+        Row { { ui->act_MW_create_package, false }, { ui->act_MW_open_package, false }, { ui->act_MW_add_files, false },
+            { ui->act_MW_view_files, false }, { ui->act_MW_close_package, true } } };
     actionStates = { &actionStateRows[0], &actionStateRows[1], &actionStateRows[2], &actionStateRows[0] };
     applyActionState(0);
 
@@ -903,10 +898,7 @@ void MainWindow::on_EditYourProfile()
 // ---------------------------------------------------------------------------------------------
 // The tray
 
-bool MainWindow::minimizesToTray() const
-{
-    return !options.doNotMinimizeToTray && Dialogs::trayAvailable();
-}
+bool MainWindow::minimizesToTray() const { return !options.doNotMinimizeToTray && Dialogs::trayAvailable(); }
 
 void MainWindow::changeEvent(QEvent* event)
 {
@@ -931,10 +923,10 @@ void MainWindow::hideToTray(int x, int y)
         firstTimeMinimized = config && config->getBool(ConfigKey::FirstTimeMinimized);
         if (!firstTimeMinimized) {
             Dialogs::showBalloon(*trayIcon, qs(AppName),
-                                  tr("Halvoren is still running. To close it, use Halvoren \u2192 Quit. To keep the "
-                                     "window on the taskbar, turn on Halvoren \u2192 Options \u2192 Do not hide when "
-                                     "minimized."),
-                                  QSystemTrayIcon::Information, 10000);
+                tr("Halvoren is still running. To close it, use Halvoren \u2192 Quit. To keep the "
+                   "window on the taskbar, turn on Halvoren \u2192 Options \u2192 Do not hide when "
+                   "minimized."),
+                QSystemTrayIcon::Information, 10000);
             firstTimeMinimized = true;
             if (config)
                 config->setBool(ConfigKey::FirstTimeMinimized, true);
@@ -1001,7 +993,7 @@ void MainWindow::showAtCorner()
     const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
     const QRect frame = frameGeometry();
     move((area.right() - area.left()) - (frame.right() - frame.left()),
-         (area.bottom() - area.top()) - (frame.bottom() - frame.top()));
+        (area.bottom() - area.top()) - (frame.bottom() - frame.top()));
 }
 
 void MainWindow::on_popupMessageClicked() { showInExplorer(detailsPath); }
@@ -1026,7 +1018,7 @@ void MainWindow::on_Help()
             window->tellByHand(tr("The user guide could not be opened: %1.\n\nYou can open it in a web browser "
                                   "yourself:\n%2")
                                    .arg(why, path),
-                               {});
+                {});
     });
 }
 
@@ -1037,7 +1029,7 @@ void MainWindow::openPage(const QUrl& page)
             window->tellByHand(tr("The page could not be opened: %1.\n\nYou can open this address in a web "
                                   "browser yourself:\n%2")
                                    .arg(why, page.toString()),
-                               {});
+                {});
     });
 }
 
@@ -1064,13 +1056,13 @@ QUrl MainWindow::updateUrl()
 {
     const QString architecture = QSysInfo::currentCpuArchitecture();
     const QString osarc = architecture == QLatin1String("x86_64") ? QStringLiteral("x64")
-        : architecture == QLatin1String("i386")                  ? QStringLiteral("x86")
-        : architecture == QLatin1String("ia64")                  ? QStringLiteral("IA64")
-                                                                 : QStringLiteral("Unknown");
+        : architecture == QLatin1String("i386")                   ? QStringLiteral("x86")
+        : architecture == QLatin1String("ia64")                   ? QStringLiteral("IA64")
+                                                                  : QStringLiteral("Unknown");
     // The kernel's version is left out of the query, though the update service asks for it: it
     // tells a web server more about the machine than an update needs.
-    return QUrl(webSite() + QStringLiteral("/update/update.php?osarc=") + osarc + QStringLiteral("&appver=")
-                + qs(AppVersion));
+    return QUrl(
+        webSite() + QStringLiteral("/update/update.php?osarc=") + osarc + QStringLiteral("&appver=") + qs(AppVersion));
 }
 
 void MainWindow::on_CheckForUpdates() { openPage(updateUrl()); }
@@ -1087,7 +1079,7 @@ void MainWindow::mailPackage()
 {
     const auto failed = mailFailed(tr("The package could not be handed to a mail program: %1.\n\nIt was saved as "
                                       "%2; attach it to a message yourself."),
-                                   packagePath);
+        packagePath);
     MapiMail mail(0, winId());
     if (!mail.load()) {
         failed(NoMailProgram());
@@ -1122,13 +1114,13 @@ void MainWindow::on_EMailKey()
     const QString path = folder.isValid() ? folder.filePath(fileName) : QString();
     if (path.isEmpty() || !saveCertificateFile(ownContact->identity.certificate(), u16(path))) {
         QMessageBox box(QMessageBox::Critical, qs(AppName), tr("An error occurred during sending contact key file."),
-                        QMessageBox::Ok, this);
+            QMessageBox::Ok, this);
         Dialogs::exec(box);
         return;
     }
     const auto failed = mailFailed(tr("Your key file could not be handed to a mail program: %1.\n\nIt was saved as "
                                       "%2; attach it to a message yourself."),
-                                   path);
+        path);
     MapiMail mail(0, winId());
     if (!mail.load()) {
         failed(NoMailProgram());
@@ -1189,15 +1181,15 @@ void MainWindow::on_OPTStartOnLogin() { updateAutostart(options.startOnLogin); }
 
 QString MainWindow::askPackageSavePath()
 {
-    QString path = Dialogs::getSaveFileName(this, tr("Save Halvoren Package as..."), lastSavePath,
-                                            tr("Halvoren Package File (*.kvx)"));
+    QString path = Dialogs::getSaveFileName(
+        this, tr("Save Halvoren Package as..."), lastSavePath, tr("Halvoren Package File (*.kvx)"));
     if (!path.isEmpty() && QFileInfo(path).completeSuffix().toLower() != qs(PackageSuffix)) {
         path += u'.' + qs(PackageSuffix);
         // The dialog asked about the name as typed; the file that would be replaced is this one.
         if (QFileInfo::exists(path)) {
             QMessageBox box(QMessageBox::Warning, qs(AppName),
-                            tr("%1 already exists.\nDo you want to replace it?").arg(QDir::toNativeSeparators(path)),
-                            QMessageBox::Yes | QMessageBox::No, this);
+                tr("%1 already exists.\nDo you want to replace it?").arg(QDir::toNativeSeparators(path)),
+                QMessageBox::Yes | QMessageBox::No, this);
             box.setDefaultButton(QMessageBox::No);
             if (Dialogs::exec(box) != QMessageBox::Yes)
                 return {};
@@ -1210,8 +1202,8 @@ QString MainWindow::askPackageSavePath()
 
 QString MainWindow::askPackageOpenPath()
 {
-    lastOpenPath = Dialogs::getOpenFileName(this, tr("Open Package File"), lastOpenPath,
-                                            tr("Halvoren Package File (*.kvx)"));
+    lastOpenPath
+        = Dialogs::getOpenFileName(this, tr("Open Package File"), lastOpenPath, tr("Halvoren Package File (*.kvx)"));
     return lastOpenPath;
 }
 
@@ -1253,8 +1245,8 @@ void MainWindow::on_ClosePackage()
 // The package in hand comes first, as desktop programs name the document they hold.
 void MainWindow::showPackageInTitle(const QString& path)
 {
-    setWindowTitle(path.isEmpty() ? qs(AppName)
-                                  : QStringLiteral("%1 \u2014 %2").arg(QFileInfo(path).fileName(), qs(AppName)));
+    setWindowTitle(
+        path.isEmpty() ? qs(AppName) : QStringLiteral("%1 \u2014 %2").arg(QFileInfo(path).fileName(), qs(AppName)));
 }
 
 void MainWindow::on_PackageDropped(QString package_name)
@@ -1300,9 +1292,9 @@ bool MainWindow::startEncryption()
         return false;
     if (ui->recipientsListWidget->count() == 0 && !options.autoAddMyself) {
         QMessageBox box(QMessageBox::Warning, qs(AppName),
-                        tr("The list of Recipients is empty. Choose who you want to encrypt files for by adding their "
-                           "contacts to Recipients list"),
-                        QMessageBox::Ok, this);
+            tr("The list of Recipients is empty. Choose who you want to encrypt files for by adding their "
+               "contacts to Recipients list"),
+            QMessageBox::Ok, this);
         Dialogs::exec(box);
         return false;
     }
@@ -1321,9 +1313,9 @@ bool MainWindow::startEncryption()
             recipients.push_back(ownContact.get());
         } else if (recipients.empty()) {
             QMessageBox box(QMessageBox::Warning, qs(AppName),
-                            tr("You have no contact of your own to encrypt for. Add recipients to the Recipients "
-                               "list, or edit your profile."),
-                            QMessageBox::Ok, this);
+                tr("You have no contact of your own to encrypt for. Add recipients to the Recipients "
+                   "list, or edit your profile."),
+                QMessageBox::Ok, this);
             Dialogs::exec(box);
             return false;
         }
@@ -1338,7 +1330,7 @@ bool MainWindow::startEncryption()
     if (!unstorable.isEmpty()) {
         refuseFiles(tr("These files have a backslash in their names, which a package can't keep (it separates "
                        "folders there). Rename them or remove them from the package:\n%1"),
-                    unstorable, 10, QStringLiteral("\n"));
+            unstorable, 10, QStringLiteral("\n"));
         return false;
     }
     engine->setFiles(packageFiles);
@@ -1350,7 +1342,7 @@ bool MainWindow::startEncryption()
             pairs << QStringLiteral("%1\n%2").arg(QString::fromStdU16String(first), QString::fromStdU16String(second));
         refuseFiles(tr("These files would have the same name in the package, so one would replace the other "
                        "when it is opened. Rename one of each pair or remove it from the package:\n\n%1"),
-                    pairs, 5, QStringLiteral("\n\n"));
+            pairs, 5, QStringLiteral("\n\n"));
         return false;
     }
     packagePathBeforeRun = packagePath;
@@ -1360,10 +1352,10 @@ bool MainWindow::startEncryption()
         return false;
     if (const std::u16string source = sourceAtPackagePath(packageFiles, u16(packagePath)); !source.empty()) {
         QMessageBox box(QMessageBox::Warning, qs(AppName),
-                        tr("The package can't be saved as %1: that file is one of the files to encrypt. Choose "
-                           "another name for the package.")
-                            .arg(QDir::toNativeSeparators(packagePath)),
-                        QMessageBox::Ok, this);
+            tr("The package can't be saved as %1: that file is one of the files to encrypt. Choose "
+               "another name for the package.")
+                .arg(QDir::toNativeSeparators(packagePath)),
+            QMessageBox::Ok, this);
         Dialogs::exec(box);
         packagePath.clear();
         return false;
@@ -1408,8 +1400,8 @@ bool MainWindow::startDecryption()
     return true;
 }
 
-void MainWindow::on_StatusUpdate(uint operation, qint64 data_length, qint64 processed_length,
-                                 KvxUtils::UserParameter* user_parameter)
+void MainWindow::on_StatusUpdate(
+    uint operation, qint64 data_length, qint64 processed_length, KvxUtils::UserParameter* user_parameter)
 {
     const int percent = data_length == 0 ? 0 : int(double(processed_length) / double(data_length) * 100.0);
     if (percent == lastPercent)
@@ -1419,7 +1411,8 @@ void MainWindow::on_StatusUpdate(uint operation, qint64 data_length, qint64 proc
         ui->progressBar->setValue(percent);
     TaskbarProgress::setValue(percent);
 
-    const QString fileName = user_parameter && user_parameter->fileName ? shownName(user_parameter->fileName) : QString();
+    const QString fileName
+        = user_parameter && user_parameter->fileName ? shownName(user_parameter->fileName) : QString();
     QString text;
     switch (operation) {
     case OpEncrypt:
@@ -1464,7 +1457,8 @@ bool MainWindow::reportFatalError(KvxUtils::UserParameter* user_parameter)
     // While a package is opened, a report that names no entry concerns the package itself: a
     // file too short for a header (38) or an index that can't be read (2) is as invalid as a bad
     // format or digest, and the user is told so in the same words.
-    const bool aboutThePackage = packageMode == ModeDecrypt && (!user_parameter->fileName || !*user_parameter->fileName);
+    const bool aboutThePackage
+        = packageMode == ModeDecrypt && (!user_parameter->fileName || !*user_parameter->fileName);
     const bool invalid = code == win::ERROR_BAD_FORMAT || code == win::NTE_BAD_HASH
         || (aboutThePackage && (code == win::ERROR_FILE_NOT_FOUND || code == win::ERROR_HANDLE_EOF));
     QString text;
@@ -1563,15 +1557,14 @@ void MainWindow::notifyCompletion(const EngineStatus& status)
             connect(trayIcon, &QSystemTrayIcon::messageClicked, this, &MainWindow::on_popupMessageClicked);
         }
         Dialogs::showBalloon(*trayIcon, tr("Done!"), balloon,
-                              status.ok() ? QSystemTrayIcon::Information : QSystemTrayIcon::Critical, 10000);
+            status.ok() ? QSystemTrayIcon::Information : QSystemTrayIcon::Critical, 10000);
         return;
     }
     // A failure says what failed, with the file it concerned.
     const QString why = status.ok() ? QString() : QString::fromStdU16String(statusText(status, engine->failure()));
     QMessageBox box(status.ok() ? QMessageBox::Information : QMessageBox::Critical, qs(AppName),
-                    why.isEmpty() ? text : text + QStringLiteral("\n\n") + why, QMessageBox::Ok, this);
-    QAbstractButton* detailsButton = status.ok() ? box.addButton(tr("Details"), QMessageBox::AcceptRole)
-                                                 : nullptr;
+        why.isEmpty() ? text : text + QStringLiteral("\n\n") + why, QMessageBox::Ok, this);
+    QAbstractButton* detailsButton = status.ok() ? box.addButton(tr("Details"), QMessageBox::AcceptRole) : nullptr;
     Dialogs::exec(box);
     if (detailsButton && box.clickedButton() == detailsButton)
         showInExplorer(details);

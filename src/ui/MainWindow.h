@@ -101,8 +101,8 @@ private slots:
     void on_OpenPackage();
     void on_ClosePackage();
     void on_Options();
-    void on_StatusUpdate(uint operation, qint64 data_length, qint64 processed_length,
-                         KvxUtils::UserParameter* user_parameter);
+    void on_StatusUpdate(
+        uint operation, qint64 data_length, qint64 processed_length, KvxUtils::UserParameter* user_parameter);
     void on_EngineError(KvxUtils::UserParameter* user_parameter, bool& status);
     void on_PackageThreadFinished();
     void on_EncryptEnable();

@@ -3,8 +3,8 @@
 #include <QCheckBox>
 #include <QDialogButtonBox>
 
-#include "ui/desktop/FormPalette.h"
 #include "contacts/ConfigStore.h"
+#include "ui/desktop/FormPalette.h"
 #include "ui_OptionsDialog.h"
 
 namespace {
@@ -37,14 +37,9 @@ OptionsDialog::OptionsDialog(ConfigStore* config, ApplicationOptions* options, Q
     keepLightPalette(*this);
     setWindowFlags(Qt::Dialog | Qt::WindowTitleHint);
     connect(ui->buttonBox, &QDialogButtonBox::accepted, this, &OptionsDialog::on_OK);
-    handlers << &handleOption<&ApplicationOptions::doNotMinimizeToTray, &Ui_OptionsDialog::chkHideInTray,
-                              &ConfigKey::DoNotMinimizeToTray>
-             << &handleOption<&ApplicationOptions::autoAddMyself, &Ui_OptionsDialog::chkEncryptForMyself,
-                              &ConfigKey::AutomaticallyAddToRecipients>
-             << &handleOption<&ApplicationOptions::doNotNotify, &Ui_OptionsDialog::chkShowOnCompletion,
-                              &ConfigKey::DoNotCompletitionNotify>
-             << &handleOption<&ApplicationOptions::startOnLogin, &Ui_OptionsDialog::chkStartAtLogin,
-                              &ConfigKey::StartOnLogin>;
+    handlers
+        << &handleOption<&ApplicationOptions::doNotMinimizeToTray, &Ui_OptionsDialog::chkHideInTray,
+               &ConfigKey::DoNotMinimizeToTray> << &handleOption<&ApplicationOptions::autoAddMyself, &Ui_OptionsDialog::chkEncryptForMyself, &ConfigKey::AutomaticallyAddToRecipients> << &handleOption<&ApplicationOptions::doNotNotify, &Ui_OptionsDialog::chkShowOnCompletion, &ConfigKey::DoNotCompletitionNotify> << &handleOption<&ApplicationOptions::startOnLogin, &Ui_OptionsDialog::chkStartAtLogin, &ConfigKey::StartOnLogin>;
     runHandlers(true);
 }
 

@@ -18,26 +18,26 @@
 
 namespace {
 // The manual page is made from this text, so it describes what MainWindow::parseArguments takes.
-const char WindowHelp[] =
-    "Usage: halvoren [--autostart | PACKAGE.kvx | KEYFILE.kvxk | FILE|FOLDER...]\n"
-    "\n"
-    "Packs files and folders into one encrypted package (.kvx) that only the chosen contacts can\n"
-    "open, and opens the packages sent to you. Without an argument the window opens empty; files\n"
-    "are added by dragging them onto it, with Package > Add Files, or by naming them here.\n"
-    "\n"
-    "Arguments:\n"
-    "  PACKAGE.kvx      open the package in the window, ready to be decrypted\n"
-    "  KEYFILE.kvxk     import the key file as a new contact, then end\n"
-    "  FILE|FOLDER...   add the files and folders to a new package, as a drop would\n"
-    "  --autostart      start hidden in the tray, as the login start does\n"
-    "\n"
-    "Names that don't exist are ignored. There is one window per user: while it runs, another\n"
-    "start hands its arguments to it and ends, and the window comes to the front. The\n"
-    "command-line tool halvoren-cli does everything without a window.\n"
-    "\n"
-    "Options:\n"
-    "  -h, --help       show this help and exit\n"
-    "      --version    show the version and exit\n";
+const char WindowHelp[]
+    = "Usage: halvoren [--autostart | PACKAGE.kvx | KEYFILE.kvxk | FILE|FOLDER...]\n"
+      "\n"
+      "Packs files and folders into one encrypted package (.kvx) that only the chosen contacts can\n"
+      "open, and opens the packages sent to you. Without an argument the window opens empty; files\n"
+      "are added by dragging them onto it, with Package > Add Files, or by naming them here.\n"
+      "\n"
+      "Arguments:\n"
+      "  PACKAGE.kvx      open the package in the window, ready to be decrypted\n"
+      "  KEYFILE.kvxk     import the key file as a new contact, then end\n"
+      "  FILE|FOLDER...   add the files and folders to a new package, as a drop would\n"
+      "  --autostart      start hidden in the tray, as the login start does\n"
+      "\n"
+      "Names that don't exist are ignored. There is one window per user: while it runs, another\n"
+      "start hands its arguments to it and ends, and the window comes to the front. The\n"
+      "command-line tool halvoren-cli does everything without a window.\n"
+      "\n"
+      "Options:\n"
+      "  -h, --help       show this help and exit\n"
+      "      --version    show the version and exit\n";
 
 // Answered before anything else runs: no display, no profile folder and no crash guard are
 // needed to say what the program is, so a package build or a terminal without X can ask.
@@ -79,7 +79,7 @@ int main(int argc, char* argv[])
     if (!haveDisplay()) {
         std::fputs("halvoren: no graphical display to show the window on (DISPLAY and WAYLAND_DISPLAY are unset); "
                    "start it in a desktop session, or use halvoren-cli\n",
-                   stderr);
+            stderr);
         platform::CrashGuard::uninstall();
         return 1;
     }

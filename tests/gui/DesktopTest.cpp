@@ -17,10 +17,10 @@
 
 #include "QtTestSupport.h"
 #include "ui/AboutDialog.h"
-#include "ui/desktop/WebSite.h"
 #include "ui/desktop/HelpFile.h"
 #include "ui/desktop/Launch.h"
 #include "ui/desktop/MapiMail.h"
+#include "ui/desktop/WebSite.h"
 
 using namespace testing_support;
 
@@ -214,7 +214,8 @@ private slots:
     void aHelperThatFindsNoProgramSaysWhy()
     {
         QTemporaryDir bin;
-        const QByteArray noMethod = "#!/bin/sh\necho \"$(basename \"$0\"): no method available for opening '$1'\" >&2\nexit 3\n";
+        const QByteArray noMethod
+            = "#!/bin/sh\necho \"$(basename \"$0\"): no method available for opening '$1'\" >&2\nexit 3\n";
         QVERIFY(writeScript(bin.filePath(QStringLiteral("xdg-open")), noMethod));
         QVERIFY(writeScript(bin.filePath(QStringLiteral("xdg-email")), noMethod));
         PathOverride path({ bin.path(), QStringLiteral("/usr/bin"), QStringLiteral("/bin") });

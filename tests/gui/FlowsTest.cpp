@@ -8,12 +8,12 @@
 #include <QDialogButtonBox>
 #include <QDragEnterEvent>
 #include <QDropEvent>
-#include <QMimeData>
 #include <QFile>
 #include <QLineEdit>
+#include <QMimeData>
 #include <QProcess>
-#include <QSysInfo>
 #include <QPushButton>
+#include <QSysInfo>
 #include <QTest>
 #include <QUrlQuery>
 #include <filesystem>
@@ -43,10 +43,7 @@ namespace answers = Dialogs::testing;
 
 namespace {
 
-void drop(MainWindow& window, const QList<QUrl>& urls)
-{
-    dropFromOutside(window, *window.form()->dropBoxLabel, urls);
-}
+void drop(MainWindow& window, const QList<QUrl>& urls) { dropFromOutside(window, *window.form()->dropBoxLabel, urls); }
 
 void chooseRecipient(MainWindow& window, const QString& name)
 {
@@ -90,8 +87,8 @@ bool sameTree(const fs::path& a, const fs::path& b)
 int cli(const fs::path& profile, const QStringList& arguments)
 {
     QProcess process;
-    process.start(QStringLiteral(HALVOREN_CLI_PATH),
-                  QStringList { QStringLiteral("--profile"), qpath(profile) } + arguments);
+    process.start(
+        QStringLiteral(HALVOREN_CLI_PATH), QStringList { QStringLiteral("--profile"), qpath(profile) } + arguments);
     process.waitForFinished(120000);
     return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
@@ -106,8 +103,8 @@ struct Started {
     }
 };
 
-std::unique_ptr<Started> startProgram(const fs::path& dataHome, const fs::path& runtime, const QStringList& arguments,
-                                      const fs::path& folder = {})
+std::unique_ptr<Started> startProgram(
+    const fs::path& dataHome, const fs::path& runtime, const QStringList& arguments, const fs::path& folder = {})
 {
     auto started = std::make_unique<Started>();
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -152,7 +149,7 @@ private slots:
                                     shownInFolder << items;
                                     return true;
                                 },
-                                 [](const QUrl&) { return true; } });
+            [](const QUrl&) { return true; } });
         anna = freshFolder("anna");
         bert = freshFolder("bert");
         sources = freshFolder("sources");
@@ -194,7 +191,8 @@ private slots:
         window->form()->act_MW_new_contact->trigger();
         QCOMPARE(window->form()->contactListWidget->count(), 2);
 
-        drop(*window, { QUrl::fromLocalFile(qpath(sources / "tree")), QUrl::fromLocalFile(qpath(sources / "single.bin")) });
+        drop(*window,
+            { QUrl::fromLocalFile(qpath(sources / "tree")), QUrl::fromLocalFile(qpath(sources / "single.bin")) });
         QCOMPARE(window->files().size(), 4u);
         chooseRecipient(*window, QStringLiteral("Bert Example"));
         QVERIFY(window->form()->BtnEncDec->isEnabled());
@@ -226,8 +224,9 @@ private slots:
         KvxUtils::UserParameter report;
         const std::u16string entry = u"tree\\deeper\\b.bin";
         report.fileName = entry.c_str();
-        QVERIFY(QMetaObject::invokeMethod(window.get(), "on_StatusUpdate", Qt::DirectConnection, Q_ARG(uint, OpExtractFile),
-                                          Q_ARG(qint64, 100), Q_ARG(qint64, 37), Q_ARG(KvxUtils::UserParameter*, &report)));
+        QVERIFY(
+            QMetaObject::invokeMethod(window.get(), "on_StatusUpdate", Qt::DirectConnection, Q_ARG(uint, OpExtractFile),
+                Q_ARG(qint64, 100), Q_ARG(qint64, 37), Q_ARG(KvxUtils::UserParameter*, &report)));
         QCOMPARE(window->form()->lineEdit->text(), QStringLiteral("Extracting File: tree/deeper/b.bin"));
         // Each file comes back below the folder it was dropped from: the package carries
         // "tree\..." and "single.bin", not the sender's folders above them.
@@ -249,7 +248,9 @@ private slots:
         QVERIFY(texts().count(Opened) == 2);
         bool found = false;
         for (const auto& entry : fs::recursive_directory_iterator(back))
-            found = found || (entry.path().filename() == "single.bin" && readBytes(entry.path()) == readBytes(sources / "single.bin"));
+            found = found
+                || (entry.path().filename() == "single.bin"
+                    && readBytes(entry.path()) == readBytes(sources / "single.bin"));
         QVERIFY(found);
         QCOMPARE(answers::unanswered(), 0);
     }
@@ -280,13 +281,15 @@ private slots:
         window.form()->recipientsListWidget->item(0)->setSelected(true);
 
         QCOMPARE(cli(anna, { "contacts", "import", qpath(coraKey) }), 0);
-        QTRY_COMPARE_WITH_TIMEOUT(contacts->findItems(QStringLiteral("Cora Example"), Qt::MatchExactly).size(), 1, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(
+            contacts->findItems(QStringLiteral("Cora Example"), Qt::MatchExactly).size(), 1, 10000);
         QCOMPARE(contacts->count(), before);
         QCOMPARE(window.form()->recipientsListWidget->count(), 1);
         QVERIFY(window.form()->recipientsListWidget->item(0)->isSelected());
 
         QCOMPARE(cli(anna, { "contacts", "remove", "Cora Example" }), 0);
-        QTRY_COMPARE_WITH_TIMEOUT(contacts->findItems(QStringLiteral("Cora Example"), Qt::MatchExactly).size(), 0, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(
+            contacts->findItems(QStringLiteral("Cora Example"), Qt::MatchExactly).size(), 0, 10000);
         QCOMPARE(window.form()->recipientsListWidget->item(0)->text(), QStringLiteral("Bert Example"));
         QVERIFY(answers::shown().isEmpty());
     }
@@ -348,7 +351,10 @@ private slots:
         answers::answer(QMessageBox::Yes);
         answers::answer(QMessageBox::Ok);
         runAndWait(window);
-        QCOMPARE(texts().last(), Done + QStringLiteral("\n\n1 item that is not a file (a socket, FIFO, device or broken link) was left out."));
+        QCOMPARE(texts().last(),
+            Done
+                + QStringLiteral(
+                    "\n\n1 item that is not a file (a socket, FIFO, device or broken link) was left out."));
         QVERIFY(fs::file_size(folder / "pkg.kvx") > 100);
         QCOMPARE(answers::unanswered(), 0);
     }
@@ -392,8 +398,9 @@ private slots:
         MainWindow window;
         window.show();
         const QString invalid = QStringLiteral("This file is not a valid Halvoren package file.");
-        const QString notForYou = QStringLiteral("The package cannot be decrypted. You are not in the list of recipients "
-                                                 "who can view the files, you will not be able to access it.");
+        const QString notForYou
+            = QStringLiteral("The package cannot be decrypted. You are not in the list of recipients "
+                             "who can view the files, you will not be able to access it.");
 
         const fs::path damaged = freshFolder("damaged") / "damaged.kvx";
         writeBytes(damaged, randomBytes(5000, 5));
@@ -477,8 +484,9 @@ private slots:
         // A stand-in for xdg-email that writes down its arguments, one a line.
         const fs::path bin = freshFolder("bin");
         const fs::path record = bin / "arguments";
-        writeText(bin / "xdg-email", "#!/bin/sh\nfor a in \"$@\"; do printf '%s\\n' \"$a\"; done > \"$MAIL_RECORD.part\"\n"
-                                     "mv \"$MAIL_RECORD.part\" \"$MAIL_RECORD\"\n");
+        writeText(bin / "xdg-email",
+            "#!/bin/sh\nfor a in \"$@\"; do printf '%s\\n' \"$a\"; done > \"$MAIL_RECORD.part\"\n"
+            "mv \"$MAIL_RECORD.part\" \"$MAIL_RECORD\"\n");
         fs::permissions(bin / "xdg-email", fs::perms::owner_all);
         const QByteArray path = qgetenv("PATH");
         qputenv("PATH", QByteArray(bin.string().c_str()) + ':' + path);
@@ -503,8 +511,9 @@ private slots:
         window.form()->BtnEncDec->actions().first()->trigger(); // "Encrypt and Email"
         QTRY_VERIFY_WITH_TIMEOUT(window.thread()->isFinished() && window.currentButtonState() == ButtonEncrypt, 60000);
         QTRY_VERIFY(fs::exists(record));
-        QCOMPARE(recorded(), (QStringList { "--utf8", "--subject", "Emailing: to-bert.kvx", "--body", " ", "--to",
-                                            "Bert Example <bert@example.org>", "--attach", qpath(package) }));
+        QCOMPARE(recorded(),
+            (QStringList { "--utf8", "--subject", "Emailing: to-bert.kvx", "--body", " ", "--to",
+                "Bert Example <bert@example.org>", "--attach", qpath(package) }));
         QVERIFY(answers::shown().isEmpty()); // the mail replaces the completion report
 
         // The own key: written into a private folder of its own and attached, with no recipient.
@@ -517,8 +526,9 @@ private slots:
         QTRY_VERIFY(fs::exists(record));
         QCOMPARE(recorded().size(), 7);
         const fs::path keyFile = recorded().last().toStdString();
-        QCOMPARE(recorded(), (QStringList { "--utf8", "--subject", "Emailing:   Key File.", "--body", " ", "--attach",
-                                            qpath(keyFile) }));
+        QCOMPARE(recorded(),
+            (QStringList {
+                "--utf8", "--subject", "Emailing:   Key File.", "--body", " ", "--attach", qpath(keyFile) }));
         QCOMPARE(keyFile.filename().string(), std::string("Anna Example.kvxk"));
         QCOMPARE(keyFile.parent_path().parent_path(), tmp);
         QCOMPARE(fs::status(keyFile.parent_path()).permissions() & fs::perms::all, fs::perms::owner_all);
@@ -531,7 +541,8 @@ private slots:
 
         // Where xdg-email runs but finds no mail program, and where it isn't installed at all, the
         // user hears why and where the file lies, and can have it shown to attach it by hand.
-        writeText(bin / "xdg-email", "#!/bin/sh\necho \"xdg-email: no method available for opening 'mailto:'\" >&2\nexit 3\n");
+        writeText(bin / "xdg-email",
+            "#!/bin/sh\necho \"xdg-email: no method available for opening 'mailto:'\" >&2\nexit 3\n");
         answers::answer(QStringLiteral("Show in File Manager"));
         window.form()->act_MW_email_key->trigger();
         QTRY_COMPARE(answers::shown().size(), 1);
@@ -543,7 +554,8 @@ private slots:
         window.form()->act_MW_email_key->trigger();
         qputenv("PATH", path);
         QCOMPARE(answers::shown().size(), 2);
-        QVERIFY(answers::shown()[1].text.contains(QStringLiteral("xdg-email, which hands messages to the mail program, is not installed")));
+        QVERIFY(answers::shown()[1].text.contains(
+            QStringLiteral("xdg-email, which hands messages to the mail program, is not installed")));
         QCOMPARE(answers::unanswered(), 0);
     }
 
@@ -569,7 +581,8 @@ private slots:
         QCOMPARE(opened.size(), 3);
         // The query names the architecture and the version, never the machine's kernel.
         const QUrlQuery query(opened[0]);
-        QCOMPARE(opened[0].toString(QUrl::RemoveQuery), QStringLiteral("https://updates.example.org/update/update.php"));
+        QCOMPARE(
+            opened[0].toString(QUrl::RemoveQuery), QStringLiteral("https://updates.example.org/update/update.php"));
         QCOMPARE(query.queryItemValue(QStringLiteral("appver")), QStringLiteral("1.0"));
         QVERIFY(!query.hasQueryItem(QStringLiteral("osver")));
         if (QSysInfo::currentCpuArchitecture() == QLatin1String("x86_64"))
@@ -611,12 +624,12 @@ private slots:
         };
         const QList<Case> cases {
             { { QUrl::fromLocalFile(qpath(folder / "slash")) }, {}, { "odd\\name.txt" } },
-            { { QUrl::fromLocalFile(qpath(folder / "a" / "report")), QUrl::fromLocalFile(qpath(folder / "b" / "report")) },
-              {},
-              { qpath(folder / "a" / "report" / "f.txt"), qpath(folder / "b" / "report" / "f.txt") } },
+            { { QUrl::fromLocalFile(qpath(folder / "a" / "report")),
+                  QUrl::fromLocalFile(qpath(folder / "b" / "report")) },
+                {}, { qpath(folder / "a" / "report" / "f.txt"), qpath(folder / "b" / "report" / "f.txt") } },
             // The user picks the name of an older package among the files for the new one.
             { { QUrl::fromLocalFile(qpath(folder / "own")) }, qpath(folder / "own" / "report.kvx"),
-              { "one of the files to encrypt" } },
+                { "one of the files to encrypt" } },
         };
         for (const Case& refused : cases) {
             answers::clear();

@@ -8,8 +8,8 @@
 #include <QTest>
 #include <QTimer>
 #include <filesystem>
-#include <sys/stat.h>
 #include <fstream>
+#include <sys/stat.h>
 
 #include "QtTestSupport.h"
 #include "TestSupport.h"
@@ -62,10 +62,10 @@ private slots:
 
         FileSet files;
         ProgressDialog dialog(&files, nullptr);
-        dialog.startTraverse({ url(root / "docs" / "a.txt"), url(root / "docs"), url(root / "docs"), url(root / "nothing"),
-                               url(root / "docs" / "fifo") });
+        dialog.startTraverse({ url(root / "docs" / "a.txt"), url(root / "docs"), url(root / "docs"),
+            url(root / "nothing"), url(root / "docs" / "fifo") });
         const FileSet expected { key(root / "docs" / "a.txt"), key(root / "docs" / ".hidden"),
-                                 key(root / "docs" / ".hidden-folder" / "b.txt"), key(root / "docs" / "file-link") };
+            key(root / "docs" / ".hidden-folder" / "b.txt"), key(root / "docs" / "file-link") };
         QVERIFY(files == expected);
         QVERIFY(!dialog.isVisible());
         // The folder was walked twice, the FIFO met three times.
@@ -118,7 +118,7 @@ private slots:
         const fs::path profile = freshFolder("args");
         useProfile(profile);
         answerFirstStartAs(QStringLiteral("Hanna Example"),
-                           [](ContactDetailsDlg& details) { details.setOrganization(QStringLiteral("Before")); });
+            [](ContactDetailsDlg& details) { details.setOrganization(QStringLiteral("Before")); });
         MainWindow window;
         QVERIFY(!window.isCancelRequested());
         Ui::MainWindow* ui = window.form();
@@ -133,8 +133,8 @@ private slots:
         // Several names are files and folders to add, even a package among them; missing ones drop out.
         const fs::path listed = profile / "listed.kvx";
         writeText(listed, "x");
-        window.parseArguments({ "halvoren", QString::fromStdString(listed.string()), QString::fromStdString(profile.string()),
-                                QString::fromStdString((profile / "nope").string()) });
+        window.parseArguments({ "halvoren", QString::fromStdString(listed.string()),
+            QString::fromStdString(profile.string()), QString::fromStdString((profile / "nope").string()) });
         QVERIFY(!window.arguments().hasFile);
         QCOMPARE(window.arguments().paths.size(), 2);
 
@@ -153,7 +153,7 @@ private slots:
         window.handleCommandLine({ "halvoren", QString::fromStdString(keyFile.string()) });
         QVERIFY(window.isCancelRequested());
         QCOMPARE(answers::shown().last().text,
-                 QStringLiteral("Contact already exists. Please select another contact key file."));
+            QStringLiteral("Contact already exists. Please select another contact key file."));
 
         // Edit Your Profile: the own contact's details, changed in the store and the tool tip.
         answers::answer([](QDialog& dialog) {

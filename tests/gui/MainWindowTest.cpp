@@ -4,21 +4,21 @@
 
 #include <QAccessible>
 #include <QApplication>
-#include <QLineEdit>
 #include <QCheckBox>
 #include <QContextMenuEvent>
 #include <QDialogButtonBox>
 #include <QDropEvent>
 #include <QEventLoop>
+#include <QLineEdit>
+#include <QMenu>
 #include <QMimeData>
 #include <QPushButton>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
 #include <QThread>
 #include <QTimer>
 #include <QToolButton>
-#include <QMenu>
-#include <QScreen>
 #include <filesystem>
 #include <fstream>
 
@@ -30,22 +30,22 @@
 #include "crypto/CertificateStore.h"
 #include "engine/AppConstants.h"
 #include "platform/Profile.h"
-#include "ui/Dialogs.h"
 #include "ui/AboutDialog.h"
+#include "ui/Dialogs.h"
 #include "ui/MainWindow.h"
-#include "ui/files/AddFilesDialog.h"
-#include "ui/files/FileListDlg.h"
-#include "ui/files/ProgressDialog.h"
-#include "ui/files/SearchingDialog.h"
 #include "ui/OptionsDialog.h"
 #include "ui/PackageThread.h"
 #include "ui/contacts/ActionMan.h"
 #include "ui/contacts/ContactDetailsDlg.h"
 #include "ui/contacts/KvxListWidget.h"
-#include "ui/desktop/Placement.h"
 #include "ui/desktop/Autostart.h"
+#include "ui/desktop/Placement.h"
 #include "ui/desktop/ShowInFolder.h"
 #include "ui/desktop/TaskbarProgress.h"
+#include "ui/files/AddFilesDialog.h"
+#include "ui/files/FileListDlg.h"
+#include "ui/files/ProgressDialog.h"
+#include "ui/files/SearchingDialog.h"
 #include "ui_MainWindow.h"
 #include "ui_OptionsDialog.h"
 
@@ -97,7 +97,8 @@ void answerFirstStart(FirstStart& seen, const QString& name)
         seen.placed = dialog.frameGeometry();
         seen.area = dialog.screen()->availableGeometry();
         dialog.hide();
-        if (QAccessibleInterface* field = QAccessible::queryAccessibleInterface(dialog.findChild<QLineEdit*>("ContactNameLE")))
+        if (QAccessibleInterface* field
+            = QAccessible::queryAccessibleInterface(dialog.findChild<QLineEdit*>("ContactNameLE")))
             seen.nameFieldName = field->text(QAccessible::Name);
         if (name.isEmpty())
             return int(ContactDetailsDlg::Cancelled);
@@ -113,8 +114,7 @@ QList<bool> actionRow(MainWindow& window)
 {
     Ui::MainWindow* ui = window.form();
     return { ui->act_MW_create_package->isEnabled(), ui->act_MW_open_package->isEnabled(),
-             ui->act_MW_add_files->isEnabled(), ui->act_MW_view_files->isEnabled(),
-             ui->act_MW_close_package->isEnabled() };
+        ui->act_MW_add_files->isEnabled(), ui->act_MW_view_files->isEnabled(), ui->act_MW_close_package->isEnabled() };
 }
 
 void dropUrls(MainWindow& window, const QList<QUrl>& urls)
@@ -204,8 +204,8 @@ private slots:
         QCOMPARE(answers::shown().size(), 1);
         QCOMPARE(answers::shown().first().icon, QMessageBox::Critical);
         QCOMPARE(answers::shown().first().text,
-                 QStringLiteral("An error occurred during application startup. Do you want to reset all changes that "
-                                "were made?"));
+            QStringLiteral("An error occurred during application startup. Do you want to reset all changes that "
+                           "were made?"));
         QVERIFY(fs::exists(contactsFile()));
 
         // Yes resets and leads to the first start in the same run.
@@ -274,7 +274,9 @@ private slots:
     {
         freshProfile("lost-settings");
         answerFirstStartAs(QStringLiteral("Ann Short"));
-        { MainWindow first; }
+        {
+            MainWindow first;
+        }
         auto ownItemOf = [](MainWindow& window) {
             return window.form()->contactListWidget->findItems(QStringLiteral("Ann Short"), Qt::MatchExactly).value(0);
         };
@@ -297,8 +299,8 @@ private slots:
             QCOMPARE(answers::shown().size(), 1);
             const QString notice = answers::shown().first().text;
             QVERIFY2(notice.contains(qpath(configFile())) && notice.contains(QStringLiteral("KvxCfg.xml.unreadable"))
-                         && notice.contains(QStringLiteral("\"Ann Short\" was recognised by its key")),
-                     qPrintable(notice));
+                    && notice.contains(QStringLiteral("\"Ann Short\" was recognised by its key")),
+                qPrintable(notice));
             QListWidgetItem* own = ownItemOf(window);
             QVERIFY(own && contactItemData(own).isOwn);
             window.form()->contactListWidget->clearSelection();
@@ -351,14 +353,16 @@ private slots:
         QContextMenuEvent click(QContextMenuEvent::Mouse, at, contacts->viewport()->mapToGlobal(at));
         QApplication::sendEvent(contacts->viewport(), &click);
         QVERIFY(own->isSelected());
-        QVERIFY2(offered.contains(QStringLiteral("Contact Details")) && offered.contains(QStringLiteral("Export Contact")),
-                 qPrintable(offered.join(u',')));
+        QVERIFY2(
+            offered.contains(QStringLiteral("Contact Details")) && offered.contains(QStringLiteral("Export Contact")),
+            qPrintable(offered.join(u',')));
 
         // A double-click moves a contact to the other list, and back.
         QTest::mouseDClick(contacts->viewport(), Qt::LeftButton, {}, at);
         QCOMPARE(contacts->count(), 0);
         QCOMPARE(recipients->count(), 1);
-        QTest::mouseDClick(recipients->viewport(), Qt::LeftButton, {}, recipients->visualItemRect(recipients->item(0)).center());
+        QTest::mouseDClick(
+            recipients->viewport(), Qt::LeftButton, {}, recipients->visualItemRect(recipients->item(0)).center());
         QCOMPARE(recipients->count(), 0);
         QCOMPARE(contacts->count(), 1);
         QCOMPARE(contacts->item(0)->text(), QStringLiteral("Ann Mouse"));
@@ -387,8 +391,9 @@ private slots:
             QWidget* focused = QApplication::focusWidget();
             order << (focused->objectName().isEmpty() ? focused->accessibleName() : focused->objectName());
         }
-        QCOMPARE(order, (QStringList { "dropBoxLabel", "quickContactSearchBox", "contactListWidget", "Add to recipients",
-                                       "recipientsListWidget" }));
+        QCOMPARE(order,
+            (QStringList { "dropBoxLabel", "quickContactSearchBox", "contactListWidget", "Add to recipients",
+                "recipientsListWidget" }));
 
         // Enter on the drop area opens the file list; Enter on the arrow moves the contact.
         QString opened;
@@ -412,9 +417,8 @@ private slots:
 
         // What a screen reader says for each control, and the menus' Alt letters.
         for (QWidget* control : QList<QWidget*> { ui->dropBoxLabel, ui->quickContactSearchBox, ui->contactListWidget,
-                                                  ui->recipientsListWidget, ui->contactManButtonBox->button(QDialogButtonBox::Ok),
-                                                  ui->contactManButtonBox->button(QDialogButtonBox::Cancel), ui->BtnEncDec,
-                                                  ui->progressBar }) {
+                 ui->recipientsListWidget, ui->contactManButtonBox->button(QDialogButtonBox::Ok),
+                 ui->contactManButtonBox->button(QDialogButtonBox::Cancel), ui->BtnEncDec, ui->progressBar }) {
             QAccessibleInterface* readable = QAccessible::queryAccessibleInterface(control);
             QVERIFY(readable);
             QVERIFY2(!readable->text(QAccessible::Name).isEmpty(), qPrintable(control->objectName()));
@@ -445,11 +449,12 @@ private slots:
         ProgressDialog progress(&files, &window);
         SearchingDialog searching(&window);
         const QSize points(1280 * 2 / 3 - 20, 800 * 2 / 3 - 50);
-        for (QWidget* form : QList<QWidget*> { &window, &details, &optionsDialog, &about, &fileList, &addFiles, &progress,
-                                               &searching }) {
+        for (QWidget* form : QList<QWidget*> {
+                 &window, &details, &optionsDialog, &about, &fileList, &addFiles, &progress, &searching }) {
             const QSize least = form->minimumSizeHint().expandedTo(form->minimumSize());
             QVERIFY2(least.width() <= points.width() && least.height() <= points.height(),
-                     qPrintable(form->objectName() + QStringLiteral(" needs at least %1x%2").arg(least.width()).arg(least.height())));
+                qPrintable(form->objectName()
+                    + QStringLiteral(" needs at least %1x%2").arg(least.width()).arg(least.height())));
         }
         // Where the screen is smaller than the form was drawn for, the dialog shrinks, never below
         // what its content needs, and opens whole on the screen.
@@ -488,7 +493,7 @@ private slots:
         const std::string text((std::istreambuf_iterator<char>(entry)), {});
         QVERIFY(text.find("[Desktop Entry]") == 0);
         QVERIFY(text.find("Exec=\"" + QCoreApplication::applicationFilePath().toStdString() + "\" --autostart")
-                != std::string::npos);
+            != std::string::npos);
 
         // Cancel changes nothing, in memory or on disk.
         answerOptions(false, false, false);
@@ -570,8 +575,9 @@ private slots:
         ui->act_MW_close_package->trigger();
         writeText(sources / "one.kvx", "1");
         writeText(sources / "two.kvx", "2");
-        dropUrls(window, { QUrl::fromLocalFile(QString::fromStdString((sources / "one.kvx").string())),
-                           QUrl::fromLocalFile(QString::fromStdString((sources / "two.kvx").string())) });
+        dropUrls(window,
+            { QUrl::fromLocalFile(QString::fromStdString((sources / "one.kvx").string())),
+                QUrl::fromLocalFile(QString::fromStdString((sources / "two.kvx").string())) });
         QCOMPARE(window.mode(), ModeEncrypt);
         QCOMPARE(window.files().size(), 2u);
         QCOMPARE(answers::unanswered(), 0);
@@ -616,8 +622,8 @@ private slots:
         QCOMPARE(balloons().size(), 1);
         QCOMPARE(balloons().first().title, QStringLiteral("Halvoren"));
         QCOMPARE(balloons().first().text,
-                 QStringLiteral("Halvoren is still running. To close it, use Halvoren \u2192 Quit. To keep the window "
-                                "on the taskbar, turn on Halvoren \u2192 Options \u2192 Do not hide when minimized."));
+            QStringLiteral("Halvoren is still running. To close it, use Halvoren \u2192 Quit. To keep the window "
+                           "on the taskbar, turn on Halvoren \u2192 Options \u2192 Do not hide when minimized."));
 
         // One click: the panel at the corner; the next hides it; Restore brings the window back
         // where it was, and the tray icon goes.
@@ -653,7 +659,7 @@ private slots:
                                     shownPaths << uris;
                                     return true;
                                 },
-                                 [](const QUrl&) { return true; } });
+            [](const QUrl&) { return true; } });
         QList<std::pair<double, bool>> taskbar;
         TaskbarProgress::setSender([&](double progress, bool visible) { taskbar.append({ progress, visible }); });
         const fs::path source = freshFolder("traysources") / "f.bin";
@@ -665,13 +671,15 @@ private slots:
             hide();
             answers::answerPath(qpath(package));
             window->form()->BtnEncDec->click();
-            QTRY_VERIFY_WITH_TIMEOUT(window->thread()->isFinished() && window->currentButtonState() == ButtonEncrypt, 60000);
+            QTRY_VERIFY_WITH_TIMEOUT(
+                window->thread()->isFinished() && window->currentButtonState() == ButtonEncrypt, 60000);
         };
         runHidden(freshFolder("trayout") / "t.kvx");
         QCOMPARE(balloons().size(), 2);
         QCOMPARE(balloons().last().title, QStringLiteral("Done!"));
-        QCOMPARE(balloons().last().text, QStringLiteral("The process of Encryption has been completed successfully.\n"
-                                                         "Click for more details."));
+        QCOMPARE(balloons().last().text,
+            QStringLiteral("The process of Encryption has been completed successfully.\n"
+                           "Click for more details."));
         emit window->tray()->messageClicked();
         QCOMPARE(shownPaths.size(), 1);
         QVERIFY(shownPaths.first().endsWith(QStringLiteral("t.kvx")));
@@ -685,8 +693,7 @@ private slots:
         runHidden(folderInTheWay);
         QCOMPARE(balloons().size(), 3);
         QCOMPARE(balloons().last().icon, QMessageBox::Critical);
-        QCOMPARE(balloons().last().text,
-                 QStringLiteral("The process of Encryption failed."));
+        QCOMPARE(balloons().last().text, QStringLiteral("The process of Encryption failed."));
         emit window->tray()->messageClicked();
         QCOMPARE(shownPaths.size(), 1);
 
@@ -765,10 +772,11 @@ private slots:
         QCOMPARE(answers::shown().size(), 1);
         const Dialogs::Shown said = answers::shown().first();
         QCOMPARE(said.icon, QMessageBox::Critical);
-        const QString file = QStringLiteral("The contacts file %1 can't be read or created.").arg(qpath(contactsFile()));
-        QVERIFY2(said.text.startsWith(file) && said.text.contains(QStringLiteral("Check that the folder %1/ exists")
-                                                                         .arg(qpath(profile))),
-                 qPrintable(said.text));
+        const QString file
+            = QStringLiteral("The contacts file %1 can't be read or created.").arg(qpath(contactsFile()));
+        QVERIFY2(said.text.startsWith(file)
+                && said.text.contains(QStringLiteral("Check that the folder %1/ exists").arg(qpath(profile))),
+            qPrintable(said.text));
         QCOMPARE(ui->lineEdit->text(), file);
         QCOMPARE(actionRow(window), (QList<bool> { false, false, false, false, false }));
         for (QAction* off : { ui->act_MW_edit_profile, ui->act_MW_email_key, ui->act_MW_new_contact })

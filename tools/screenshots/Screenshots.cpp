@@ -5,7 +5,6 @@
 //     halvoren_screenshots FOLDER        (make screenshots DIR=FOLDER)
 
 #include <QApplication>
-#include <QPalette>
 #include <QDialogButtonBox>
 #include <QDir>
 #include <QDropEvent>
@@ -15,6 +14,7 @@
 #include <QImage>
 #include <QMimeData>
 #include <QPainter>
+#include <QPalette>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -166,7 +166,9 @@ int main(int argc, char* argv[])
         details.setEMail(QStringLiteral("anna@example.org"));
         return int(ContactDetailsDlg::Ok);
     });
-    { MainWindow firstStart; }
+    {
+        MainWindow firstStart;
+    }
     {
         RecipientsStore store;
         std::vector<ContactRecord> contacts;
@@ -176,7 +178,8 @@ int main(int argc, char* argv[])
     }
 
     const QString sources = sandbox.filePath(QStringLiteral("documents"));
-    makeUpFiles(sources, { QStringLiteral("report.odt"), QStringLiteral("letters/a.txt"), QStringLiteral("letters/b.txt") });
+    makeUpFiles(
+        sources, { QStringLiteral("report.odt"), QStringLiteral("letters/a.txt"), QStringLiteral("letters/b.txt") });
 
     MainWindow window;
     window.show();
@@ -304,7 +307,8 @@ int main(int argc, char* argv[])
         };
         FileSet files = makeUpFiles(sources,
             { QStringLiteral("report.odt"), QStringLiteral("letters/a.txt"), QStringLiteral("letters/b.txt"),
-                QStringLiteral("letters/old/2019.txt"), QStringLiteral("photos/beach.jpg"), QStringLiteral("setup.exe") });
+                QStringLiteral("letters/old/2019.txt"), QStringLiteral("photos/beach.jpg"),
+                QStringLiteral("setup.exe") });
         {
             FileListDlg dialog(&files, &window);
             dialog.show();
@@ -349,8 +353,9 @@ int main(int argc, char* argv[])
         {
             // The chooser in a folder with dot-files, which show unless the user hides them.
             const QString project = sources + QStringLiteral("/project");
-            makeUpFiles(project, { QStringLiteral(".env"), QStringLiteral(".git/config"), QStringLiteral("main.c"),
-                                   QStringLiteral("notes.txt") });
+            makeUpFiles(project,
+                { QStringLiteral(".env"), QStringLiteral(".git/config"), QStringLiteral("main.c"),
+                    QStringLiteral("notes.txt") });
             QStringList chosen;
             AddFilesDialog dialog(&chosen, &window);
             dialog.resize(520, 420);
@@ -408,8 +413,8 @@ int main(int argc, char* argv[])
             const QIcon icon(QStringLiteral(":/ico/MainWindow/Res/") + plain[column]);
             for (int row = 0; row < 6; ++row) {
                 const int size = sizes[row % 3];
-                painter.drawPixmap(column * cell + (cell - size) / 2, row * cell + (cell - size) / 2,
-                                   icon.pixmap(size, size));
+                painter.drawPixmap(
+                    column * cell + (cell - size) / 2, row * cell + (cell - size) / 2, icon.pixmap(size, size));
             }
         }
         painter.end();

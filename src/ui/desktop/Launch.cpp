@@ -34,19 +34,19 @@ bool launchWatched(const QString& program, const QStringList& arguments, std::fu
             failed(why);
         return false;
     }
-    QObject::connect(process, &QProcess::finished, process,
-                     [process, program, failed](int code, QProcess::ExitStatus status) {
-                         process->deleteLater();
-                         if (status == QProcess::NormalExit && code == 0)
-                             return;
-                         QString why = lastLine(process->readAllStandardError());
-                         if (why.isEmpty())
-                             why = QCoreApplication::translate("Launch", "%1 ended with an error (%2)")
-                                       .arg(QFileInfo(program).fileName())
-                                       .arg(status == QProcess::NormalExit ? code : -1);
-                         if (failed)
-                             failed(why);
-                     });
+    QObject::connect(
+        process, &QProcess::finished, process, [process, program, failed](int code, QProcess::ExitStatus status) {
+            process->deleteLater();
+            if (status == QProcess::NormalExit && code == 0)
+                return;
+            QString why = lastLine(process->readAllStandardError());
+            if (why.isEmpty())
+                why = QCoreApplication::translate("Launch", "%1 ended with an error (%2)")
+                          .arg(QFileInfo(program).fileName())
+                          .arg(status == QProcess::NormalExit ? code : -1);
+            if (failed)
+                failed(why);
+        });
     return true;
 }
 

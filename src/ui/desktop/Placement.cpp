@@ -56,7 +56,8 @@ void fitToScreen(QWidget& dialog)
     titleFont.setPointSizeF(titleFont.pointSizeF() * 1.15);
     const int titleWidth = QFontMetrics(titleFont).horizontalAdvance(dialog.windowTitle()) + 5 * 24;
     wanted.setWidth(std::max(wanted.width(), titleWidth));
-    const QSize size = wanted.boundedTo(room.size()).expandedTo(dialog.minimumSizeHint()).boundedTo(dialog.maximumSize());
+    const QSize size
+        = wanted.boundedTo(room.size()).expandedTo(dialog.minimumSizeHint()).boundedTo(dialog.maximumSize());
     // Centred on the window it belongs to where that is shown, else on the screen, and moved in
     // whole where that would put a part of it, its title bar above all, off the screen.
     const QWidget* parent = dialog.parentWidget() ? dialog.parentWidget()->window() : nullptr;
@@ -76,7 +77,7 @@ void centreOnScreen(QWidget& window)
     const Frame frame = desktopFrame();
     const QRect area = screen->availableGeometry().adjusted(frame.side, frame.top, -frame.side, -frame.side);
     const QSize size = window.size().boundedTo(area.size()).expandedTo(window.minimumSize());
-    const QRect placed(area.left() + (area.width() - size.width()) / 2, area.top() + (area.height() - size.height()) / 2,
-                       size.width(), size.height());
+    const QRect placed(area.left() + (area.width() - size.width()) / 2,
+        area.top() + (area.height() - size.height()) / 2, size.width(), size.height());
     window.setGeometry(placed);
 }

@@ -65,9 +65,8 @@ bool sendTo(const QString& socket, const QStringList& arguments)
 SingleInstance::SingleInstance(const QString& profile, QObject* parent)
     : QObject(parent)
 {
-    const QByteArray key = QCryptographicHash::hash(QDir(profile).absolutePath().toUtf8(), QCryptographicHash::Sha256)
-                               .toHex()
-                               .left(16);
+    const QByteArray key
+        = QCryptographicHash::hash(QDir(profile).absolutePath().toUtf8(), QCryptographicHash::Sha256).toHex().left(16);
     socket = QDir(runtimeFolder()).filePath(QStringLiteral("halvoren-") + QString::fromLatin1(key));
 }
 

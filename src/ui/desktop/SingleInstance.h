@@ -4,9 +4,9 @@
 // window comes to the front and acts on them as on a drop. Two windows on one profile would each
 // keep their own idea of the contacts and the options, and the last one to close would win.
 
+#include <QList>
 #include <QLockFile>
 #include <QObject>
-#include <QList>
 #include <QStringList>
 #include <functional>
 #include <memory>

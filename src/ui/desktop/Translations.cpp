@@ -36,7 +36,8 @@ QString translationsFolder(const QString& programDir)
     const QString installed = dir.filePath(QStringLiteral(HALVOREN_TRANSLATIONS_FROM_BIN));
     if (QFileInfo(installed).isDir())
         return QDir::cleanPath(installed);
-    if (isInsideFolder(programDir, QStringLiteral(HALVOREN_BINARY_DIR)) && QFileInfo(QStringLiteral(HALVOREN_QM_DIR)).isDir())
+    if (isInsideFolder(programDir, QStringLiteral(HALVOREN_BINARY_DIR))
+        && QFileInfo(QStringLiteral(HALVOREN_QM_DIR)).isDir())
         return QStringLiteral(HALVOREN_QM_DIR);
     return {};
 }
