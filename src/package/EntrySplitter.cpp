@@ -1,11 +1,6 @@
 #include "package/EntrySplitter.h"
 
 #include <algorithm>
-#include <condition_variable>
-#include <deque>
-#include <mutex>
-#include <system_error>
-#include <thread>
 
 #include "package/ContainerFormat.h"
 #include "platform/LastError.h"
@@ -18,106 +13,13 @@ constexpr std::uint64_t MaxNameBytes = 1 << 20;
 // which reads the same as a hole and keeps the writes together.
 constexpr std::size_t InnerBuffer = 64 << 10;
 constexpr std::int64_t SmallHole = 4096;
-// Packages of fewer entries make their files as they go; a thread would cost more than it saves.
-constexpr std::uint32_t ManyEntries = 64;
-// How many files are made ahead of the entries that take them.
-constexpr std::size_t FilesAhead = 64;
-
-std::unique_ptr<platform::PrivateTemp> newEntryFile(platform::FileHandle folder, const std::u16string& folderPath)
-{
-    auto file = std::make_unique<platform::PrivateTemp>();
-    // Only an unnamed file will do: a named one would show in the folder before the check. It is
-    // made with the mode of a new file, which is what it keeps where its name is free.
-    if (!file->create(folder, folderPath, platform::HiddenTempPrefix, platform::NewUserFileMode) || file->isNamed())
-        return nullptr;
-    return file;
-}
 }  // namespace
-
-// Makes the unnamed files for the entries ahead of them, on a thread of its own, at most `most`
-// of them and never more than FilesAhead waiting. The files have no name, so making them early
-// changes nothing of what the folder shows; those never taken vanish with the maker.
-class FileMaker {
-public:
-    FileMaker(platform::FileHandle folder, const std::u16string& folderPath, std::size_t most)
-        : folder_(platform::duplicateHandle(folder)), folderPath_(folderPath), left_(most)
-    {
-        if (folder_ == platform::InvalidHandle)
-            throw std::system_error(std::make_error_code(std::errc::too_many_files_open));
-        try {
-            thread_ = std::thread(&FileMaker::run, this);
-        } catch (...) {
-            platform::closeFile(folder_);
-            throw;
-        }
-    }
-    ~FileMaker()
-    {
-        {
-            const std::lock_guard<std::mutex> lock(mutex_);
-            stop_ = true;
-        }
-        changed_.notify_all();
-        thread_.join();
-        ready_.clear();
-        platform::closeFile(folder_);
-    }
-    FileMaker(const FileMaker&) = delete;
-    FileMaker& operator=(const FileMaker&) = delete;
-
-    // The next file; null once no more can or may be made.
-    std::unique_ptr<platform::PrivateTemp> take()
-    {
-        std::unique_lock<std::mutex> lock(mutex_);
-        changed_.wait(lock, [this] { return !ready_.empty() || done_; });
-        if (ready_.empty())
-            return nullptr;
-        auto file = std::move(ready_.front());
-        ready_.pop_front();
-        lock.unlock();
-        changed_.notify_all();
-        return file;
-    }
-
-private:
-    void run()
-    {
-        std::unique_lock<std::mutex> lock(mutex_);
-        while (left_ > 0) {
-            changed_.wait(lock, [this] { return ready_.size() < FilesAhead || stop_; });
-            if (stop_)
-                break;
-            lock.unlock();
-            auto file = newEntryFile(folder_, folderPath_);
-            lock.lock();
-            if (!file)
-                break;
-            ready_.push_back(std::move(file));
-            --left_;
-            changed_.notify_all();
-        }
-        done_ = true;
-        changed_.notify_all();
-    }
-
-    platform::FileHandle folder_;
-    std::u16string folderPath_;
-    std::size_t left_;
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::deque<std::unique_ptr<platform::PrivateTemp>> ready_;
-    bool stop_ = false;
-    bool done_ = false;
-    std::thread thread_;
-};
 
 EntrySplitter::EntrySplitter(platform::FileHandle inner, platform::FileHandle folder, const std::u16string& folderPath,
                              std::size_t mostFiles)
     : inner_(inner), folder_(folder), folderPath_(folderPath), mostFiles_(folder == platform::InvalidHandle ? 0 : mostFiles)
 {
 }
-
-EntrySplitter::~EntrySplitter() = default;
 
 bool EntrySplitter::toInner(const std::uint8_t* data, std::size_t size)
 {
@@ -179,10 +81,11 @@ void EntrySplitter::startData()
     }
     if (entries_.size() >= mostFiles_)
         return;
-    auto file = maker_ ? maker_->take() : newEntryFile(folder_, folderPath_);
-    if (!file) {
+    auto file = std::make_unique<platform::PrivateTemp>();
+    // Only an unnamed file will do: a named one would show in the folder before the check. It is
+    // made with the mode of a new file, which is what it keeps where its name is free.
+    if (!file->create(folder_, folderPath_, platform::HiddenTempPrefix, platform::NewUserFileMode) || file->isNamed()) {
         mostFiles_ = 0;
-        maker_.reset();
         return;
     }
     current_ = file.get();
@@ -212,14 +115,6 @@ bool EntrySplitter::write(const std::uint8_t* data, std::size_t size)
                 const ContainerHeader header = ContainerHeader::fromBytes(pending_.data());
                 entriesLeft_ = header.entryCount;
                 part_ = header.magic == ContainerMagic && entriesLeft_ > 0 ? Part::EntryHeader : Part::Rest;
-                if (part_ == Part::EntryHeader && entriesLeft_ >= ManyEntries && mostFiles_ >= ManyEntries) {
-                    // Without a thread the files are made here, as for a small package.
-                    try {
-                        maker_ = std::make_unique<FileMaker>(folder_, folderPath_,
-                                                             std::min<std::size_t>(mostFiles_, entriesLeft_));
-                    } catch (const std::exception&) {
-                    }
-                }
             } else {
                 const EntryHeader header = EntryHeader::fromBytes(pending_.data());
                 nameLeft_ = header.nameBytes;
@@ -279,8 +174,6 @@ bool EntrySplitter::write(const std::uint8_t* data, std::size_t size)
 
 bool EntrySplitter::finish()
 {
-    // Files made for entries that never came go now, not with the splitter.
-    maker_.reset();
     std::int64_t length = 0;
     if (!flushInner() || !platform::fileSize(inner_, length))
         return false;

@@ -3,9 +3,7 @@
 // unnamed file of its own in the extraction folder; everything else goes into the inner
 // package's temporary, which keeps a hole where such an entry's data would be. Once both digests
 // have matched, each entry's file is linked to its name and its data is never copied. The files
-// have no name before then, so nothing unverified ever shows in the user's folder. For a package
-// of many entries the unnamed files are made ahead on a thread of their own: making one costs
-// more than writing a small entry into it, and the thread that decrypts has both to do.
+// have no name before then, so nothing unverified ever shows in the user's folder.
 
 #include <cstdint>
 #include <map>
@@ -16,8 +14,6 @@
 #include "platform/NativeFile.h"
 #include "platform/TempFile.h"
 
-class FileMaker;
-
 class EntrySplitter {
 public:
     // `inner`: the inner package's temporary, written from its current position. `folder`: the
@@ -25,7 +21,6 @@ public:
     // entries get files of their own; the data of the others goes to `inner` as before.
     EntrySplitter(platform::FileHandle inner, platform::FileHandle folder, const std::u16string& folderPath,
                   std::size_t mostFiles);
-    ~EntrySplitter();
     EntrySplitter(const EntrySplitter&) = delete;
     EntrySplitter& operator=(const EntrySplitter&) = delete;
 
@@ -78,5 +73,4 @@ private:
     bool folderFailed_ = false;
     bool discard_ = false;
     Entries entries_;
-    std::unique_ptr<FileMaker> maker_;
 };

@@ -588,34 +588,6 @@ TEST_F(PackageEngineTest, DecryptingAheadChangesNoReportAndTrustsNothingBeforeTh
     EXPECT_TRUE(fs::is_empty(folder / "badinner"));
     EXPECT_TRUE(leftoverTempFiles().empty());
 
-    // Many small entries have their files made ahead on a thread of their own: each entry still
-    // lands whole at its own name, and a failed inner check or a stop while decrypting, with that
-    // thread still at work, names nothing and leaves no temporary.
-    std::vector<std::tuple<std::uint32_t, std::u16string, Bytes>> many;
-    for (int i = 0; i < 300; ++i)
-        many.emplace_back(EntryTypeData, u"m\\" + platform::fromUtf8(std::to_string(i)),
-                          i % 40 == 0 ? Bytes {} : randomBytes(1000 + i, 100 + i));
-    const Bytes manyInner = craftedPackage(many);
-    Bytes manyBadInner = manyInner;
-    manyBadInner[4] ^= 1;
-    writeBytes(folder / "many.kvx", encryptedFor(*bob, manyInner));
-    writeBytes(folder / "manybad.kvx", encryptedFor(*bob, manyBadInner));
-    session = Recorder {};
-    ASSERT_TRUE(extract(*bob, folder / "many.kvx", folder / "many").ok());
-    std::map<std::string, Bytes> expectedMany;
-    for (const auto& [type, name, bytes] : many)
-        expectedMany["m/" + platform::toUtf8(name.substr(2))] = bytes;
-    EXPECT_TRUE(treeContents(folder / "many") == expectedMany);
-    fs::create_directories(folder / "manybad");
-    EXPECT_EQ(extract(*bob, folder / "manybad.kvx", folder / "manybad").code(), win::ERROR_BAD_FORMAT);
-    EXPECT_TRUE(fs::is_empty(folder / "manybad"));
-    session = Recorder {};
-    session.stopWhen = [](const Report& r) { return r.operation == OpDecrypt && r.processed > 60000; };
-    fs::create_directories(folder / "manystopped");
-    EXPECT_EQ(extract(*bob, folder / "many.kvx", folder / "manystopped").code(), win::ERROR_CANNOT_MAKE);
-    EXPECT_TRUE(fs::is_empty(folder / "manystopped"));
-    EXPECT_TRUE(leftoverTempFiles().empty());
-
     // Stops while both cores work answer as they did on one: in the check, in the data entry's
     // copy reports, and in the decryption.
     const std::vector<std::pair<std::function<bool(const Report&)>, std::uint32_t>> stops {
