@@ -590,8 +590,12 @@ void MainWindow::acceptHandedArguments(const QStringList& arguments)
     // A login start while the window already runs changes nothing.
     if (arguments.size() == 2 && arguments.at(1).toLower() == qs(AutostartSwitch))
         return;
+    // Once, as the start arrives: raising the window again on every wait would take the focus
+    // from whatever the user turned to meanwhile.
+    bringToFront();
     handedArguments << arguments;
-    actOnHandedArguments();
+    if (!handOverScheduled)
+        actOnHandedArguments();
 }
 
 void MainWindow::actOnHandedArguments()
@@ -599,19 +603,14 @@ void MainWindow::actOnHandedArguments()
     handOverScheduled = false;
     if (handedArguments.isEmpty())
         return;
-    bringToFront();
+    handOverScheduled = true;
     // Not in the middle of a run or of a question: the arguments wait their turn.
     if (!threadFinished || QApplication::activeModalWidget()) {
-        handOverScheduled = true;
         QTimer::singleShot(300, this, &MainWindow::actOnHandedArguments);
         return;
     }
-    const QStringList arguments = handedArguments.takeFirst();
-    handleCommandLine(arguments, false);
-    if (!handedArguments.isEmpty() && !handOverScheduled) {
-        handOverScheduled = true;
-        QTimer::singleShot(0, this, &MainWindow::actOnHandedArguments);
-    }
+    handleCommandLine(handedArguments.takeFirst(), false);
+    QTimer::singleShot(0, this, &MainWindow::actOnHandedArguments);
 }
 
 void MainWindow::bringToFront()
