@@ -22,6 +22,7 @@
 namespace {
 
 constexpr std::size_t ChunksPerBuffer = 1057;  // 1057 × 992 bytes: just under 1 MiB
+constexpr std::size_t WritebackStep = 32u << 20;
 
 struct CipherContextFree {
     void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
@@ -82,9 +83,23 @@ bool runStream(Direction direction, platform::FileHandle in, std::int64_t source
     platform::ReadAhead reader(in, blockLength, static_cast<std::uint64_t>(sourceSize));
     // Room for what the cipher holds back or adds: at most one block beyond the input, each way.
     const std::size_t outputBlock = blockLength + 2 * blockSize;
+    // What encryption writes is a package, which is kept: its bytes go to the disk as they come
+    // instead of all at once when it takes its name. Renaming over an older package makes the
+    // file system write out the whole new one first, which for a large package would otherwise
+    // stall the run's end for as long as the disk needs.
+    std::size_t sinceWriteback = 0;
     const platform::WriteBehind::Sink sink = output.sink
         ? output.sink
-        : [out](const std::uint8_t* data, std::size_t size) { return platform::writeFile(out, data, size); };
+        : [out, encrypting, &sinceWriteback](const std::uint8_t* data, std::size_t size) {
+              if (!platform::writeFile(out, data, size))
+                  return false;
+              sinceWriteback += size;
+              if (encrypting && sinceWriteback >= WritebackStep) {
+                  platform::startWriteback(out);
+                  sinceWriteback = 0;
+              }
+              return true;
+          };
     platform::WriteBehind writer(sink, outputBlock, static_cast<std::uint64_t>(sourceSize));
     writer.observe(output.observer);
     std::int64_t written = 0;

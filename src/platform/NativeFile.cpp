@@ -191,6 +191,11 @@ bool syncFile(FileHandle handle)
     return true;
 }
 
+void startWriteback(FileHandle handle)
+{
+    ::sync_file_range(handle, 0, 0, SYNC_FILE_RANGE_WRITE);
+}
+
 bool isDirectory(const std::u16string& path)
 {
     struct stat info {};

@@ -58,6 +58,9 @@ std::size_t raiseOpenFileLimit();
 FileHandle reopenForReading(FileHandle handle);
 // Flushes a file or a folder to the disk.
 bool syncFile(FileHandle handle);
+// Asks the kernel to start writing what is cached of the file to the disk, without waiting for
+// it. Only a hint: nothing is reported if it can't.
+void startWriteback(FileHandle handle);
 // True if the path names a folder (links followed).
 bool isDirectory(const std::u16string& path);
 // What is at `path` (links followed): whether it is a folder, and which file it is. False if
