@@ -3,50 +3,24 @@
 // that go wrong: Cancel during a run, a damaged package, a package for someone else, and a
 // source that vanished after the drop. Two profiles; every dialog answered through the seam.
 
-#include <QApplication>
 #include <QDeadlineTimer>
-#include <QDialogButtonBox>
-#include <QDragEnterEvent>
-#include <QDropEvent>
-#include <QFile>
-#include <QLineEdit>
-#include <QMimeData>
 #include <QProcess>
-#include <QPushButton>
 #include <QSignalSpy>
 #include <QSysInfo>
-#include <QTest>
 #include <QUrlQuery>
-#include <filesystem>
 #include <sys/stat.h>
 
-#include "QtTestSupport.h"
-#include "Sandbox.h"
-#include "TestSupport.h"
 #include "WindowSupport.h"
 #include "contacts/ConfigStore.h"
-#include "crypto/CertificateStore.h"
-#include "engine/AppConstants.h"
-#include "platform/Profile.h"
-#include "ui/Dialogs.h"
-#include "ui/MainWindow.h"
 #include "ui/PackageThread.h"
-#include "ui/contacts/ActionMan.h"
-#include "ui/contacts/ContactDetailsDlg.h"
 #include "ui/desktop/ShowInFolder.h"
 #include "ui/desktop/SingleInstance.h"
 #include "ui/desktop/WebSite.h"
-#include "ui_MainWindow.h"
 
 using namespace testing_support;
 namespace fs = std::filesystem;
-namespace answers = Dialogs::testing;
 
 namespace {
-
-QUrl url(const fs::path& path) { return QUrl::fromLocalFile(qpath(path)); }
-
-void drop(MainWindow& window, const QList<QUrl>& urls) { dropFromOutside(window, *window.form()->dropBoxLabel, urls); }
 
 void chooseRecipient(MainWindow& window, const QString& name)
 {
@@ -72,7 +46,7 @@ std::unique_ptr<MainWindow> openWindow(const fs::path& profile)
 // Drops `urls` and makes `recipient` the one recipient.
 void collect(MainWindow& window, const QList<QUrl>& urls, const QString& recipient = QStringLiteral("Anna Example"))
 {
-    drop(window, urls);
+    QVERIFY(dropOnWindow(window, urls));
     chooseRecipient(window, recipient);
 }
 
@@ -92,7 +66,7 @@ void runAndWait(MainWindow& window)
 // Drops the package, presses Decrypt, picks `into` and accepts the report.
 void decrypt(MainWindow& window, const fs::path& package, const fs::path& into)
 {
-    drop(window, { url(package) });
+    QVERIFY(dropOnWindow(window, { fileUrl(package) }));
     answers::answerPath(qpath(into));
     answers::answer(QMessageBox::Ok);
     runAndWait(window);
@@ -230,7 +204,7 @@ private slots:
         window->form()->act_MW_new_contact->trigger();
         QCOMPARE(window->form()->contactListWidget->count(), 2);
 
-        drop(*window, { url(sources / "tree"), url(sources / "single.bin") });
+        QVERIFY(dropOnWindow(*window, { fileUrl(sources / "tree"), fileUrl(sources / "single.bin") }));
         QCOMPARE(window->files().size(), 4u);
         chooseRecipient(*window, QStringLiteral("Bert Example"));
         const fs::path package = freshFolder("made") / "for-bert";
@@ -315,7 +289,7 @@ private slots:
         Ui::MainWindow* ui = window->form();
         const fs::path big = freshFolder("big") / "big.bin";
         writeBytes(big, randomBytes(48 << 20, 4));
-        collect(*window, { url(big) });
+        collect(*window, { fileUrl(big) });
         const fs::path package = freshFolder("cancelled") / "never.kvx";
         answers::answerPath(qpath(package));
         ui->BtnEncDec->click();
@@ -359,7 +333,7 @@ private slots:
         fs::create_directories(folder / "in");
         fs::copy_file(sources / "single.bin", folder / "in" / "single.bin");
         QCOMPARE(::mkfifo((folder / "in" / "fifo").c_str(), 0600), 0);
-        collect(*window, { url(folder / "in") });
+        collect(*window, { fileUrl(folder / "in") });
         QCOMPARE(window->files().size(), 1u);
         writeText(folder / "pkg.kvx", "an earlier package");
         answers::answerPath(qpath(folder / "pkg"));
@@ -385,7 +359,7 @@ private slots:
     void aFailedRunSaysWhyAndNamesAreNeverMarkup()
     {
         auto window = openWindow(anna);
-        collect(*window, { url(sources / "single.bin") });
+        collect(*window, { fileUrl(sources / "single.bin") });
         // A folder that doesn't exist, named to look like a headline.
         const QString trap = QStringLiteral("<h1><font color=red>PACKAGE VERIFIED</font></h1>");
         answers::answerPath(qpath(freshFolder("markup")) + u'/' + trap + QStringLiteral("/p.kvx"));
@@ -438,7 +412,7 @@ private slots:
         const fs::path folder = freshFolder("vanishing");
         for (const char* name : { "keep.txt", "gone1.txt", "gone2.txt" })
             writeText(folder / name, name);
-        collect(*window, { url(folder) });
+        collect(*window, { fileUrl(folder) });
         QCOMPARE(window->files().size(), 3u);
         fs::remove(folder / "gone1.txt");
         fs::remove(folder / "gone2.txt");
@@ -460,7 +434,7 @@ private slots:
         // Cancel at the question stops the run: no package, no report.
         answers::clear();
         writeText(folder / "gone1.txt", "back");
-        drop(*window, { url(folder) });
+        QVERIFY(dropOnWindow(*window, { fileUrl(folder) }));
         fs::remove(folder / "gone1.txt");
         chooseRecipient(*window, QStringLiteral("Anna Example"));
         const fs::path second = freshFolder("vanished2") / "none.kvx";
@@ -486,7 +460,7 @@ private slots:
         auto recorded = [&] { return QString::fromStdString(readText(record)).split(u'\n', Qt::SkipEmptyParts); };
 
         auto window = openWindow(anna);
-        collect(*window, { url(sources / "single.bin") }, QStringLiteral("Bert Example"));
+        collect(*window, { fileUrl(sources / "single.bin") }, QStringLiteral("Bert Example"));
         const fs::path package = freshFolder("mailed") / "to-bert.kvx";
         answers::answerPath(qpath(package));
         QCOMPARE(window->form()->BtnEncDec->actions().size(), 1);
@@ -600,11 +574,11 @@ private slots:
             QStringList named;
         };
         const QList<Case> cases {
-            { { url(folder / "slash") }, {}, { "odd\\name.txt" } },
-            { { url(folder / "a" / "report"), url(folder / "b" / "report") }, {},
+            { { fileUrl(folder / "slash") }, {}, { "odd\\name.txt" } },
+            { { fileUrl(folder / "a" / "report"), fileUrl(folder / "b" / "report") }, {},
                 { qpath(folder / "a" / "report" / "f.txt"), qpath(folder / "b" / "report" / "f.txt") } },
             // The user picks the name of an older package among the files for the new one.
-            { { url(folder / "own") }, qpath(folder / "own" / "report.kvx"), { "one of the files to encrypt" } },
+            { { fileUrl(folder / "own") }, qpath(folder / "own" / "report.kvx"), { "one of the files to encrypt" } },
         };
         for (const Case& refused : cases) {
             auto window = openWindow(anna);
@@ -637,7 +611,7 @@ private slots:
         useProfile(anna);
         QVERIFY(setOptions(true));
         auto window = openWindow(anna);
-        collect(*window, { url(sources / "single.bin") }, QStringLiteral("Bert Example"));
+        collect(*window, { fileUrl(sources / "single.bin") }, QStringLiteral("Bert Example"));
         const fs::path package = freshFolder("for-both") / "both.kvx";
         answers::answerPath(qpath(package));
         runAndWait(*window);
@@ -674,13 +648,14 @@ private slots:
         QTRY_COMPARE(window->files().size(), 4u);
         QVERIFY(window->files().count(qpath(sources / "tree" / "deeper" / "b.bin").toStdU16String()));
 
-        // One package opens for decryption, replacing the collection, and the title names it.
-        const fs::path package = freshFolder("handed") / "report.kvx";
+        // One package (suffix in any case) opens for decryption, replacing the collection, and
+        // the title names it.
+        const fs::path package = freshFolder("handed") / "report.KVX";
         writeText(package, "a package");
         QVERIFY(endsAtOnce(*startProgram(home, runtime, { qpath(package) })));
         QTRY_COMPARE(window->mode(), ModeDecrypt);
         QCOMPARE(window->currentPackagePath(), qpath(package));
-        QVERIFY(window->windowTitle().startsWith(QStringLiteral("report.kvx")));
+        QVERIFY(window->windowTitle().startsWith(QStringLiteral("report.KVX")));
         window->form()->act_MW_close_package->trigger();
 
         // Two real programs on a profile of their own: the second ends at once, the first

@@ -3,41 +3,19 @@
 // case runs in its own profile; every dialog is answered through the seam.
 
 #include <QAccessible>
-#include <QApplication>
-#include <QCheckBox>
 #include <QContextMenuEvent>
-#include <QDialogButtonBox>
-#include <QDropEvent>
-#include <QEventLoop>
-#include <QLineEdit>
 #include <QMenu>
-#include <QMimeData>
-#include <QPushButton>
 #include <QScreen>
-#include <QSignalSpy>
-#include <QTest>
 #include <QThread>
 #include <QTimer>
-#include <QToolButton>
-#include <filesystem>
 #include <fstream>
 
-#include "QtTestSupport.h"
-#include "Sandbox.h"
-#include "TestSupport.h"
 #include "WindowSupport.h"
 #include "contacts/ConfigStore.h"
-#include "crypto/CertificateStore.h"
-#include "engine/AppConstants.h"
-#include "platform/Profile.h"
 #include "ui/AboutDialog.h"
-#include "ui/Dialogs.h"
-#include "ui/MainWindow.h"
 #include "ui/OptionsDialog.h"
 #include "ui/PackageThread.h"
 #include "ui/contacts/ActionMan.h"
-#include "ui/contacts/ContactDetailsDlg.h"
-#include "ui/contacts/KvxListWidget.h"
 #include "ui/desktop/Autostart.h"
 #include "ui/desktop/Placement.h"
 #include "ui/desktop/ShowInFolder.h"
@@ -46,12 +24,10 @@
 #include "ui/files/FileListDlg.h"
 #include "ui/files/ProgressDialog.h"
 #include "ui/files/SearchingDialog.h"
-#include "ui_MainWindow.h"
 #include "ui_OptionsDialog.h"
 
 using namespace testing_support;
 namespace fs = std::filesystem;
-namespace answers = Dialogs::testing;
 
 namespace {
 fs::path profile;
@@ -65,7 +41,6 @@ void freshProfile(const char* hint)
 
 fs::path contactsFile() { return profile / "RecipientsList.xml"; }
 fs::path configFile() { return profile / "KvxCfg.xml"; }
-QUrl url(const fs::path& path) { return QUrl::fromLocalFile(qpath(path)); }
 
 size_t certificateCount()
 {
@@ -134,13 +109,6 @@ QList<bool> actionRow(MainWindow& window)
     Ui::MainWindow* ui = window.form();
     return { ui->act_MW_create_package->isEnabled(), ui->act_MW_open_package->isEnabled(),
         ui->act_MW_add_files->isEnabled(), ui->act_MW_view_files->isEnabled(), ui->act_MW_close_package->isEnabled() };
-}
-
-void dropUrls(MainWindow& window, const QList<QUrl>& urls)
-{
-    // The window takes a drag only over dropBoxLabel, so it must be laid out.
-    window.show();
-    QVERIFY(dropFromOutside(window, *window.form()->dropBoxLabel, urls));
 }
 
 void moveAllToRecipients(MainWindow& window)
@@ -337,7 +305,7 @@ private slots:
 
         const fs::path source = freshFolder("keysources") / "a.txt";
         writeText(source, "a");
-        dropUrls(*window, { url(source) });
+        QVERIFY(dropOnWindow(*window, { fileUrl(source) }));
         contacts->item(0)->setSelected(true);
         // Tab goes round in reading order; a disabled control is passed over. The drop from
         // outside took the activation away, as a real drag would.
@@ -462,7 +430,7 @@ private slots:
         writeText(sources / "sub" / "b.txt", "b");
 
         // Collecting: files, then a recipient, wake the button.
-        dropUrls(*window, { url(sources) });
+        QVERIFY(dropOnWindow(*window, { fileUrl(sources) }));
         QCOMPARE(window->files().size(), 2u);
         QCOMPARE(ui->dropBoxLabel->text(), QStringLiteral("<b>Double-Click</b> Here to View Files"));
         QVERIFY(!ui->BtnEncDec->isEnabled());
@@ -492,7 +460,7 @@ private slots:
 
         // Opened: a single package dropped (suffix in any case) switches to decrypt mode.
         moveAllToRecipients(*window);
-        dropUrls(*window, { url(sources / "x.KVX") });
+        QVERIFY(dropOnWindow(*window, { fileUrl(sources / "x.KVX") }));
         QCOMPARE(window->mode(), ModeDecrypt);
         QCOMPARE(window->windowTitle(), QStringLiteral("x.KVX \u2014 Halvoren"));
         QCOMPARE(ui->BtnEncDec->text(), QStringLiteral("Decrypt"));
@@ -508,7 +476,7 @@ private slots:
         ui->act_MW_close_package->trigger();
         writeText(sources / "one.kvx", "1");
         writeText(sources / "two.kvx", "2");
-        dropUrls(*window, { url(sources / "one.kvx"), url(sources / "two.kvx") });
+        QVERIFY(dropOnWindow(*window, { fileUrl(sources / "one.kvx"), fileUrl(sources / "two.kvx") }));
         QCOMPARE(window->mode(), ModeEncrypt);
         QCOMPARE(window->files().size(), 2u);
         QCOMPARE(answers::unanswered(), 0);
@@ -592,7 +560,7 @@ private slots:
         writeBytes(source, randomBytes(200000));
         auto runHidden = [&](const fs::path& package) {
             restore();
-            dropUrls(*window, { url(source) });
+            QVERIFY(dropOnWindow(*window, { fileUrl(source) }));
             moveAllToRecipients(*window);
             hide();
             answers::answerPath(qpath(package));
@@ -667,7 +635,7 @@ private slots:
             turnsWhileWalking += worker && worker->isRunning();
         });
         ticker.start(0);
-        dropUrls(*window, { url(tree) });
+        QVERIFY(dropOnWindow(*window, { fileUrl(tree) }));
         ticker.stop();
         QVERIFY(turnsWhileWalking > 0);
         QCOMPARE(window->files().size(), 5000u);
@@ -703,7 +671,7 @@ private slots:
         QVERIFY(ui->act_MW_options->isEnabled() && ui->act_MW_about->isEnabled() && ui->act_MW_close->isEnabled());
         const fs::path dropped = freshFolder("refused") / "a.txt";
         writeText(dropped, "a");
-        QVERIFY(!dropFromOutside(*window, *ui->dropBoxLabel, { url(dropped) }));
+        QVERIFY(!dropOnWindow(*window, { fileUrl(dropped) }));
         QVERIFY(window->files().empty());
         QCOMPARE(readText(profile), std::string("not a folder"));
         QCOMPARE(answers::unanswered(), 0);
