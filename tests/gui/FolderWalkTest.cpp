@@ -3,35 +3,19 @@
 // left out and counted, and a cancel adds nothing. Also the
 // program's arguments and the own profile, which reach the same collection and lists.
 
-#include <QApplication>
-#include <QPushButton>
-#include <QTest>
 #include <QTimer>
-#include <filesystem>
 #include <fstream>
 #include <sys/stat.h>
 
-#include "QtTestSupport.h"
-#include "TestSupport.h"
 #include "WindowSupport.h"
 #include "contacts/RecipientsStore.h"
-#include "crypto/CertificateStore.h"
-#include "engine/AppConstants.h"
-#include "platform/Profile.h"
-#include "ui/Dialogs.h"
-#include "ui/MainWindow.h"
-#include "ui/contacts/ActionMan.h"
-#include "ui/contacts/ContactDetailsDlg.h"
 #include "ui/files/ProgressDialog.h"
-#include "ui_MainWindow.h"
 #include "ui_ProgressDialog.h"
 
 using namespace testing_support;
 namespace fs = std::filesystem;
-namespace answers = Dialogs::testing;
 
 namespace {
-QUrl url(const fs::path& path) { return QUrl::fromLocalFile(QString::fromStdString(path.string())); }
 std::u16string key(const fs::path& path) { return u16(path); }
 } // namespace
 
@@ -62,8 +46,8 @@ private slots:
 
         FileSet files;
         ProgressDialog dialog(&files, nullptr);
-        dialog.startTraverse({ url(root / "docs" / "a.txt"), url(root / "docs"), url(root / "docs"),
-            url(root / "nothing"), url(root / "docs" / "fifo") });
+        dialog.startTraverse({ fileUrl(root / "docs" / "a.txt"), fileUrl(root / "docs"), fileUrl(root / "docs"),
+            fileUrl(root / "nothing"), fileUrl(root / "docs" / "fifo") });
         const FileSet expected { key(root / "docs" / "a.txt"), key(root / "docs" / ".hidden"),
             key(root / "docs" / ".hidden-folder" / "b.txt"), key(root / "docs" / "file-link") };
         QVERIFY(files == expected);
@@ -73,7 +57,7 @@ private slots:
         QCOMPARE(dialog.leftOut().notFiles, 3u);
 
         // A path named directly goes in as given, even one that is gone by now.
-        dialog.startTraverse({ url(root / "vanished.txt") });
+        dialog.startTraverse({ fileUrl(root / "vanished.txt") });
         QCOMPARE(files.size(), 5u);
         QVERIFY(files.count(key(root / "vanished.txt")));
     }
@@ -104,7 +88,7 @@ private slots:
                 stillOpenAfterCancel = dialog.isVisible();
             });
             poll.start(0);
-            dialog.startTraverse({ url(root) });
+            dialog.startTraverse({ fileUrl(root) });
             QVERIFY(dialog.isCancelled());
             QVERIFY(!dialog.form()->CancelBtn->isEnabled());
             QVERIFY(stillOpenAfterCancel);
@@ -121,48 +105,34 @@ private slots:
             [](ContactDetailsDlg& details) { details.setOrganization(QStringLiteral("Before")); });
         MainWindow window;
         QVERIFY(!window.isCancelRequested());
-        Ui::MainWindow* ui = window.form();
-
-        // The switch counts alone and in any case; a name that is no file doesn't count.
-        window.parseArguments({ "halvoren", "--AUTOSTART" });
-        QVERIFY(window.arguments().autostart);
-        window.parseArguments({ "halvoren", "--autostart", "x" });
-        QVERIFY(!window.arguments().autostart && !window.arguments().hasFile);
-        window.parseArguments({ "halvoren", QString::fromStdString((profile / "nope.kvx").string()) });
-        QVERIFY(!window.arguments().hasFile && window.arguments().paths.isEmpty());
-        // Several names are files and folders to add, even a package among them; missing ones drop out.
+        auto parsed = [&window](const QStringList& arguments) {
+            window.parseArguments(QStringList { "halvoren" } + arguments);
+            const auto& got = window.arguments();
+            return std::make_tuple(got.autostart, got.hasFile, got.paths.size());
+        };
+        // The switch counts alone and in any case; a name that is no file doesn't count. Several
+        // names are files and folders to add, even a package among them; missing ones drop out.
         const fs::path listed = profile / "listed.kvx";
         writeText(listed, "x");
-        window.parseArguments({ "halvoren", QString::fromStdString(listed.string()),
-            QString::fromStdString(profile.string()), QString::fromStdString((profile / "nope").string()) });
-        QVERIFY(!window.arguments().hasFile);
-        QCOMPARE(window.arguments().paths.size(), 2);
-
-        // A package named on the command line, suffix in upper case, opens for decryption.
-        const fs::path package = profile / "given.KVX";
-        writeText(package, "not looked at before Decrypt");
-        window.handleCommandLine({ "halvoren", QString::fromStdString(package.string()) });
-        QCOMPARE(window.mode(), ModeDecrypt);
-        QCOMPARE(window.currentPackagePath(), QString::fromStdString(package.string()));
-        ui->act_MW_close_package->trigger();
+        QCOMPARE(parsed({ "--AUTOSTART" }), std::make_tuple(true, false, 0));
+        QCOMPARE(parsed({ "--autostart", "x" }), std::make_tuple(false, false, 0));
+        QCOMPARE(parsed({ qpath(profile / "nope.kvx") }), std::make_tuple(false, false, 0));
+        QCOMPARE(parsed({ qpath(listed), qpath(profile), qpath(profile / "nope") }), std::make_tuple(false, false, 2));
 
         // A key file is imported into the contacts list, and the program is then to end.
         const fs::path keyFile = profile / "own.kvxk";
         QVERIFY(saveCertificateFile(ownCertificate(), u16(keyFile)));
-        answers::answer(QMessageBox::Ok); // "Contact already exists. ..."
-        window.handleCommandLine({ "halvoren", QString::fromStdString(keyFile.string()) });
+        answers::answer(QMessageBox::Ok);
+        window.handleCommandLine({ "halvoren", qpath(keyFile) });
         QVERIFY(window.isCancelRequested());
         QCOMPARE(answers::shown().last().text,
             QStringLiteral("Contact already exists. Please select another contact key file."));
 
         // Edit Your Profile: the own contact's details, changed in the store and the tool tip.
-        answers::answer([](QDialog& dialog) {
-            auto& details = static_cast<ContactDetailsDlg&>(dialog);
-            details.setOrganization(QStringLiteral("After"));
-            return int(ContactDetailsDlg::Ok);
-        });
-        ui->act_MW_edit_profile->trigger();
-        QVERIFY(ui->contactListWidget->item(0)->toolTip().contains(QStringLiteral("After")));
+        answerFirstStartAs(QStringLiteral("Hanna Example"),
+            [](ContactDetailsDlg& details) { details.setOrganization(QStringLiteral("After")); });
+        window.form()->act_MW_edit_profile->trigger();
+        QVERIFY(window.form()->contactListWidget->item(0)->toolTip().contains(QStringLiteral("After")));
         RecipientsStore store;
         std::vector<ContactRecord> contacts;
         QVERIFY(store.load(contacts, recipientsPath()).ok());

@@ -3,8 +3,8 @@
 
 #include <QCoreApplication>
 #include <QEventLoop>
-#include <QTimer>
 #include <QTest>
+#include <QTimer>
 #include <filesystem>
 #include <functional>
 
@@ -41,9 +41,9 @@ public:
 public slots:
     void on_StatusUpdate(unsigned operation, qint64 total, qint64 processed, KvxUtils::UserParameter* parameter)
     {
-        Seen seen {operation, total, processed,
-                   parameter->fileName ? QString::fromUtf16(parameter->fileName) : QString(),
-                   QThread::currentThread() == QCoreApplication::instance()->thread()};
+        Seen seen { operation, total, processed,
+            parameter->fileName ? QString::fromUtf16(parameter->fileName) : QString(),
+            QThread::currentThread() == QCoreApplication::instance()->thread() };
         updates.push_back(seen);
         if (onUpdate)
             onUpdate(seen);
@@ -55,7 +55,7 @@ public slots:
     }
 };
 
-}  // namespace
+} // namespace
 
 class PackageThreadTest : public QObject {
     Q_OBJECT
@@ -64,7 +64,7 @@ private:
     fs::path folder;
     std::unique_ptr<ContactRecord> me;
     std::unique_ptr<PackageEngine> engine;
-    std::atomic_bool cancel {false};
+    std::atomic_bool cancel { false };
     std::unique_ptr<PackageThread> thread;
     Receiver receiver;
 
@@ -90,8 +90,8 @@ private:
                 files.insert(u16(entry.path()));
         engine->setFiles(files);
         engine->setPackagePath(u16(package));
-        engine->setRecipients(encrypted ? std::vector<const ContactRecord*> {me.get()}
-                                        : std::vector<const ContactRecord*> {});
+        engine->setRecipients(
+            encrypted ? std::vector<const ContactRecord*> { me.get() } : std::vector<const ContactRecord*> {});
     }
 
 private slots:
@@ -111,9 +111,9 @@ private slots:
         thread = std::make_unique<PackageThread>(&cancel, nullptr, nullptr);
         thread->setEngine(engine.get());
         connect(thread.get(), &PackageThread::statusUpdate, &receiver, &Receiver::on_StatusUpdate,
-                Qt::BlockingQueuedConnection);
+            Qt::BlockingQueuedConnection);
         connect(thread.get(), &PackageThread::engineError, &receiver, &Receiver::on_EngineError,
-                Qt::BlockingQueuedConnection);
+            Qt::BlockingQueuedConnection);
 
         fs::create_directories(folder / "source" / "sub");
         writeBytes(folder / "source" / "big.bin", randomBytes(3 * 1024 * 1024 + 5, 1));
@@ -149,62 +149,42 @@ private slots:
         // The same run with a long interval: each phase shows its first and its last report, in
         // order and with the same values and names, and nothing in between.
         auto phases = [](const std::vector<Seen>& reports) {
-            std::vector<std::pair<Seen, Seen>> list;
+            // The cipher text is written from a temporary whose name differs from run to run.
+            auto key = [](const Seen& seen) {
+                return std::make_tuple(seen.operation, seen.total, seen.processed,
+                    seen.fileName.startsWith(QStringLiteral("KVX")) ? QStringLiteral("KVX") : seen.fileName);
+            };
+            std::vector<std::pair<decltype(key(reports[0])), decltype(key(reports[0]))>> list;
             for (const Seen& seen : reports) {
-                if (list.empty() || list.back().first.operation != seen.operation)
-                    list.push_back({ seen, seen });
+                if (list.empty() || std::get<0>(list.back().first) != seen.operation)
+                    list.push_back({ key(seen), key(seen) });
                 else
-                    list.back().second = seen;
+                    list.back().second = key(seen);
             }
             return list;
-        };
-        // The cipher text is written from a temporary whose name differs from run to run.
-        auto same = [](const Seen& a, const Seen& b) {
-            const bool temporaries = a.fileName.startsWith("KVX") && b.fileName.startsWith("KVX");
-            return a.operation == b.operation && a.total == b.total && a.processed == b.processed
-                && (a.fileName == b.fileName || temporaries);
         };
         init();
         thread->setReportInterval(std::chrono::hours(1));
         runAndWait(PackageOperationCreate);
-        QVERIFY(thread->result().ok());
-        const auto expected = phases(all);
-        const auto got = phases(receiver.updates);
-        QVERIFY(expected.size() >= 5); // files, hash, encryption, outer entries, outer hash
-        QCOMPARE(got.size(), expected.size());
-        QVERIFY(receiver.updates.size() <= 2 * expected.size());
-        for (std::size_t i = 0; i < expected.size(); ++i) {
-            QVERIFY(same(got[i].first, expected[i].first));
-            QVERIFY(same(got[i].second, expected[i].second));
-        }
         thread->setReportInterval(std::chrono::milliseconds(16));
-
-        // A second run on the same object works and replaces the result.
-        init();
-        engine->setPackagePath(u16(folder / "p.kvx"));
-        engine->setExtractFolder(u16(folder / "out"));
-        fs::create_directories(folder / "out");
-        runAndWait(PackageOperationExtract);
         QVERIFY(thread->result().ok());
-        QVERIFY(fs::exists(folder / "out" / fs::relative(folder / "source" / "big.bin", "/")));
+        QVERIFY(phases(all).size() >= 5); // files, hash, encryption, outer entries, outer hash
+        QVERIFY(phases(receiver.updates) == phases(all));
+        QVERIFY(receiver.updates.size() <= 2 * phases(all).size());
     }
 
+    // The receiver of an error decides whether the run goes on; the cancel flag stops a run at
+    // the next callback, even the first.
     void errorReceiverDecidesAndCancelStopsAtTheNextCallback()
     {
-        // A source that vanished: the receiver skips it, then stops at it.
+        // A source that vanished: the receiver stops the run at it.
         prepareCreate(folder / "e.kvx", false);
         FileSet files = engine->files();
         files.insert(u16(folder / "source" / "gone.txt"));
         engine->setFiles(files);
-        runAndWait(PackageOperationCreate);
-        QVERIFY(thread->result().ok());
-        QCOMPARE(receiver.errors.size(), std::size_t(1));
-        QCOMPARE(receiver.errors[0], win::ERROR_FILE_NOT_FOUND);
-
-        init();
         receiver.errorAnswer = false;
-        fs::remove(folder / "e.kvx");
         runAndWait(PackageOperationCreate);
+        QCOMPARE(receiver.errors, std::vector<std::uint32_t> { win::ERROR_FILE_NOT_FOUND });
         QCOMPARE(thread->result().severity(), SeverityStopped);
         QVERIFY(!fs::exists(folder / "e.kvx"));
 
@@ -214,19 +194,15 @@ private slots:
         runAndWait(PackageOperationCreate);
         QVERIFY(thread->result().ok());
         init();
-        receiver.onUpdate = [this](const Seen& seen) {
-            if (seen.operation == OpHash)
-                cancel = true;
-        };
-        engine->setPackagePath(u16(folder / "c.kvx"));
-        engine->setExtractFolder(u16(folder / "out2"));
-        fs::create_directories(folder / "out2");
+        receiver.onUpdate = [this](const Seen& seen) { cancel = cancel || seen.operation == OpHash; };
+        engine->setExtractFolder(u16(folder / "out"));
+        fs::create_directories(folder / "out");
         runAndWait(PackageOperationExtract);
         QCOMPARE(thread->result().code(), win::NTE_BAD_HASH);
         QCOMPARE(std::count_if(receiver.updates.begin(), receiver.updates.end(),
-                               [](const Seen& s) { return s.operation == OpHash; }),
-                 std::ptrdiff_t(1));
-        QVERIFY(fs::is_empty(folder / "out2"));
+                     [](const Seen& s) { return s.operation == OpHash; }),
+            std::ptrdiff_t(1));
+        QVERIFY(fs::is_empty(folder / "out"));
 
         // Set before the start, the flag stops the run at its very first callback.
         init();

@@ -2,29 +2,15 @@
 // with the same placeholders and an accelerator where the source has one, and a window started in
 // German shows German captions, German standard buttons and German messages from the core.
 
-#include <QDialogButtonBox>
-#include <QFile>
-#include <QMenu>
 #include <QProcess>
-#include <QPushButton>
 #include <QRegularExpression>
 #include <QTemporaryDir>
-#include <QTest>
-#include <QToolButton>
 #include <QXmlStreamReader>
 
-#include "QtTestSupport.h"
-#include "TestSupport.h"
 #include "WindowSupport.h"
-#include "crypto/CertificateStore.h"
 #include "platform/ErrorText.h"
-#include "platform/Profile.h"
 #include "platform/StatusCodes.h"
-#include "ui/Dialogs.h"
-#include "ui/MainWindow.h"
-#include "ui/contacts/ContactDetailsDlg.h"
 #include "ui/desktop/Translations.h"
-#include "ui_MainWindow.h"
 
 using namespace testing_support;
 
@@ -134,7 +120,7 @@ private slots:
         useProfile(freshFolder("german"));
         QString firstStartTitle;
         answerFirstStartAs(QStringLiteral("Anna Beispiel"),
-                           [&firstStartTitle](ContactDetailsDlg& details) { firstStartTitle = details.windowTitle(); });
+            [&firstStartTitle](ContactDetailsDlg& details) { firstStartTitle = details.windowTitle(); });
         MainWindow window;
         QCOMPARE(firstStartTitle, QStringLiteral("Eigene Kontaktdaten eingeben"));
         Ui::MainWindow* ui = window.form();

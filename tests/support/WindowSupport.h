@@ -1,18 +1,27 @@
 #pragma once
-// What the tests of the main window share: a profile of their own, and the first start answered
-// as a user goes through it.
+// What the tests of the main window share: a profile of their own, the first start answered as a
+// user goes through it, and drops onto the window.
 
+#include <QDialogButtonBox>
+#include <QPushButton>
 #include <QString>
+#include <QTest>
 #include <filesystem>
 #include <functional>
 
+#include "QtTestSupport.h"
 #include "TestSupport.h"
 #include "crypto/CertificateStore.h"
+#include "engine/AppConstants.h"
 #include "platform/Profile.h"
 #include "ui/Dialogs.h"
+#include "ui/MainWindow.h"
 #include "ui/contacts/ContactDetailsDlg.h"
+#include "ui_MainWindow.h"
 
 namespace testing_support {
+
+namespace answers = Dialogs::testing;
 
 // Points the program at `folder` as its profile, with nothing left open from the one before.
 inline void useProfile(const std::filesystem::path& folder)
@@ -31,6 +40,16 @@ inline void answerFirstStartAs(const QString& name, std::function<void(ContactDe
             more(details);
         return int(ContactDetailsDlg::Ok);
     });
+}
+
+inline QUrl fileUrl(const std::filesystem::path& path) { return QUrl::fromLocalFile(qpath(path)); }
+
+// Drops the URLs on the window's drop area, which alone takes a drag, and so must be laid out.
+// False if the window turned them down.
+inline bool dropOnWindow(MainWindow& window, const QList<QUrl>& urls)
+{
+    window.show();
+    return dropFromOutside(window, *window.form()->dropBoxLabel, urls);
 }
 
 } // namespace testing_support
