@@ -134,7 +134,6 @@ protected:
         writeBytes(source / "sub" / "b.bin", randomBytes(4096 * 3 + 17, 11));
         writeText(source / "sub" / "deeper" / "empty", "");
         writeBytes(source / "sub" / "deeper" / "c.bin", randomBytes(70000, 12));
-        session = Recorder {};
         active = &session;
     }
     void TearDown() override
@@ -162,8 +161,12 @@ protected:
         return engine;
     }
 
-    EngineStatus create(const FileSet& files, const fs::path& package, std::vector<const ContactRecord*> recipients)
+    // Each run starts a fresh record of reports, and stops where `stopWhen` says.
+    using StopWhen = std::function<bool(const Report&)>;
+    EngineStatus create(const FileSet& files, const fs::path& package, std::vector<const ContactRecord*> recipients,
+        StopWhen stopWhen = nullptr)
     {
+        session = Recorder { {}, {}, std::move(stopWhen) };
         engine = engineFor(*ann);
         engine->setFiles(files);
         engine->setPackagePath(u16(package));
@@ -171,8 +174,10 @@ protected:
         return engine->create();
     }
 
-    EngineStatus extract(const ContactRecord& me, const fs::path& package, const fs::path& into)
+    EngineStatus extract(
+        const ContactRecord& me, const fs::path& package, const fs::path& into, StopWhen stopWhen = nullptr)
     {
+        session = Recorder { {}, {}, std::move(stopWhen) };
         fs::create_directories(into);
         engine = engineFor(me);
         engine->setPackagePath(u16(package));
@@ -241,14 +246,12 @@ TEST_F(PackageEngineTest, EachRecipientOpensTheEncryptedPackageAndAnOutsiderIsTo
     EXPECT_EQ(getU32(bytes.data() + 28), 2u);
 
     for (const ContactRecord* reader : { bob, cid }) {
-        session = Recorder {};
         const fs::path out = folder / ("out-" + u8(reader->name));
         ASSERT_TRUE(extract(*reader, folder / "secret.kvx", out).ok()) << u8(reader->name);
         EXPECT_EQ(treeContents(out / fs::relative(source, "/")), treeContents(source));
         EXPECT_GT(session.count(OpDecrypt), 0);
     }
 
-    session = Recorder {};
     const fs::path out = folder / "out-dan";
     const EngineStatus refused = extract(*dan, folder / "secret.kvx", out);
     EXPECT_EQ(refused.code(), win::ERROR_CANNOT_MAKE);
@@ -259,7 +262,6 @@ TEST_F(PackageEngineTest, EachRecipientOpensTheEncryptedPackageAndAnOutsiderIsTo
     Bytes tampered = bytes;
     tampered[tampered.size() / 2] ^= 1;
     writeBytes(folder / "tampered.kvx", tampered);
-    session = Recorder {};
     EXPECT_EQ(extract(*bob, folder / "tampered.kvx", folder / "out-t").code(), win::ERROR_BAD_FORMAT);
     EXPECT_EQ(session.count(OpError), 1);
 }
@@ -277,14 +279,11 @@ TEST_F(PackageEngineTest, UnreadableSourcesAreSkippedOrStopTheRunAsTheCallbackSa
     ASSERT_TRUE(extract(*bob, folder / "skip.kvx", folder / "out").ok());
     EXPECT_EQ(treeContents(folder / "out" / fs::relative(source, "/")), treeContents(source));
 
-    session = Recorder {};
-    session.stopWhen = [](const Report& r) { return r.operation == OpError; };
-    const EngineStatus stopped = create(files, folder / "stop.kvx", { bob });
-    EXPECT_EQ(stopped.severity(), SeverityStopped);
+    const auto atError = [](const Report& r) { return r.operation == OpError; };
+    EXPECT_EQ(create(files, folder / "stop.kvx", { bob }, atError).severity(), SeverityStopped);
     EXPECT_FALSE(fs::exists(folder / "stop.kvx"));
 
     // Every source skipped: nothing to package, and no package.
-    session = Recorder {};
     EXPECT_TRUE(create({ u16(source / "gone1"), u16(source / "gone2") }, folder / "none.kvx", { bob }).ok());
     EXPECT_EQ(session.count(OpError), 2);
     EXPECT_FALSE(fs::exists(folder / "none.kvx"));
@@ -321,10 +320,8 @@ TEST_F(PackageEngineTest, AStopOrFailureInAnyPhaseLeavesTheEarlierPackageAndNoTe
             true, 0, SeverityStopped },
     };
     for (const Case& c : cases) {
-        session = Recorder {};
-        session.stopWhen = c.stopWhen;
         const EngineStatus status = create(sourceFiles(), package,
-            c.encrypted ? std::vector<const ContactRecord*> { bob } : std::vector<const ContactRecord*> {});
+            c.encrypted ? std::vector<const ContactRecord*> { bob } : std::vector<const ContactRecord*> {}, c.stopWhen);
         EXPECT_EQ(status.code(), c.code) << c.what;
         EXPECT_EQ(status.severity(), c.severity) << c.what;
         EXPECT_EQ(
@@ -339,7 +336,6 @@ TEST_F(PackageEngineTest, AStopOrFailureInAnyPhaseLeavesTheEarlierPackageAndNoTe
     EXPECT_EQ(create(sourceFiles(), folder / "missing" / "p.kvx", { bob }).code(), win::ERROR_FILE_NOT_FOUND);
     fs::create_directories(folder / "taken.kvx");
     for (const auto& recipients : { std::vector<const ContactRecord*> {}, std::vector<const ContactRecord*> { bob } }) {
-        session = Recorder {};
         EXPECT_EQ(create(sourceFiles(), folder / "taken.kvx", recipients).code(), win::ERROR_ACCESS_DENIED);
         EXPECT_TRUE(session.reports.empty()) << session.reports.size() << " reports before the failure";
         EXPECT_EQ(engine->failure().path, u16(folder / "taken.kvx"));
@@ -347,7 +343,6 @@ TEST_F(PackageEngineTest, AStopOrFailureInAnyPhaseLeavesTheEarlierPackageAndNoTe
     EXPECT_TRUE(fs::is_empty(folder / "taken.kvx"));
 
     // A run that succeeds replaces the earlier package.
-    session = Recorder {};
     ASSERT_TRUE(create(sourceFiles(), package, { bob }).ok());
     EXPECT_GT(readBytes(package).size(), 15u);
 }
@@ -356,16 +351,11 @@ TEST_F(PackageEngineTest, ExtractionStopsAndFailuresReportClearly)
 {
     ASSERT_TRUE(create(sourceFiles(), folder / "p.kvx", { bob }).ok());
 
-    session = Recorder {};
-    session.stopWhen = [](const Report& r) { return r.operation == OpDecrypt; };
-    EXPECT_EQ(extract(*bob, folder / "p.kvx", folder / "o1").code(), win::ERROR_CANNOT_MAKE);
-
+    const auto at = [](std::uint32_t operation) { return [=](const Report& r) { return r.operation == operation; }; };
+    EXPECT_EQ(extract(*bob, folder / "p.kvx", folder / "o1", at(OpDecrypt)).code(), win::ERROR_CANNOT_MAKE);
     // Stopped while the cipher text is still being copied out of the outer package.
-    session = Recorder {};
-    session.stopWhen = [](const Report& r) { return r.operation == OpExtractFile; };
-    EXPECT_EQ(extract(*bob, folder / "p.kvx", folder / "o2").code(), win::ERROR_CANCELLED);
+    EXPECT_EQ(extract(*bob, folder / "p.kvx", folder / "o2", at(OpExtractFile)).code(), win::ERROR_CANCELLED);
 
-    session = Recorder {};
     EXPECT_EQ(extract(*bob, folder / "absent.kvx", folder / "o4").code(), win::ERROR_FILE_INVALID);
     EXPECT_EQ(engineFor(*bob)->extract().code(), win::ERROR_INVALID_PARAMETER);
 
@@ -402,7 +392,6 @@ TEST_F(PackageEngineTest, NothingIsEverWrittenOutsideTheChosenFolder)
     for (const Case& c : cases) {
         writeBytes(folder / "h.kvx",
             craftedPackage({ { EntryTypeData, u"first", { '1' } }, { EntryTypeData, c.name, { 'x' } } }));
-        session = Recorder {};
         const EngineStatus status = extract(*bob, folder / "h.kvx", out);
         EXPECT_EQ(status.code(), c.code) << u8(c.name).substr(0, 40);
         if (!c.landsAt.empty()) {
@@ -427,7 +416,6 @@ TEST_F(PackageEngineTest, NothingIsEverWrittenOutsideTheChosenFolder)
     // A hostile inner package behind a valid envelope gets the same treatment.
     writeBytes(
         folder / "wrapped.kvx", encryptedFor(*bob, craftedPackage({ { EntryTypeData, u"..\\..\\escape", { 'x' } } })));
-    session = Recorder {};
     EXPECT_EQ(extract(*bob, folder / "wrapped.kvx", out).code(), win::ERROR_INVALID_NAME);
     EXPECT_FALSE(fs::exists(folder / "escape"));
     EXPECT_FALSE(fs::exists(folder.parent_path() / "escape"));
@@ -455,7 +443,6 @@ TEST_F(PackageEngineTest, ARefusedNameWritesNothingAndTheMessageNamesTheEntryAnd
                 { EntryTypeData, u"x", { 'x' } }, { EntryTypeData, name, { '!' } } });
             writeBytes(folder / "h.kvx", encrypted ? encryptedFor(*bob, inner) : inner);
             fs::remove_all(out);
-            session = Recorder {};
             const EngineStatus status = extract(*bob, folder / "h.kvx", out);
             EXPECT_EQ(status.code(), code) << u8(says);
             EXPECT_TRUE(fs::is_empty(out)) << u8(says);
@@ -474,7 +461,6 @@ TEST_F(PackageEngineTest, LargeFilesGiveTheSameResultsAndTrustNothingBeforeTheCh
     const Bytes package = readBytes(folder / "p.kvx");
 
     // Every phase in order, each report exactly where a run on one thread would make it.
-    session = Recorder {};
     ASSERT_TRUE(extract(*bob, folder / "p.kvx", folder / "out").ok());
     EXPECT_EQ(treeContents(folder / "out" / fs::relative(source, "/")), treeContents(source));
     std::vector<std::uint32_t> phases;
@@ -502,9 +488,8 @@ TEST_F(PackageEngineTest, LargeFilesGiveTheSameResultsAndTrustNothingBeforeTheCh
     EXPECT_EQ(CryptoSession::cipherLength(decrypted.back()), copied);
 
     for (const std::uint32_t phase : { OpWriteFile, OpHash, OpEncrypt }) {
-        session = Recorder {};
-        session.stopWhen = [phase](const Report& r) { return r.operation == phase && r.processed > (10 << 20); };
-        EXPECT_FALSE(create(sourceFiles(), folder / "stopped.kvx", { bob }).ok()) << phase;
+        const auto past10MiB = [phase](const Report& r) { return r.operation == phase && r.processed > (10 << 20); };
+        EXPECT_FALSE(create(sourceFiles(), folder / "stopped.kvx", { bob }, past10MiB).ok()) << phase;
         EXPECT_FALSE(fs::exists(folder / "stopped.kvx")) << phase;
         EXPECT_TRUE(leftoverTempFiles().empty()) << phase;
     }
@@ -514,13 +499,12 @@ TEST_F(PackageEngineTest, LargeFilesGiveTheSameResultsAndTrustNothingBeforeTheCh
     Bytes wrongDigest = package;
     wrongDigest[4] ^= 1;
     writeBytes(folder / "wrong.kvx", wrongDigest);
-    session = Recorder {};
-    session.stopWhen = [](const Report& r) {
+    const auto holdUp = [](const Report& r) {
         if (r.operation == OpHash && r.processed == 1024)
             std::this_thread::sleep_for(std::chrono::milliseconds(400));
         return false;
     };
-    EXPECT_EQ(extract(*bob, folder / "wrong.kvx", folder / "refused").code(), win::ERROR_BAD_FORMAT);
+    EXPECT_EQ(extract(*bob, folder / "wrong.kvx", folder / "refused", holdUp).code(), win::ERROR_BAD_FORMAT);
     EXPECT_EQ(session.count(OpError), 1);
     EXPECT_EQ(session.count(OpDecrypt), 0);
     EXPECT_EQ(session.count(OpExtractFile), 0);
@@ -532,7 +516,6 @@ TEST_F(PackageEngineTest, LargeFilesGiveTheSameResultsAndTrustNothingBeforeTheCh
     Bytes badInner = craftedPackage({ { EntryTypeData, u"x", randomBytes(90000, 7) } });
     badInner[4] ^= 1;
     writeBytes(folder / "badinner.kvx", encryptedFor(*bob, badInner));
-    session = Recorder {};
     EXPECT_EQ(extract(*bob, folder / "badinner.kvx", folder / "badinner").code(), win::ERROR_BAD_FORMAT);
     EXPECT_TRUE(fs::is_empty(folder / "badinner"));
     EXPECT_TRUE(leftoverTempFiles().empty());
@@ -552,10 +535,8 @@ TEST_F(PackageEngineTest, LargeFilesGiveTheSameResultsAndTrustNothingBeforeTheCh
         { past4MiB(OpExtractFile, true), win::ERROR_CANCELLED, true },
     };
     for (const auto& [stopWhen, code, inLargeFile] : stops) {
-        session = Recorder {};
-        session.stopWhen = stopWhen;
         const fs::path stopped = folder / ("stopped" + std::to_string(inLargeFile));
-        EXPECT_EQ(extract(*bob, folder / "p.kvx", stopped).code(), code);
+        EXPECT_EQ(extract(*bob, folder / "p.kvx", stopped, stopWhen).code(), code);
         EXPECT_TRUE(inLargeFile || fs::is_empty(stopped)) << code;
         EXPECT_FALSE(fs::exists(stopped / fs::relative(source / "large.bin", "/")));
         EXPECT_TRUE(leftoverTempFiles().empty()) << code;
@@ -568,7 +549,6 @@ TEST_F(PackageEngineTest, LargeFilesGiveTheSameResultsAndTrustNothingBeforeTheCh
         EXPECT_LT(last->processed, last->total) << code;
     }
 
-    session = Recorder {};
     platform::faults::failAfter(platform::faults::Kind::Write, 30, win::ERROR_DISK_FULL, true);
     // Depending on where the disk fills, the package or its encryption (82, as a whole) fails.
     const EngineStatus full = create(sourceFiles(), folder / "full.kvx", { bob });
@@ -603,11 +583,10 @@ TEST_F(PackageEngineTest, ExtractionReplacesAFileOnlyWithTheWholeEntry)
 
     // A stop in the middle of the large entry: same reports, same status, earlier file intact.
     earlierFiles();
-    session = Recorder {};
-    session.stopWhen = [](const Report& r) {
+    const auto inBigEntry = [](const Report& r) {
         return r.operation == OpExtractFile && r.fileName.find(u"c.bin") != std::u16string::npos && r.processed > 8192;
     };
-    EXPECT_EQ(extract(*bob, folder / "p.kvx", out).code(), win::ERROR_CANCELLED);
+    EXPECT_EQ(extract(*bob, folder / "p.kvx", out, inBigEntry).code(), win::ERROR_CANCELLED);
     expectEarlierFiles("stop");
     const Report* stopAt = session.last(OpExtractFile);
     ASSERT_TRUE(stopAt);
@@ -617,7 +596,6 @@ TEST_F(PackageEngineTest, ExtractionReplacesAFileOnlyWithTheWholeEntry)
     // A full disk at each write of the run up to the large entry's.
     for (int at = 0; at < 3; ++at) {
         earlierFiles();
-        session = Recorder {};
         platform::faults::failAfter(platform::faults::Kind::Write, at, win::ERROR_DISK_FULL, true);
         const EngineStatus status = extract(*bob, folder / "p.kvx", out);
         platform::faults::reset();
@@ -635,7 +613,6 @@ TEST_F(PackageEngineTest, ExtractionReplacesAFileOnlyWithTheWholeEntry)
         fs::remove(landed / "a.txt");
         fs::create_hard_link(outside, landed / "a.txt");
         fs::permissions(big, fs::perms(0640));
-        session = Recorder {};
         ASSERT_TRUE(extract(*bob, folder / package, out).ok()) << package;
         EXPECT_EQ(readBytes(outside), (Bytes { 'n', 'o', 't', ' ', 'y', 'o', 'u', 'r', 's' })) << package;
         EXPECT_EQ(treeContents(out), whole) << package;
@@ -649,7 +626,6 @@ TEST_F(PackageEngineTest, ExtractionReplacesAFileOnlyWithTheWholeEntry)
     writeBytes(self / "p.kvx",
         craftedPackage(
             { { EntryTypeData, u"p.kvx", { 'n', 'e', 'w' } }, { EntryTypeData, u"after", randomBytes(50000, 3) } }));
-    session = Recorder {};
     ASSERT_TRUE(extract(*bob, self / "p.kvx", self).ok());
     EXPECT_EQ(readBytes(self / "p.kvx"), (Bytes { 'n', 'e', 'w' }));
     EXPECT_EQ(readBytes(self / "after"), randomBytes(50000, 3));
@@ -695,14 +671,13 @@ TEST_F(PackageEngineTest, NewFilesHonourTheUmaskAndReplacedOnesKeepTheirMode)
     // While it is being made, nothing of the package shows beside its path.
     const auto before = treeContents(folder);
     std::vector<std::string> seen;
-    session = Recorder {};
-    session.stopWhen = [&](const Report&) {
+    const auto look = [&](const Report&) {
         for (const auto& entry : fs::directory_iterator(folder))
             if (!before.count(entry.path().filename().string()) && !fs::is_directory(entry.path()))
                 seen.push_back(entry.path().filename().string());
         return false;
     };
-    ASSERT_TRUE(create(sourceFiles(), folder / "n.kvx", { bob }).ok());
+    ASSERT_TRUE(create(sourceFiles(), folder / "n.kvx", { bob }, look).ok());
     EXPECT_TRUE(seen.empty()) << seen.front();
 }
 
@@ -759,8 +734,9 @@ TEST_F(PackageEngineTest, AReadOnlyPackageOpens)
 TEST_F(PackageEngineTest, EveryFailureNamesWhatItConcernsInWordsAUserCanActOn)
 {
     const std::u16string invalid = platform::fromUtf8(platform::InvalidPackageText);
-    auto textOf = [&](const fs::path& package, const fs::path& into, bool stopped = false) {
-        const EngineStatus status = extract(*bob, package, into);
+    auto textOf = [&](const fs::path& package, const fs::path& into, StopWhen stopWhen = nullptr) {
+        const bool stopped = stopWhen != nullptr;
+        const EngineStatus status = extract(*bob, package, into, stopWhen);
         EXPECT_FALSE(status.ok()) << package;
         return std::make_pair(status.code(), statusText(status, engine->failure(), stopped));
     };
@@ -777,12 +753,9 @@ TEST_F(PackageEngineTest, EveryFailureNamesWhatItConcernsInWordsAUserCanActOn)
 
     // A stop while the package is checked reads as a stop only.
     ASSERT_TRUE(create(sourceFiles(), folder / "p.kvx", { bob }).ok());
-    session = Recorder {};
-    session.stopWhen = [](const Report& r) { return r.operation == OpHash; };
-    const auto stopped = textOf(folder / "p.kvx", folder / "o", true);
+    const auto stopped = textOf(folder / "p.kvx", folder / "o", [](const Report& r) { return r.operation == OpHash; });
     EXPECT_EQ(stopped.first, win::NTE_BAD_HASH);
     EXPECT_EQ(stopped.second, platform::errorText(win::ERROR_CANCELLED));
-    session = Recorder {};
 
     // A folder where an entry's file goes is left alone, in words (a link in the way is named
     // where links are refused).
@@ -808,21 +781,19 @@ TEST_F(PackageEngineTest, EveryFailureNamesWhatItConcernsInWordsAUserCanActOn)
 
     // A source that shrinks while it is packed.
     writeBytes(source / "shrinking.bin", randomBytes(6u << 20, 5));
-    session = Recorder {};
-    session.stopWhen = [&](const Report& r) {
+    const auto shrink = [&](const Report& r) {
         if (r.operation == OpWriteFile && r.fileName.find(u"shrinking") != std::u16string::npos)
             fs::resize_file(source / "shrinking.bin", 100);
         return false;
     };
-    const EngineStatus shrank = create({ u16(source / "shrinking.bin") }, folder / "s.kvx", {});
+    const EngineStatus shrank = create({ u16(source / "shrinking.bin") }, folder / "s.kvx", {}, shrink);
     EXPECT_EQ(shrank.code(), win::ERROR_HANDLE_EOF);
     EXPECT_EQ(statusText(shrank, engine->failure()),
         u16(source / "shrinking.bin") + u": the file got shorter while it was being read");
     EXPECT_FALSE(fs::exists(folder / "s.kvx"));
 
     // A source that can't be read at all, when the run stops for it.
-    session = Recorder {};
-    session.stopWhen = [](const Report& r) { return r.operation == OpError; };
-    EXPECT_EQ(create({ u16(source / "missing.txt") }, folder / "m.kvx", {}).severity(), SeverityStopped);
+    const auto atError = [](const Report& r) { return r.operation == OpError; };
+    EXPECT_EQ(create({ u16(source / "missing.txt") }, folder / "m.kvx", {}, atError).severity(), SeverityStopped);
     EXPECT_EQ(engine->failure().path, u16(source / "missing.txt"));
 }
