@@ -162,12 +162,9 @@ protected:
             u16(folder / "in" / "sub" / "c.txt") };
     }
 
-    static fs::path* profile;
-    static ContactRecord* me;
+    static inline fs::path* profile = nullptr;
+    static inline ContactRecord* me = nullptr;
 };
-
-fs::path* HardeningTest::profile = nullptr;
-ContactRecord* HardeningTest::me = nullptr;
 
 TEST_F(HardeningTest, HostilePackagesAreRefusedWithoutBigAllocations)
 {

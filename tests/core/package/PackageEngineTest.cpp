@@ -185,11 +185,8 @@ protected:
         return engine->extract();
     }
 
-    static fs::path* profile;
-    static ContactRecord* ann;
-    static ContactRecord* bob;
-    static ContactRecord* cid;
-    static ContactRecord* dan;
+    static inline fs::path* profile = nullptr;
+    static inline ContactRecord *ann = nullptr, *bob = nullptr, *cid = nullptr, *dan = nullptr;
     // An encrypted package around the given inner package, for `reader`, made without the engine.
     Bytes encryptedFor(const ContactRecord& reader, const Bytes& inner)
     {
@@ -207,12 +204,6 @@ protected:
     Recorder session;
     std::unique_ptr<PackageEngine> engine; // the last run's, for its failure()
 };
-
-fs::path* PackageEngineTest::profile = nullptr;
-ContactRecord* PackageEngineTest::ann = nullptr;
-ContactRecord* PackageEngineTest::bob = nullptr;
-ContactRecord* PackageEngineTest::cid = nullptr;
-ContactRecord* PackageEngineTest::dan = nullptr;
 
 TEST_F(PackageEngineTest, EntryNamesFollowTheNameMode)
 {

@@ -63,41 +63,8 @@ TEST(PrivateTemp, HasNoNameIsPrivateAndReachableByItsPathWhileItLives)
     EXPECT_EQ(namesIn(tmp), before);
 }
 
-TEST(PrivateTemp, PublishingPutsTheWholeFileAtItsNameAndReplacesWithoutWritingThrough)
-{
-    const fs::path folder = freshFolder("publish");
-    const int directory = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY);
-    ASSERT_GE(directory, 0);
-    auto publish = [&](const std::string& name, const std::string& text) {
-        platform::PrivateTemp temp;
-        EXPECT_TRUE(temp.create(directory, u16(folder), platform::HiddenTempPrefix));
-        EXPECT_TRUE(platform::writeFile(temp.handle(), text.data(), text.size()));
-        EXPECT_TRUE(namesIn(folder).count(name) == 0
-            || readBytes(folder / name) != std::vector<std::uint8_t>(text.begin(), text.end()));
-        const bool done = temp.publish(directory, u16(name));
-        EXPECT_FALSE(temp.isOpen());
-        return done;
-    };
-    ASSERT_TRUE(publish("new", "one"));
-    EXPECT_EQ(readBytes(folder / "new"), (std::vector<std::uint8_t> { 'o', 'n', 'e' }));
-
-    writeText(folder / "elsewhere", "keep");
-    fs::create_hard_link(folder / "elsewhere", folder / "linked");
-    ASSERT_TRUE(publish("linked", "two"));
-    EXPECT_EQ(readBytes(folder / "linked"), (std::vector<std::uint8_t> { 't', 'w', 'o' }));
-    EXPECT_EQ(readBytes(folder / "elsewhere"), (std::vector<std::uint8_t> { 'k', 'e', 'e', 'p' }));
-    EXPECT_EQ(namesIn(folder), (std::set<std::string> { "elsewhere", "linked", "new" }));
-
-    // A temporary that is dropped leaves nothing.
-    {
-        platform::PrivateTemp dropped;
-        ASSERT_TRUE(dropped.create(directory, u16(folder), platform::HiddenTempPrefix));
-        ASSERT_TRUE(platform::writeFile(dropped.handle(), "x", 1));
-    }
-    EXPECT_EQ(namesIn(folder), (std::set<std::string> { "elsewhere", "linked", "new" }));
-    ::close(directory);
-}
-
+// Publishing over an earlier file (replaced, never written through, even behind a hard link) is
+// the package engine's extraction tests' own.
 TEST(PrivateTemp, OnlyRecordedTemporariesThatNobodyHoldsAreSwept)
 {
     platform::setProfileDirectory(u16(freshFolder("profile")));
