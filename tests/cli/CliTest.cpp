@@ -636,7 +636,7 @@ TEST_F(CliTest, UsageErrorsHelpAndExitCodes)
     EXPECT_FALSE(fs::exists(o));
 }
 
-TEST_F(CliTest, InterruptStopsTheRunAndLeavesNothingBehind)
+TEST_F(CliTest, AnInterruptStopsTheRunLeavesNothingAndSaysOnlyThatItStopped)
 {
     // Ctrl-C, and the hang-up of a terminal that was closed.
     for (const int signal : { SIGINT, SIGHUP }) {
@@ -661,25 +661,13 @@ TEST_F(CliTest, InterruptStopsTheRunAndLeavesNothingBehind)
         // Only the source is left in the folder: no package, and none staged beside the target.
         EXPECT_EQ(filesBelow(folder), std::vector<std::string> { "big.bin" });
     }
-}
-
-TEST_F(CliTest, PackageFailuresNameTheFileAndAStopReadsAsAStopOnly)
-{
-    const fs::path folder = freshFolder("messages");
-    const fs::path out = folder / "out";
-    // Shorter than a header, and an index that can't be walked: the engine says 38 and 2, the
-    // user reads that the file is no package.
-    writeBytes(folder / "short.kvx", { 'k', 'v', 'x' });
-    writeBytes(folder / "noindex.kvx", craftedPackage(1, entryHeader(EntryTypeData, 0, 5)));
-    for (const char* name : { "short.kvx", "noindex.kvx" })
-        EXPECT_TRUE(ended(as("bob", { "decrypt", (folder / name).string(), "-C", out.string() }), 1,
-            (folder / name).string() + ": " + InvalidPackage));
 
     // Ctrl-C while a large package is checked: its digest is wrong, so a check that ran to the
     // end would call it invalid; the stop must say only that it stopped.
-    const fs::path big = folder / "big.kvx";
+    const fs::path big = freshFolder("interrupt-check") / "big.kvx";
     const auto run = interruptedRun(
-        { "--profile", (*root / "bob").string(), "decrypt", big.string(), "-C", out.string() }, big, SIGINT,
+        { "--profile", (*root / "bob").string(), "decrypt", big.string(), "-C", (big.parent_path() / "out").string() },
+        big, SIGINT,
         [&](std::uint64_t size) {
             writeBytes(big, craftedPackage(1, entryHeader(EntryTypeData, 0, size - 52)));
             fs::resize_file(big, size);
@@ -737,8 +725,8 @@ TEST_F(CliTest, ListAndVerifyCheckEveryDigestAndWriteNothing)
     ASSERT_EQ(in(profile, { "encrypt", "-r", "Bob", "-o", sealed.string(), "tree" }, work).exitCode, 0);
 
     // Damage that each check must find: the outer digest, the inner digest behind a recomputed
-    // outer one, the padding of the last block, an entry of a plain package, and an index that
-    // runs past the end of a package whose digest matches.
+    // outer one, the padding of the last block, an entry of a plain package, an index that runs
+    // past the end of a package whose digest matches, and a file shorter than a header.
     auto flipped = [](Bytes bytes, std::size_t at, bool mended) {
         bytes[at] ^= 0x01;
         if (mended)
@@ -749,8 +737,8 @@ TEST_F(CliTest, ListAndVerifyCheckEveryDigestAndWriteNothing)
     const Bytes p = readBytes(plain);
     const std::vector<std::pair<std::string, Bytes>> damaged { { "outer", flipped(s, s.size() / 2, false) },
         { "inner", flipped(s, s.size() / 2, true) }, { "padding", flipped(s, s.size() - 1, true) },
-        { "entry", flipped(p, p.size() - 3, false) },
-        { "index", craftedPackage(1, entryHeader(EntryTypeData, 0, 5)) } };
+        { "entry", flipped(p, p.size() - 3, false) }, { "index", craftedPackage(1, entryHeader(EntryTypeData, 0, 5)) },
+        { "short", { 'k', 'v', 'x' } } };
     for (const auto& [name, bytes] : damaged)
         writeBytes(work / (name + ".kvx"), bytes);
 
@@ -792,4 +780,8 @@ TEST_F(CliTest, ListAndVerifyCheckEveryDigestAndWriteNothing)
         = in(profile, { "decrypt", sealed.string(), "-C", (freshFolder("check-out") / "x").string() });
     EXPECT_EQ(decrypt.exitCode, 1);
     EXPECT_EQ(outsider.err, decrypt.err);
+    // Decrypt too calls a file shorter than a header, or an index that can't be walked, no package.
+    for (const fs::path& package : { work / "short.kvx", work / "index.kvx" })
+        EXPECT_TRUE(ended(as("bob", { "decrypt", package.string(), "-C", (freshFolder("check-out") / "x").string() }),
+            1, package.string() + ": " + InvalidPackage));
 }

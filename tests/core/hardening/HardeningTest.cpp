@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <map>
 #include <new>
 #include <random>
@@ -81,6 +82,22 @@ bool holds(const Bytes& haystack, const std::string& needle)
 }
 
 int goOn(std::uint32_t, std::int64_t, std::int64_t, KvxUtils::UserParameter*) { return 1; }
+
+// Runs `work` over and over in a child process and kills it after `delay`; 1 if the kill ended
+// it, 0 if it had ended before.
+int killedWhileWorking(const std::function<void()>& work, std::chrono::microseconds delay)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        for (;;)
+            work();
+    }
+    std::this_thread::sleep_for(delay);
+    kill(child, SIGKILL);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFSIGNALED(status) ? 1 : 0;
+}
 
 // Answers stop at one chosen report.
 std::atomic<int> reportsLeft { -1 };
@@ -286,16 +303,12 @@ TEST_F(HardeningTest, StoresSurviveAKillAtAnyMomentOfASave)
     const int n = rounds(100);
     int interrupted = 0;
     for (int i = 0; i < n; ++i) {
-        const pid_t child = fork();
-        if (child == 0) {
-            execl(HALVOREN_STORE_WRITER, HALVOREN_STORE_WRITER, writerProfile.c_str(), nullptr);
-            _exit(127);
-        }
-        usleep(2000 + random() % 30000);
-        kill(child, SIGKILL);
-        int status = 0;
-        waitpid(child, &status, 0);
-        interrupted += WIFSIGNALED(status) ? 1 : 0;
+        interrupted += killedWhileWorking(
+            [&] {
+                execl(HALVOREN_STORE_WRITER, HALVOREN_STORE_WRITER, writerProfile.c_str(), nullptr);
+                _exit(127);
+            },
+            std::chrono::microseconds(2000 + random() % 30000));
 
         platform::setProfileDirectory(u16(writerProfile));
         closeCertificateStore();
@@ -430,20 +443,8 @@ TEST_F(HardeningTest, AKillDuringEncryptionOrDecryptionLeavesNoPlainText)
     for (const bool encrypting : { true, false }) {
         int killed = 0;
         for (int round = 0; round < killRounds(); ++round) {
-            const pid_t child = fork();
-            if (child == 0) {
-                for (;;) {
-                    if (encrypting)
-                        create(files, package, goOn);
-                    else
-                        extract(package, out);
-                }
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(20 + random() % 150));
-            kill(child, SIGKILL);
-            int status = 0;
-            waitpid(child, &status, 0);
-            killed += WIFSIGNALED(status) ? 1 : 0;
+            killed += killedWhileWorking([&] { encrypting ? create(files, package, goOn) : extract(package, out); },
+                std::chrono::milliseconds(20 + random() % 150));
             // A file that replaces an earlier one takes a name of its own for the moment between
             // two system calls; a kill right there leaves it, complete, for the next run to sweep.
             platform::sweepStaleTemporaries(u16(folder), platform::HiddenTempPrefix);
