@@ -32,8 +32,10 @@ EngineStatus writePackage(const fs::path& package, const std::vector<std::pair<s
     ScopedFile out;
     EXPECT_TRUE(out.open(u16(package), win::CREATE_ALWAYS, win::GENERIC_READ | win::GENERIC_WRITE, 3));
     ContainerFile container;
-    if (recorder)
+    if (recorder) {
+        active = recorder;
         container.setCallback(recordingCallback, &recorder->record);
+    }
     EngineStatus status = container.openForWrite(out.release(), type);
     if (expectedEntries >= 0)
         container.expectEntries(static_cast<std::uint32_t>(expectedEntries));
@@ -118,7 +120,6 @@ TEST(ContainerFile, RoundTripsEntriesOfEveryShapeWithProgress)
         { u"\u00e9t\u00e9\\\U0001F600.txt", randomBytes(300000, 5) },
     };
     Recorder writer;
-    active = &writer;
     ASSERT_TRUE(writePackage(folder / "p.kvx", items, &writer).ok());
     // One report per 4096-byte block; an exact multiple makes no report for the final empty read.
     std::vector<std::int64_t> exact;
@@ -160,7 +161,6 @@ TEST(ContainerFile, DigestTakenWhileWritingEqualsASecondPassInBytesAndReports)
     };
 
     Recorder reference;
-    active = &reference;
     ASSERT_TRUE(writePackage(folder / "reference.kvx", items, &reference).ok());
     const Bytes expected = readBytes(folder / "reference.kvx");
     ASSERT_FALSE(hashReports(reference).empty());
@@ -170,7 +170,6 @@ TEST(ContainerFile, DigestTakenWhileWritingEqualsASecondPassInBytesAndReports)
     // file again. Both must give the same bytes and the same reports as no count at all.
     for (const std::int64_t count : { 5, 6, 4, 0 }) {
         Recorder recorder;
-        active = &recorder;
         const fs::path package = folder / ("expected" + std::to_string(count) + ".kvx");
         ASSERT_TRUE(writePackage(package, items, &recorder, ContainerTypePlain, count).ok()) << count;
         EXPECT_EQ(readBytes(package), expected) << count;
@@ -203,7 +202,6 @@ TEST(ContainerFile, DigestTakenWhileWritingEqualsASecondPassInBytesAndReports)
     // A stop during the hashing fails the close in the same way when the digest is known early.
     Recorder stopper;
     stopper.stopWhen = [](const Report& report) { return report.operation == OpHash && report.processed > 100000; };
-    active = &stopper;
     EXPECT_EQ(writePackage(folder / "stopped.kvx", items, &stopper, ContainerTypePlain, 5).code(), win::NTE_BAD_HASH);
     EXPECT_EQ(stopper.reports.back().processed, 100352);
 }
@@ -339,7 +337,6 @@ TEST(ContainerFile, StopsDifferBetweenWritingHashingAndExtracting)
     // A stop while an entry is copied in is the package engine's test (a stop at any phase).
     Recorder stopHash;
     stopHash.stopWhen = [](const Report& r) { return r.operation == OpHash; };
-    active = &stopHash;
     const EngineStatus hashed = writePackage(folder / "hash.kvx", { { u"f", data } }, &stopHash);
     EXPECT_EQ(hashed.code(), win::NTE_BAD_HASH);
     EXPECT_EQ(hashed.severity(), SeverityError);
