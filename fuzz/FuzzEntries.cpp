@@ -5,9 +5,10 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <string>
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <string>
 #include <vector>
 
 #include "contacts/ConfigStore.h"
@@ -16,10 +17,10 @@
 #include "crypto/CryptoSession.h"
 #include "crypto/HashFile.h"
 #include "crypto/IdentityCertificate.h"
+#include "engine/ScopedFile.h"
 #include "package/ContainerFile.h"
 #include "package/PackageEngine.h"
 #include "package/StatusText.h"
-#include "engine/ScopedFile.h"
 #include "platform/Profile.h"
 #include "platform/Utf.h"
 
@@ -28,119 +29,118 @@ namespace fs = std::filesystem;
 namespace fuzzing {
 
 namespace {
-fs::path root;
-ContactRecord owner;
+    fs::path root;
+    ContactRecord owner;
 
-std::u16string u16(const fs::path& path) { return platform::fromUtf8(path.string()); }
+    std::u16string u16(const fs::path& path) { return platform::fromUtf8(path.string()); }
 
-void writeInput(const fs::path& path, const std::uint8_t* data, std::size_t size)
-{
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
-}
-
-// A report must never lead anywhere: any answer is fine, so go on, and read the record as a
-// window would.
-int readingCallback(std::uint32_t operation, std::int64_t total, std::int64_t processed,
-                    KvxUtils::UserParameter* parameter)
-{
-    if (parameter && parameter->fileName) {
-        std::size_t length = 0;
-        while (parameter->fileName[length])
-            ++length;
+    void writeInput(const fs::path& path, const std::uint8_t* data, std::size_t size)
+    {
+        std::ofstream out(path, std::ios::binary | std::ios::trunc);
+        out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
     }
-    if (processed < 0 || (operation != OpEncrypt && operation != OpError && processed > total))
-        std::abort();
-    return 1;
-}
 
-void expectNothingOutside(const fs::path& folder)
-{
-    // The scratch area holds the input, the extraction folder and the profile; anything else is
-    // a file that extraction put where it must not.
-    for (const auto& entry : fs::directory_iterator(folder.parent_path())) {
-        const std::string name = entry.path().filename().string();
-        if (name != "input" && name != "inner" && name != "out" && name != "profile" && name != "scratch"
-            && name != "tmp")
+    // A report must never lead anywhere: any answer is fine, so go on, and read the record as a
+    // window would.
+    int readingCallback(
+        std::uint32_t operation, std::int64_t total, std::int64_t processed, KvxUtils::UserParameter* parameter)
+    {
+        if (parameter && parameter->fileName) {
+            std::size_t length = 0;
+            while (parameter->fileName[length])
+                ++length;
+        }
+        if (processed < 0 || (operation != OpEncrypt && operation != OpError && processed > total))
             std::abort();
+        return 1;
     }
-}
 
-// Mutations almost never keep the digest right, and the digest check is simple; mending it lets
-// the fuzzer reach the entry walk and extraction behind it.
-void mendDigest(const fs::path& path)
-{
-    ScopedFile mend;
-    if (mend.open(u16(path), win::OPEN_EXISTING, win::GENERIC_READ | win::GENERIC_WRITE, 3)
-        && platform::seekFile(mend.handle(), HashedRangeStart, platform::SeekFrom::Begin)) {
-        if (const auto digest = hashFile(mend.handle(), nullptr, nullptr)) {
-            platform::seekFile(mend.handle(), 4, platform::SeekFrom::Begin);
-            platform::writeFile(mend.handle(), digest->data(), digest->size());
+    void expectNothingOutside(const fs::path& folder)
+    {
+        // The scratch area holds the input, the extraction folder and the profile; anything else is
+        // a file that extraction put where it must not.
+        for (const auto& entry : fs::directory_iterator(folder.parent_path())) {
+            const std::string name = entry.path().filename().string();
+            if (name != "input" && name != "inner" && name != "out" && name != "profile" && name != "scratch"
+                && name != "tmp")
+                std::abort();
         }
     }
-}
 
-// The whole road a received package takes, as the window and the command line take it, into a
-// folder that must hold everything written.
-void extractChecked(const fs::path& package, KvxUtils::UserParameter& record)
-{
-    const fs::path out = root / "out";
-    fs::remove_all(out);
-    fs::create_directories(out);
-    PackageEngine engine(owner);
-    engine.setPackagePath(u16(package));
-    engine.setExtractFolder(u16(out));
-    engine.setCallback(readingCallback);
-    engine.setUserParameter(&record);
-    const EngineStatus status = engine.extract();
-    expectNothingOutside(out);
-    if (!fs::is_empty(root / "tmp"))
-        std::abort();
-    // A refused name writes nothing at all; and nothing of the program's own is ever left.
-    if (engine.failure().nameRefused && !fs::is_empty(out))
-        std::abort();
-    for (const auto& entry : fs::recursive_directory_iterator(out))
-        if (entry.path().filename().string().rfind(".KVX", 0) == 0)
-            std::abort();
-    // Whatever the sender put in a name, the message holds no control character.
-    if (!status.ok()) {
-        for (const char16_t unit : statusText(status, engine.failure()))
-            if (unit < 0x20 || (unit >= 0x7F && unit <= 0x9F))
-                std::abort();
+    // Mutations almost never keep the digest right, and the digest check is simple; mending it lets
+    // the fuzzer reach the entry walk and extraction behind it.
+    void mendDigest(const fs::path& path)
+    {
+        ScopedFile mend;
+        if (mend.open(u16(path), win::OPEN_EXISTING, win::GENERIC_READ | win::GENERIC_WRITE, 3)
+            && platform::seekFile(mend.handle(), HashedRangeStart, platform::SeekFrom::Begin)) {
+            if (const auto digest = hashFile(mend.handle(), nullptr, nullptr)) {
+                platform::seekFile(mend.handle(), 4, platform::SeekFrom::Begin);
+                platform::writeFile(mend.handle(), digest->data(), digest->size());
+            }
+        }
     }
-}
 
-// The inner package wrapped for the owner, as a sender with the owner's key file would: a fresh
-// session key and envelope each time.
-bool wrapForOwner(const fs::path& inner, const fs::path& package)
-{
-    ScopedFile plain;
-    std::int64_t size = 0;
-    if (!plain.open(u16(inner), win::OPEN_EXISTING, win::GENERIC_READ, 3) || !platform::fileSize(plain.handle(), size))
-        return false;
-    CryptoSession session;
-    const SessionKeyPtr key = session.createSessionKey(true);
-    const ByteBlobPtr envelope = key ? session.sealKey(key.get(), {owner.identity.certificate()}) : nullptr;
-    ScopedFile out;
-    if (!envelope || !out.open(u16(package), win::CREATE_ALWAYS, win::GENERIC_READ | win::GENERIC_WRITE, 3))
-        return false;
-    const std::int64_t cipherSize = CryptoSession::cipherLength(size);
-    ContainerFile container;
-    bool done = container.openForWrite(out.release(), ContainerTypeEncrypted).ok();
-    container.expectEntries(2);
-    done = done && container.addEntry(u"KVXkey", EntryTypeKey, envelope->data(), envelope->size()).ok()
-        && container.beginEntry(u"KVXdata", EntryTypeData, cipherSize).ok()
-        && session.encryptRange(plain.handle(), size, container.handle(), key.get(),
-                                [&container](const std::uint8_t* data, std::size_t length) {
-                                    container.digestWritten(data, length);
-                                })
-        && container.endEntry(u"KVXdata", cipherSize).ok();
-    done = container.close().ok() && done;
-    if (container.handle() != platform::InvalidHandle)
-        platform::closeFile(container.handle());
-    return done;
-}
-}  // namespace
+    // The whole road a received package takes, as the window and the command line take it, into a
+    // folder that must hold everything written.
+    void extractChecked(const fs::path& package, KvxUtils::UserParameter& record)
+    {
+        const fs::path out = root / "out";
+        fs::remove_all(out);
+        fs::create_directories(out);
+        PackageEngine engine(owner);
+        engine.setPackagePath(u16(package));
+        engine.setExtractFolder(u16(out));
+        engine.setCallback(readingCallback);
+        engine.setUserParameter(&record);
+        const EngineStatus status = engine.extract();
+        expectNothingOutside(out);
+        if (!fs::is_empty(root / "tmp"))
+            std::abort();
+        // A refused name writes nothing at all; and nothing of the program's own is ever left.
+        if (engine.failure().nameRefused && !fs::is_empty(out))
+            std::abort();
+        for (const auto& entry : fs::recursive_directory_iterator(out))
+            if (entry.path().filename().string().rfind(".KVX", 0) == 0)
+                std::abort();
+        // Whatever the sender put in a name, the message holds no control character.
+        if (!status.ok()) {
+            for (const char16_t unit : statusText(status, engine.failure()))
+                if (unit < 0x20 || (unit >= 0x7F && unit <= 0x9F))
+                    std::abort();
+        }
+    }
+
+    // The inner package wrapped for the owner, as a sender with the owner's key file would: a fresh
+    // session key and envelope each time.
+    bool wrapForOwner(const fs::path& inner, const fs::path& package)
+    {
+        ScopedFile plain;
+        std::int64_t size = 0;
+        if (!plain.open(u16(inner), win::OPEN_EXISTING, win::GENERIC_READ, 3)
+            || !platform::fileSize(plain.handle(), size))
+            return false;
+        CryptoSession session;
+        const SessionKeyPtr key = session.createSessionKey(true);
+        const ByteBlobPtr envelope = key ? session.sealKey(key.get(), { owner.identity.certificate() }) : nullptr;
+        ScopedFile out;
+        if (!envelope || !out.open(u16(package), win::CREATE_ALWAYS, win::GENERIC_READ | win::GENERIC_WRITE, 3))
+            return false;
+        const std::int64_t cipherSize = CryptoSession::cipherLength(size);
+        ContainerFile container;
+        bool done = container.openForWrite(out.release(), ContainerTypeEncrypted).ok();
+        container.expectEntries(2);
+        done = done && container.addEntry(u"KVXkey", EntryTypeKey, envelope->data(), envelope->size()).ok()
+            && container.beginEntry(u"KVXdata", EntryTypeData, cipherSize).ok()
+            && session.encryptRange(plain.handle(), size, container.handle(), key.get(),
+                [&container](const std::uint8_t* data, std::size_t length) { container.digestWritten(data, length); })
+            && container.endEntry(u"KVXdata", cipherSize).ok();
+        done = container.close().ok() && done;
+        if (container.handle() != platform::InvalidHandle)
+            platform::closeFile(container.handle());
+        return done;
+    }
+} // namespace
 
 void prepare()
 {
@@ -279,21 +279,11 @@ void recipientsStore(const std::uint8_t* data, std::size_t size)
 
 Entry entryFor(const std::string& target)
 {
-    if (target == "container")
-        return container;
-    if (target == "encrypted")
-        return encryptedPackage;
-    if (target == "keyblob")
-        return keyBlob;
-    if (target == "envelope")
-        return envelope;
-    if (target == "certificate")
-        return certificate;
-    if (target == "config")
-        return configStore;
-    if (target == "recipients")
-        return recipientsStore;
-    return nullptr;
+    static const std::map<std::string, Entry> entries { { "container", container }, { "encrypted", encryptedPackage },
+        { "keyblob", keyBlob }, { "envelope", envelope }, { "certificate", certificate }, { "config", configStore },
+        { "recipients", recipientsStore } };
+    const auto found = entries.find(target);
+    return found == entries.end() ? nullptr : found->second;
 }
 
-}  // namespace fuzzing
+} // namespace fuzzing

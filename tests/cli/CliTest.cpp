@@ -2,17 +2,18 @@
 
 #include <fcntl.h>
 #include <grp.h>
-#include <pwd.h>
 #include <gtest/gtest.h>
-#include <poll.h>
+#include <pwd.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <thread>
 
 #include "PackageBytes.h"
@@ -24,62 +25,52 @@ namespace fs = std::filesystem;
 namespace {
 
 struct ToolRun {
-    int exitCode = -1;  // negative: the signal that killed the tool
+    int exitCode = -1; // negative: the signal that killed the tool
     std::string out;
     std::string err;
 };
 
+// Another user to run a copy of the tool as.
+struct RunAs {
+    uid_t uid;
+    gid_t gid;
+    fs::path tool;
+};
+
 // Starts the tool with no standard input, in `folder` if one is given; `whileRunning` may act
-// on the child (send a signal).
+// on the child (send a signal). With `user`, the copy runs as that user, with its temporary files
+// in `folder`. What the tool prints goes to files, read once it has ended.
 ToolRun runTool(const std::vector<std::string>& args, const std::function<void(pid_t)>& whileRunning = nullptr,
-    const fs::path& folder = {})
+    const fs::path& folder = {}, const RunAs* user = nullptr)
 {
-    int outPipe[2];
-    int errPipe[2];
-    EXPECT_EQ(pipe(outPipe), 0);
-    EXPECT_EQ(pipe(errPipe), 0);
+    const std::string tool = user ? user->tool.string() : HALVOREN_CLI_PATH;
+    const fs::path output = freshFolder("output");
     const pid_t child = fork();
     if (child == 0) {
+        dup2(open("/dev/null", O_RDONLY), 0);
+        dup2(open((output / "out").c_str(), O_WRONLY | O_CREAT, 0600), 1);
+        dup2(open((output / "err").c_str(), O_WRONLY | O_CREAT, 0600), 2);
+        if (user && ::getuid() == 0
+            && (::setgroups(0, nullptr) != 0 || ::setgid(user->gid) != 0 || ::setuid(user->uid) != 0))
+            _exit(126);
         if (!folder.empty() && chdir(folder.c_str()) != 0)
             _exit(126);
-        const int devNull = open("/dev/null", O_RDONLY);
-        dup2(devNull, 0);
-        dup2(outPipe[1], 1);
-        dup2(errPipe[1], 2);
-        std::vector<char*> argv {const_cast<char*>(HALVOREN_CLI_PATH)};
+        if (user)
+            setenv("TMPDIR", folder.c_str(), 1);
+        std::vector<char*> argv { const_cast<char*>(tool.c_str()) };
         for (const std::string& arg : args)
             argv.push_back(const_cast<char*>(arg.c_str()));
         argv.push_back(nullptr);
-        execv(HALVOREN_CLI_PATH, argv.data());
+        execv(tool.c_str(), argv.data());
         _exit(127);
     }
-    close(outPipe[1]);
-    close(errPipe[1]);
     if (whileRunning)
         whileRunning(child);
-    ToolRun run;
-    pollfd fds[2] = {{outPipe[0], POLLIN, 0}, {errPipe[0], POLLIN, 0}};
-    int open = 2;
-    while (open > 0 && poll(fds, 2, -1) > 0) {
-        for (pollfd& fd : fds) {
-            if (fd.fd < 0 || !(fd.revents & (POLLIN | POLLHUP)))
-                continue;
-            char buffer[4096];
-            const ssize_t n = read(fd.fd, buffer, sizeof buffer);
-            if (n <= 0) {
-                close(fd.fd);
-                fd.fd = -1;
-                --open;
-            } else {
-                (&fd == &fds[0] ? run.out : run.err).append(buffer, static_cast<std::size_t>(n));
-            }
-        }
-    }
     int status = 0;
     waitpid(child, &status, 0);
     // Death by a signal stays apart from an exit code, so that 130 means the tool stopped itself.
-    run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-    return run;
+    return { WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status), readText(output / "out"),
+        readText(output / "err") };
 }
 
 const std::string NotARecipient = "The package cannot be decrypted. You are not in the list of recipients who can view "
@@ -101,83 +92,106 @@ fs::path keyFileFor(const fs::path& folder, const std::string& name)
 // can reach it) and a copy of the tool made its own.
 ToolRun runAsOrdinaryUser(const fs::path& home, const std::vector<std::string>& args)
 {
-    uid_t uid = ::geteuid();
-    gid_t gid = ::getegid();
-    if (uid == 0) {
+    RunAs user { ::geteuid(), ::getegid(), home / "halvoren-cli" };
+    if (user.uid == 0) {
         const passwd* nobody = ::getpwnam("nobody");
         EXPECT_TRUE(nobody);
         if (!nobody)
             return {};
-        uid = nobody->pw_uid;
-        gid = nobody->pw_gid;
+        user.uid = nobody->pw_uid;
+        user.gid = nobody->pw_gid;
     }
-    const fs::path tool = home / "halvoren-cli";
-    fs::copy_file(HALVOREN_CLI_PATH, tool, fs::copy_options::overwrite_existing);
-    fs::permissions(tool, fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec
-            | fs::perms::others_read | fs::perms::others_exec);
-    EXPECT_EQ(::lchown(home.c_str(), uid, gid), 0);
+    fs::copy_file(HALVOREN_CLI_PATH, user.tool, fs::copy_options::overwrite_existing);
+    fs::permissions(user.tool, fs::perms(0755));
+    EXPECT_EQ(::lchown(home.c_str(), user.uid, user.gid), 0);
     for (const auto& entry : fs::recursive_directory_iterator(home))
-        EXPECT_EQ(::lchown(entry.path().c_str(), uid, gid), 0);
-    int errPipe[2];
-    EXPECT_EQ(pipe(errPipe), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        const int devNull = open("/dev/null", O_RDWR);
-        dup2(devNull, 0);
-        dup2(devNull, 1);
-        dup2(errPipe[1], 2);
-        if (::getuid() == 0 && (::setgroups(0, nullptr) != 0 || ::setgid(gid) != 0 || ::setuid(uid) != 0))
-            _exit(126);
-        if (chdir(home.c_str()) != 0)
-            _exit(126);
-        setenv("TMPDIR", home.c_str(), 1);
-        std::vector<char*> argv {const_cast<char*>(tool.c_str())};
-        for (const std::string& arg : args)
-            argv.push_back(const_cast<char*>(arg.c_str()));
-        argv.push_back(nullptr);
-        execv(tool.c_str(), argv.data());
-        _exit(127);
-    }
-    close(errPipe[1]);
-    ToolRun run;
-    char buffer[4096];
-    ssize_t n;
-    while ((n = read(errPipe[0], buffer, sizeof buffer)) > 0)
-        run.err.append(buffer, static_cast<std::size_t>(n));
-    close(errPipe[0]);
-    int status = 0;
-    waitpid(child, &status, 0);
-    run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-    return run;
+        EXPECT_EQ(::lchown(entry.path().c_str(), user.uid, user.gid), 0);
+    return runTool(args, nullptr, home, &user);
 }
 
-}  // namespace
+// The run ended with `code` and its error output holds `says`.
+testing::AssertionResult ended(const ToolRun& run, int code, const std::string& says)
+{
+    if (run.exitCode == code && run.err.find(says) != std::string::npos)
+        return testing::AssertionSuccess();
+    return testing::AssertionFailure() << "exit " << run.exitCode << ", said: " << run.err;
+}
+
+// Everything below `folder`, folders too, by relative path in order.
+std::vector<std::string> filesBelow(const fs::path& folder)
+{
+    std::vector<std::string> found;
+    for (const auto& entry : fs::recursive_directory_iterator(folder))
+        found.push_back(fs::relative(entry.path(), folder).string());
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+// Control characters other than the line feed: what a sender could use to drive the terminal.
+long controlsIn(const std::string& text)
+{
+    return std::count_if(text.begin(), text.end(), [](char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        return (byte < 0x20 && byte != '\n') || byte == 0x7F;
+    });
+}
+
+// Waits until the tool has the file open, so that a signal sent then finds it at work with its
+// handlers in place, however slowly it started (a sanitizer build starts slowly).
+void waitUntilOpen(pid_t child, const fs::path& file)
+{
+    const fs::path wanted = fs::weakly_canonical(file);
+    for (int tries = 0; tries < 2000; ++tries) {
+        std::error_code error;
+        for (const auto& entry : fs::directory_iterator("/proc/" + std::to_string(child) + "/fd", error)) {
+            std::error_code ignored;
+            if (fs::read_symlink(entry.path(), ignored) == wanted)
+                return;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+}
+
+// Sends `signal` to a run of `args` once the tool has `file` open, `file` made anew by `make` for
+// each size until a run doesn't outrun the signal; that run, or none.
+std::optional<ToolRun> interruptedRun(const std::vector<std::string>& args, const fs::path& file, int signal,
+    const std::function<void(std::uint64_t)>& make, const std::function<bool(const ToolRun&)>& outran)
+{
+    for (const std::uint64_t size : { std::uint64_t(3) << 30, std::uint64_t(8) << 30 }) {
+        make(size);
+        const ToolRun run = runTool(args, [&](pid_t child) {
+            waitUntilOpen(child, file);
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            kill(child, signal);
+        });
+        if (!outran(run))
+            return run;
+    }
+    ADD_FAILURE() << "the run was never interrupted";
+    return std::nullopt;
+}
+
+} // namespace
 
 class CliTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite()
     {
         root = new fs::path(freshFolder("cli"));
-        // Three people, each with a profile of their own.
-        for (const char* name : {"ann", "bob", "cid"}) {
-            const std::string display = std::string(1, char(std::toupper(name[0]))) + (name + 1);
-            const ToolRun made = runTool({"--profile", (*root / name).string(), "identity", "create", display, "--email",
-                                      std::string(name) + "@example.org"});
-            ASSERT_EQ(made.exitCode, 0) << made.err;
-            EXPECT_TRUE(made.out.empty());
-            ASSERT_EQ(runTool({"--profile", (*root / name).string(), "identity", "export", "-o",
-                               (*root / (std::string(name) + ".kvxk")).string()})
-                          .exitCode,
-                      0);
+        // Three people with a profile each, and a profile with an identity and nothing else,
+        // copied by the tests that change profiles: its owner is called "C", a name that is also
+        // an attribute key of every subject.
+        for (const std::string name : { "Ann", "Bob", "Cid", "C" }) {
+            const std::string lower(1, char(std::tolower(name[0])));
+            const std::string id = lower + name.substr(1);
+            std::vector<std::string> create { "identity", "create", name };
+            if (name != "C")
+                create.insert(create.end(), { "--email", id + "@example.org" });
+            const fs::path profile = *root / (name == "C" ? "base" : id);
+            const ToolRun made = in(profile, create);
+            ASSERT_TRUE(made.exitCode == 0 && made.out.empty()) << made.err;
+            ASSERT_EQ(in(profile, { "identity", "export", "-o", (*root / (id + ".kvxk")).string() }).exitCode, 0);
         }
-        // A profile with an identity and nothing else, copied by the tests that change profiles.
-        // Its owner is called "C", a name that is also an attribute key of every subject.
-        const ToolRun base = runTool({ "--profile", (*root / "base").string(), "identity", "create", "C" });
-        ASSERT_EQ(base.exitCode, 0) << base.err;
-        ASSERT_EQ(
-            runTool({ "--profile", (*root / "base").string(), "identity", "export", "-o", (*root / "c.kvxk").string() })
-                .exitCode,
-            0);
     }
 
     // A new profile that holds only the identity "C".
@@ -193,30 +207,43 @@ protected:
         return runTool(args, nullptr, folder);
     }
     static void TearDownTestSuite() { delete root; }
-    static void interruptOnce(int signal);
 
     static ToolRun as(const std::string& who, std::vector<std::string> args, const fs::path& folder = {})
     {
         return in(*root / who, std::move(args), folder);
     }
 
-    static fs::path* root;
-};
+    // What Bob finds in a package that Ann made, unencrypted, of `args` in `folder`; `told` gets
+    // what the making said.
+    static std::map<std::string, Bytes> packedAndOpened(
+        std::vector<std::string> args, const fs::path& folder, std::string* told = nullptr)
+    {
+        const fs::path package = freshFolder("packed") / "p.kvx";
+        args.insert(args.begin(), { "encrypt", "--plain", "-o", package.string() });
+        const ToolRun made = as("ann", args, folder);
+        EXPECT_EQ(made.exitCode, 0) << made.err;
+        if (told)
+            *told = made.err;
+        const fs::path out = package.parent_path() / "out";
+        fs::create_directories(out);
+        EXPECT_EQ(as("bob", { "decrypt", package.string(), "-C", out.string() }).exitCode, 0);
+        return treeContents(out);
+    }
 
-fs::path* CliTest::root = nullptr;
+    static inline fs::path* root = nullptr;
+};
 
 TEST_F(CliTest, PeopleExchangeKeysAndOnlyRecipientsOpenThePackage)
 {
-    for (const char* other : {"bob.kvxk", "cid.kvxk"})
-        ASSERT_EQ(as("ann", {"contacts", "import", (*root / other).string()}).exitCode, 0);
-    ASSERT_EQ(as("bob", {"contacts", "import", (*root / "ann.kvxk").string()}).exitCode, 0);
-    const ToolRun again = as("ann", {"contacts", "import", (*root / "bob.kvxk").string()});
-    EXPECT_EQ(again.exitCode, 1);
-    EXPECT_NE(again.err.find("Contact already exists. Please select another contact key file."), std::string::npos);
+    for (const char* other : { "bob.kvxk", "cid.kvxk" })
+        ASSERT_EQ(as("ann", { "contacts", "import", (*root / other).string() }).exitCode, 0);
+    ASSERT_EQ(as("bob", { "contacts", "import", (*root / "ann.kvxk").string() }).exitCode, 0);
+    EXPECT_TRUE(ended(as("ann", { "contacts", "import", (*root / "bob.kvxk").string() }), 1,
+        "Contact already exists. Please select another contact key file."));
 
-    const ToolRun list = as("ann", {"contacts", "list"});
+    const ToolRun list = as("ann", { "contacts", "list" });
     EXPECT_EQ(list.out, "Ann\tann@example.org\t(me)\nBob\t\nCid\t\n");
-    const ToolRun show = as("ann", {"identity", "show"});
+    const ToolRun show = as("ann", { "identity", "show" });
     EXPECT_NE(show.out.find("name: Ann\n"), std::string::npos);
     EXPECT_NE(show.out.find("fingerprint (SHA-256): "), std::string::npos);
 
@@ -226,34 +253,26 @@ TEST_F(CliTest, PeopleExchangeKeysAndOnlyRecipientsOpenThePackage)
     writeText(source / "docs" / "note \xc3\xa9t\xc3\xa9.txt", "summer");
     writeText(source / "empty", "");
     const fs::path package = *root / "tree.kvx";
-    const ToolRun made = as("ann", {"encrypt", "-o", package.string(), "-r", "Bob", "-r", "Cid", source.string()});
+    const ToolRun made = as("ann", { "encrypt", "-o", package.string(), "-r", "Bob", "-r", "Cid", source.string() });
     ASSERT_EQ(made.exitCode, 0) << made.err;
     EXPECT_TRUE(made.out.empty());
     EXPECT_TRUE(made.err.empty()) << made.err;
 
-    for (const char* reader : {"bob", "cid"}) {
+    for (const char* reader : { "bob", "cid" }) {
         const fs::path out = *root / (std::string("out-") + reader);
-        const ToolRun opened = as(reader, {"decrypt", package.string(), "-C", out.string()});
+        const ToolRun opened = as(reader, { "decrypt", package.string(), "-C", out.string() });
         ASSERT_EQ(opened.exitCode, 0) << opened.err;
         EXPECT_EQ(treeContents(out / fs::relative(source, "/")), treeContents(source));
     }
 
     // Ann didn't encrypt for herself: she is a third party to her own package.
-    const ToolRun outsider = as("ann", {"decrypt", package.string(), "-C", (*root / "out-ann").string()});
-    EXPECT_EQ(outsider.exitCode, 1);
-    EXPECT_NE(outsider.err.find(NotARecipient), std::string::npos) << outsider.err;
-
-    Bytes tampered = readBytes(package);
-    tampered[tampered.size() - 7] ^= 0x40;
-    writeBytes(*root / "tampered.kvx", tampered);
-    const ToolRun refused = as("bob", {"decrypt", (*root / "tampered.kvx").string(), "-C", (*root / "out-t").string()});
-    EXPECT_EQ(refused.exitCode, 1);
-    EXPECT_NE(refused.err.find(InvalidPackage), std::string::npos) << refused.err;
+    EXPECT_TRUE(
+        ended(as("ann", { "decrypt", package.string(), "-C", (*root / "out-ann").string() }), 1, NotARecipient));
     EXPECT_TRUE(leftoverTempFiles().empty());
 
-    ASSERT_EQ(as("ann", {"contacts", "remove", "Cid"}).exitCode, 0);
-    EXPECT_EQ(as("ann", {"contacts", "list"}).out, "Ann\tann@example.org\t(me)\nBob\t\n");
-    EXPECT_EQ(as("ann", {"contacts", "remove", "Ann"}).exitCode, 1);
+    ASSERT_EQ(as("ann", { "contacts", "remove", "Cid" }).exitCode, 0);
+    EXPECT_EQ(as("ann", { "contacts", "list" }).out, "Ann\tann@example.org\t(me)\nBob\t\n");
+    EXPECT_EQ(as("ann", { "contacts", "remove", "Ann" }).exitCode, 1);
 }
 
 TEST_F(CliTest, FoldersAreWalkedThroughFileLinksButNotLinkedFolders)
@@ -275,24 +294,18 @@ TEST_F(CliTest, FoldersAreWalkedThroughFileLinksButNotLinkedFolders)
     }
 
     // A path with "." and ".." goes into the package as the plain path it stands for.
-    const fs::path package = folder / "walk.kvx";
-    const ToolRun made = as("ann",
-        { "encrypt", "--plain", "--skip-unreadable", "-o", package.string(),
-            (folder / "tree" / "sub" / ".." / "." / "").string() });
+    std::string told;
+    const auto opened
+        = packedAndOpened({ "--skip-unreadable", (folder / "tree" / "sub" / ".." / "." / "").string() }, folder, &told);
     if (!root)
         fs::permissions(folder / "tree" / "locked", fs::perms::owner_all);
-    ASSERT_EQ(made.exitCode, 0) << made.err;
-    EXPECT_EQ(made.err.find("skipping the folder") != std::string::npos, !root) << made.err;
+    EXPECT_EQ(told.find("skipping the folder") != std::string::npos, !root) << told;
     // The linked folder, the FIFO and the broken link are left out at walk time, and told.
-    EXPECT_NE(made.err.find("1 link to a folder and 2 items that are not files"), std::string::npos) << made.err;
-
-    const fs::path out = folder / "out";
-    ASSERT_EQ(as("ann", {"decrypt", package.string(), "-C", out.string()}).exitCode, 0);
-    const fs::path tree = out / fs::relative(folder / "tree", "/");
-    EXPECT_EQ(treeContents(out), (std::map<std::string, Bytes> {
-                                     {fs::relative(tree / "filelink", out).string(), {'t', 'w', 'o'}},
-                                     {fs::relative(tree / "sub" / "f1", out).string(), {'o', 'n', 'e'}},
-                                 }));
+    EXPECT_NE(told.find("1 link to a folder and 2 items that are not files"), std::string::npos) << told;
+    const std::string tree = fs::relative(folder / "tree", "/").string();
+    EXPECT_EQ(opened,
+        (std::map<std::string, Bytes> {
+            { tree + "/filelink", { 't', 'w', 'o' } }, { tree + "/sub/f1", { 'o', 'n', 'e' } } }));
 }
 
 TEST_F(CliTest, UnreadableSourcesStopTheRunUnlessSkippingIsAsked)
@@ -317,39 +330,30 @@ TEST_F(CliTest, UnreadableSourcesStopTheRunUnlessSkippingIsAsked)
     writeText(package, "earlier");
     const ToolRun stopped = as("ann",
         { "encrypt", "--plain", "--flat", "-o", package.string(), locked.string(), (folder / "a.txt").string() });
-    EXPECT_EQ(stopped.exitCode, 1) << stopped.err;
-    EXPECT_NE(stopped.err.find("can't read " + locked.string() + ": "), std::string::npos) << stopped.err;
+    EXPECT_TRUE(ended(stopped, 1, "can't read " + locked.string() + ": "));
     EXPECT_NE(stopped.err.find("--skip-unreadable"), std::string::npos) << stopped.err;
-    EXPECT_EQ(readBytes(package), (Bytes { 'e', 'a', 'r', 'l', 'i', 'e', 'r' }));
-    const ToolRun encrypted = as("ann",
-        { "encrypt", "--self", "-o", (folder / "two.kvx").string(), (folder / "a.txt").string(), locked.string() });
-    EXPECT_EQ(encrypted.exitCode, 1) << encrypted.err;
-    EXPECT_FALSE(fs::exists(folder / "two.kvx"));
+    EXPECT_EQ(readText(package), "earlier");
 
     // With it: one warning per file, a count at the end, and the rest in the package.
     const ToolRun partly = as("ann",
         { "encrypt", "--plain", "--flat", "--skip-unreadable", "-o", package.string(), locked.string(),
             (folder / "a.txt").string() });
-    EXPECT_EQ(partly.exitCode, 0) << partly.err;
     const std::string warning = "skipping " + locked.string() + ": ";
-    EXPECT_NE(partly.err.find(warning), std::string::npos) << partly.err;
+    EXPECT_TRUE(ended(partly, 0, warning));
     EXPECT_EQ(partly.err.find(warning), partly.err.rfind(warning)) << partly.err;
     EXPECT_NE(partly.err.find("without 1 source that couldn't be read"), std::string::npos) << partly.err;
-    EXPECT_EQ(readBytes(package), craftedPackage({{EntryTypeData, u"a.txt", {'a', 'b', 'c'}}}));
+    EXPECT_EQ(readBytes(package), craftedPackage({ { EntryTypeData, u"a.txt", { 'a', 'b', 'c' } } }));
 
     // Nothing readable is no package, with the option too.
-    const ToolRun none
-        = as("ann", { "encrypt", "--plain", "--skip-unreadable", "-o", package.string(), locked.string() });
-    EXPECT_EQ(none.exitCode, 1);
-    EXPECT_NE(none.err.find("no package was made"), std::string::npos) << none.err;
+    EXPECT_TRUE(ended(as("ann", { "encrypt", "--plain", "--skip-unreadable", "-o", package.string(), locked.string() }),
+        1, "no package was made"));
     EXPECT_EQ(as("ann", { "decrypt", package.string(), "--skip-unreadable", "-C", folder.string() }).exitCode, 2);
     EXPECT_TRUE(leftoverTempFiles().empty());
 
     // A kernel file that says it is empty but holds text is refused by name, never stored empty.
     const fs::path proc = folder / "proc.kvx";
-    const ToolRun kernel = as("ann", { "encrypt", "--plain", "-o", proc.string(), "/proc/cpuinfo" });
-    EXPECT_EQ(kernel.exitCode, 1);
-    EXPECT_NE(kernel.err.find("can't read /proc/cpuinfo"), std::string::npos) << kernel.err;
+    EXPECT_TRUE(ended(
+        as("ann", { "encrypt", "--plain", "-o", proc.string(), "/proc/cpuinfo" }), 1, "can't read /proc/cpuinfo"));
     EXPECT_FALSE(fs::exists(proc));
 }
 
@@ -364,36 +368,23 @@ TEST_F(CliTest, EntriesAreStoredUnderThePathsAsGiven)
     writeText(folder / "outside.txt", "o");
     const std::string absolute = (folder / "outside.txt").string();
 
-    // Run from the work folder: relative paths are taken from there, and keep their form.
-    const ToolRun run = as(
-        "ann", { "encrypt", "--plain", "-o", "../p.kvx", "docs/", "./docs/sub/../sub", "top.txt", absolute }, work);
-    ASSERT_EQ(run.exitCode, 0) << run.err;
-    const fs::path out = folder / "out";
-    ASSERT_EQ(as("bob", { "decrypt", (folder / "p.kvx").string(), "-C", out.string() }).exitCode, 0);
-    EXPECT_EQ(treeContents(out),
+    // Relative paths are taken from the current folder, and keep their form.
+    EXPECT_EQ(packedAndOpened({ "docs/", "./docs/sub/../sub", "top.txt", absolute }, work),
         (std::map<std::string, Bytes> {
             { "docs/a.txt", { 'a' } },
             { "docs/sub/b.txt", { 'b' } },
             { fs::relative(folder / "outside.txt", "/").string(), { 'o' } },
             { "top.txt", { 't' } },
         }));
-
     // "." stores what lies in the folder; --flat stores bare names whatever the path.
-    ASSERT_EQ(as("ann", { "encrypt", "--plain", "-o", (folder / "dot.kvx").string(), "." }, work / "docs").exitCode, 0);
-    ASSERT_EQ(as("bob", { "decrypt", (folder / "dot.kvx").string(), "-C", (folder / "dot").string() }).exitCode, 0);
-    EXPECT_EQ(treeContents(folder / "dot"),
+    EXPECT_EQ(packedAndOpened({ "." }, work / "docs"),
         (std::map<std::string, Bytes> { { "a.txt", { 'a' } }, { "sub/b.txt", { 'b' } } }));
-    ASSERT_EQ(
-        as("ann", { "encrypt", "--plain", "--flat", "-o", "../flat.kvx", "../outside.txt", "docs/sub" }, work).exitCode,
-        0);
-    ASSERT_EQ(as("bob", { "decrypt", (folder / "flat.kvx").string(), "-C", (folder / "flat").string() }).exitCode, 0);
-    EXPECT_EQ(treeContents(folder / "flat"),
+    EXPECT_EQ(packedAndOpened({ "--flat", "../outside.txt", "docs/sub" }, work),
         (std::map<std::string, Bytes> { { "b.txt", { 'b' } }, { "outside.txt", { 'o' } } }));
 
     // A path above the current folder would give entries that no extraction accepts.
-    const ToolRun above = as("ann", { "encrypt", "--plain", "-o", "../up.kvx", "../outside.txt" }, work);
-    EXPECT_EQ(above.exitCode, 1);
-    EXPECT_NE(above.err.find("../outside.txt lies outside the current folder"), std::string::npos) << above.err;
+    EXPECT_TRUE(ended(as("ann", { "encrypt", "--plain", "-o", "../up.kvx", "../outside.txt" }, work), 1,
+        "../outside.txt lies outside the current folder"));
     EXPECT_FALSE(fs::exists(folder / "up.kvx"));
 }
 
@@ -405,9 +396,7 @@ TEST_F(CliTest, NamesThatCannotTravelAreKeptExactOrRefused)
     // Two names that are not UTF-8, which once both became U+FFFD.
     writeText(work / "odd" / "caf\xff", "ff");
     writeText(work / "odd" / "caf\xfe", "fe");
-    ASSERT_EQ(as("ann", { "encrypt", "--plain", "-o", "../odd.kvx", "odd" }, work).exitCode, 0);
-    ASSERT_EQ(as("bob", { "decrypt", (folder / "odd.kvx").string(), "-C", (folder / "out").string() }).exitCode, 0);
-    EXPECT_EQ(treeContents(folder / "out"),
+    EXPECT_EQ(packedAndOpened({ "odd" }, work),
         (std::map<std::string, Bytes> { { "odd/caf\xfe", { 'f', 'e' } }, { "odd/caf\xff", { 'f', 'f' } } }));
 
     // A backslash would come back as a folder: refused before anything is written, by name.
@@ -415,48 +404,20 @@ TEST_F(CliTest, NamesThatCannotTravelAreKeptExactOrRefused)
     writeText(work / "slash" / "fine.txt", "1");
     writeText(work / "slash" / "a\\b.txt", "2");
     writeText(folder / "kept.kvx", "earlier");
-    ToolRun refused = as("ann", { "encrypt", "--plain", "-o", "../kept.kvx", "slash" }, work);
-    EXPECT_EQ(refused.exitCode, 1);
-    EXPECT_NE(refused.err.find("slash/a\\b.txt: a name with a backslash"), std::string::npos) << refused.err;
-    refused = as("ann",
-        { "encrypt", "--plain", "--flat", "-o", (folder / "kept.kvx").string(),
-            (work / "slash" / "a\\b.txt").string() });
-    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_TRUE(ended(as("ann", { "encrypt", "--plain", "-o", "../kept.kvx", "slash" }, work), 1,
+        "slash/a\\b.txt: a name with a backslash"));
+    EXPECT_TRUE(ended(as("ann", { "encrypt", "--plain", "--flat", "-o", "../kept.kvx", "slash/a\\b.txt" }, work), 1,
+        "a\\b.txt: a name with a backslash"));
 
     // --flat with two files of one bare name: refused, naming both.
     fs::create_directories(work / "one");
     fs::create_directories(work / "two");
     writeText(work / "one" / "x.txt", "1");
     writeText(work / "two" / "x.txt", "2");
-    refused = as("ann",
-        { "encrypt", "--self", "--flat", "-o", (folder / "kept.kvx").string(), (work / "one").string(),
-            (work / "two").string() });
-    EXPECT_EQ(refused.exitCode, 1);
-    EXPECT_NE(refused.err.find("--flat would store both " + (work / "one" / "x.txt").string() + " and "
-                  + (work / "two" / "x.txt").string() + " as 'x.txt'"),
-        std::string::npos)
-        << refused.err;
-    EXPECT_EQ(readBytes(folder / "kept.kvx"), (Bytes { 'e', 'a', 'r', 'l', 'i', 'e', 'r' }));
+    EXPECT_TRUE(ended(as("ann", { "encrypt", "--self", "--flat", "-o", "../kept.kvx", "one", "two" }, work), 1,
+        "--flat would store both " + work.string() + "/one/x.txt and " + work.string() + "/two/x.txt as 'x.txt'"));
+    EXPECT_EQ(readText(folder / "kept.kvx"), "earlier");
     EXPECT_TRUE(leftoverTempFiles().empty());
-}
-
-TEST_F(CliTest, ContactNamedLikeAnAttributeKeyImports)
-{
-    // "C" is the identity of the base profile; Ann's subject "CN=Ann, T=Halvoren" holds a "C".
-    ASSERT_EQ(as("bob", { "contacts", "import", (*root / "c.kvxk").string() }).exitCode, 0);
-    const ToolRun list = as("bob", { "contacts", "list" });
-    EXPECT_NE(list.out.find("C\t\n"), std::string::npos) << list.out;
-    // And the owner "C" finds their own certificate, not a contact's whose subject holds a C.
-    const fs::path profile = freshProfile("own-c");
-    ASSERT_EQ(in(profile, { "contacts", "import", (*root / "ann.kvxk").string() }).exitCode, 0);
-    const ToolRun show = in(profile, { "identity", "show" });
-    EXPECT_NE(show.out.find("name: C\n"), std::string::npos) << show.out;
-    const fs::path folder = freshFolder("own-c-files");
-    writeText(folder / "f", "x");
-    ASSERT_EQ(
-        in(profile, { "encrypt", "--self", "-o", (folder / "f.kvx").string(), (folder / "f").string() }).exitCode, 0);
-    const ToolRun opened = in(profile, { "decrypt", (folder / "f.kvx").string(), "-C", (folder / "out").string() });
-    EXPECT_EQ(opened.exitCode, 0) << opened.err;
 }
 
 TEST_F(CliTest, TwoImportsAtOnceBothArrive)
@@ -471,10 +432,8 @@ TEST_F(CliTest, TwoImportsAtOnceBothArrive)
         ASSERT_EQ(first.exitCode, 0) << first.err;
         ASSERT_EQ(second.exitCode, 0) << second.err;
         const ToolRun list = in(profile, { "contacts", "list" });
-        ASSERT_EQ(list.exitCode, 0) << "round " << round << ": " << list.err;
-        ASSERT_NE(list.out.find("Bob\t"), std::string::npos) << "round " << round << ": " << list.out;
-        ASSERT_NE(list.out.find("Cid\t"), std::string::npos) << "round " << round << ": " << list.out;
-        ASSERT_NE(list.out.find("C\t\t(me)"), std::string::npos) << "round " << round << ": " << list.out;
+        ASSERT_TRUE(list.out == "C\t\t(me)\nBob\t\nCid\t\n" || list.out == "C\t\t(me)\nCid\t\nBob\t\n")
+            << "round " << round << ": " << list.out << list.err;
     }
 }
 
@@ -486,8 +445,7 @@ TEST_F(CliTest, BrokenProfileIsExplainedAndRepaired)
     // The state an interrupted import used to leave: Bob's certificate without his entry.
     writeText(profile / "RecipientsList.xml", "<Recipients><Recipient Name=\"C\"/></Recipients>");
     ToolRun list = in(profile, { "contacts", "list" });
-    EXPECT_EQ(list.exitCode, 1);
-    EXPECT_NE(list.err.find("the certificate of 'Bob' has no entry in"), std::string::npos) << list.err;
+    EXPECT_TRUE(ended(list, 1, "the certificate of 'Bob' has no entry in"));
     EXPECT_NE(list.err.find("halvoren-cli contacts repair"), std::string::npos) << list.err;
     const ToolRun repaired = in(profile, { "contacts", "repair" });
     ASSERT_EQ(repaired.exitCode, 0) << repaired.err;
@@ -497,16 +455,14 @@ TEST_F(CliTest, BrokenProfileIsExplainedAndRepaired)
 
     // A contact list that isn't XML at all is kept aside, and every certificate filed again.
     writeText(profile / "RecipientsList.xml", "garbage <");
-    list = in(profile, { "contacts", "list" });
-    EXPECT_EQ(list.exitCode, 1);
-    EXPECT_NE(list.err.find("contacts repair"), std::string::npos) << list.err;
+    EXPECT_TRUE(ended(in(profile, { "contacts", "list" }), 1, "contacts repair"));
     ASSERT_EQ(in(profile, { "contacts", "repair" }).exitCode, 0);
     EXPECT_EQ(
         readBytes(profile / "RecipientsList.xml.unreadable"), (Bytes { 'g', 'a', 'r', 'b', 'a', 'g', 'e', ' ', '<' }));
     EXPECT_EQ(in(profile, { "contacts", "list" }).out, "C\t\t(me)\nBob\t\n");
 
-    // A certificate file that can't be read is named, kept, and mended by importing it again;
-    // the details of the contact come back with it.
+    // A certificate file that can't be read is named and kept (its mending by a new import is the
+    // certificate store's test).
     writeText(profile / "RecipientsList.xml",
         "<Recipients><Recipient Name=\"C\"/><Recipient Name=\"Bob\"><EMail>bob@example.org</EMail>"
         "</Recipient></Recipients>");
@@ -520,38 +476,9 @@ TEST_F(CliTest, BrokenProfileIsExplainedAndRepaired)
     const Bytes whole = readBytes(bobFile);
     writeBytes(bobFile, Bytes(whole.begin(), whole.begin() + 40));
     list = in(profile, { "contacts", "list" });
-    EXPECT_EQ(list.exitCode, 0) << list.err;
+    EXPECT_TRUE(ended(list, 0, "the certificate of 'Bob' can't be read (" + bobFile.string()));
     EXPECT_EQ(list.out, "C\t\t(me)\n");
-    EXPECT_NE(list.err.find("the certificate of 'Bob' can't be read (" + bobFile.string()), std::string::npos)
-        << list.err;
     EXPECT_EQ(readBytes(bobFile).size(), 40u);
-    ASSERT_EQ(in(profile, { "contacts", "import", (*root / "bob.kvxk").string() }).exitCode, 0);
-    list = in(profile, { "contacts", "list" });
-    EXPECT_EQ(list.out, "C\t\t(me)\nBob\tbob@example.org\n");
-    EXPECT_TRUE(list.err.empty()) << list.err;
-    EXPECT_EQ(readBytes(bobFile), whole);
-}
-
-TEST_F(CliTest, HostilePackagesCannotWriteOutsideTheFolder)
-{
-    const fs::path folder = freshFolder("hostile");
-    const fs::path out = folder / "a" / "b" / "out";
-    for (const std::u16string name : {u"..\\..\\x", u"C:\\x", u"a\\..\\..\\..\\x"}) {
-        writeBytes(folder / "h.kvx", craftedPackage({{EntryTypeData, name, {'x'}}}));
-        const ToolRun run = as("bob", {"decrypt", (folder / "h.kvx").string(), "-C", out.string()});
-        EXPECT_EQ(run.exitCode, 1) << u8(name);
-        EXPECT_FALSE(run.err.empty());
-    }
-    writeBytes(folder / "h.kvx", craftedPackage({{EntryTypeData, u"\\etc\\x", {'x'}}}));
-    EXPECT_EQ(as("bob", {"decrypt", (folder / "h.kvx").string(), "-C", out.string()}).exitCode, 0);
-    EXPECT_EQ(readBytes(out / "etc" / "x"), Bytes {'x'});
-    // Besides the package, only the extraction folder's own tree holds anything.
-    std::vector<std::string> found;
-    for (const auto& entry : fs::recursive_directory_iterator(folder))
-        if (entry.is_regular_file())
-            found.push_back(fs::relative(entry.path(), folder).string());
-    std::sort(found.begin(), found.end());
-    EXPECT_EQ(found, (std::vector<std::string> {"a/b/out/etc/x", "h.kvx"}));
 }
 
 TEST_F(CliTest, OnePersonIsNeverTakenForAnother)
@@ -559,40 +486,36 @@ TEST_F(CliTest, OnePersonIsNeverTakenForAnother)
     const fs::path folder = freshFolder("who");
     const fs::path own = folder / "own";
     const fs::path joann = folder / "joann";
-    ASSERT_EQ(in(own, {"identity", "create", "Ann Short"}).exitCode, 0);
-    ASSERT_EQ(in(joann, {"identity", "create", "Joann Tester"}).exitCode, 0);
-    ASSERT_EQ(in(joann, {"identity", "export", "-o", (folder / "joann.kvxk").string()}).exitCode, 0);
-    ASSERT_EQ(in(own, {"contacts", "import", (folder / "joann.kvxk").string()}).exitCode, 0);
+    ASSERT_EQ(in(own, { "identity", "create", "Ann Short" }).exitCode, 0);
+    ASSERT_EQ(in(joann, { "identity", "create", "Joann Tester" }).exitCode, 0);
+    ASSERT_EQ(in(joann, { "identity", "export", "-o", (folder / "joann.kvxk").string() }).exitCode, 0);
+    ASSERT_EQ(in(own, { "contacts", "import", (folder / "joann.kvxk").string() }).exitCode, 0);
 
     // Names that are pieces of another name, or of the title, are other people; the same name in
     // another case is the same person.
-    for (const char* name : {"Ann Tester", "T", "Al", "Oren", "Ann"}) {
-        const ToolRun imported = in(own, {"contacts", "import", keyFileFor(folder, name).string()});
+    for (const char* name : { "Ann Tester", "T", "Al", "Oren", "Ann" }) {
+        const ToolRun imported = in(own, { "contacts", "import", keyFileFor(folder, name).string() });
         EXPECT_EQ(imported.exitCode, 0) << name << ": " << imported.err;
     }
-    const ToolRun again = in(own, {"contacts", "import", keyFileFor(folder, "ann short").string()});
-    EXPECT_EQ(again.exitCode, 1);
-    EXPECT_NE(again.err.find("Contact already exists."), std::string::npos) << again.err;
+    EXPECT_TRUE(ended(
+        in(own, { "contacts", "import", keyFileFor(folder, "ann short").string() }), 1, "Contact already exists."));
 
     // Removing Ann Tester takes her certificate and nobody else's.
-    const ToolRun removed = in(own, {"contacts", "remove", "Ann Tester"});
-    EXPECT_EQ(removed.exitCode, 0) << removed.err;
-    const ToolRun list = in(own, {"contacts", "list"});
-    EXPECT_EQ(list.exitCode, 0) << list.err;
-    EXPECT_EQ(list.out, "Ann Short\t\t(me)\nJoann Tester\t\nT\t\nAl\t\nOren\t\nAnn\t\n");
+    EXPECT_TRUE(ended(in(own, { "contacts", "remove", "Ann Tester" }), 0, ""));
+    EXPECT_EQ(in(own, { "contacts", "list" }).out, "Ann Short\t\t(me)\nJoann Tester\t\nT\t\nAl\t\nOren\t\nAnn\t\n");
 
     // "Ann" may be the owner next to Joann Tester, and a package for herself is hers alone.
     const fs::path ann = folder / "ann";
-    ASSERT_EQ(in(ann, {"contacts", "import", (folder / "joann.kvxk").string()}).exitCode, 0);
-    const ToolRun made = in(ann, {"identity", "create", "Ann"});
-    ASSERT_EQ(made.exitCode, 0) << made.err;
+    ASSERT_EQ(in(ann, { "contacts", "import", (folder / "joann.kvxk").string() }).exitCode, 0);
+    ASSERT_TRUE(ended(in(ann, { "identity", "create", "Ann" }), 0, ""));
     writeText(folder / "secret.txt", "for Ann");
     const fs::path package = folder / "self.kvx";
-    ASSERT_EQ(in(ann, {"encrypt", "--self", "--flat", "-o", package.string(), (folder / "secret.txt").string()}).exitCode, 0);
-    const ToolRun byJoann = in(joann, {"decrypt", package.string(), "-C", (folder / "joann-out").string()});
-    EXPECT_EQ(byJoann.exitCode, 1);
-    EXPECT_NE(byJoann.err.find(NotARecipient), std::string::npos) << byJoann.err;
-    ASSERT_EQ(in(ann, {"decrypt", package.string(), "-C", (folder / "ann-out").string()}).exitCode, 0);
+    ASSERT_EQ(
+        in(ann, { "encrypt", "--self", "--flat", "-o", package.string(), (folder / "secret.txt").string() }).exitCode,
+        0);
+    EXPECT_TRUE(
+        ended(in(joann, { "decrypt", package.string(), "-C", (folder / "joann-out").string() }), 1, NotARecipient));
+    ASSERT_EQ(in(ann, { "decrypt", package.string(), "-C", (folder / "ann-out").string() }).exitCode, 0);
     EXPECT_EQ(readText(folder / "ann-out" / "secret.txt"), "for Ann");
 }
 
@@ -602,23 +525,23 @@ TEST_F(CliTest, TheOwnIdentityOutlivesItsSettings)
     const fs::path folder = profile.parent_path();
     writeText(folder / "mine.txt", "mine");
     const fs::path package = folder / "self.kvx";
-    ASSERT_EQ(in(profile, {"encrypt", "--self", "--flat", "-o", package.string(), (folder / "mine.txt").string()}).exitCode, 0);
+    ASSERT_EQ(
+        in(profile, { "encrypt", "--self", "--flat", "-o", package.string(), (folder / "mine.txt").string() }).exitCode,
+        0);
 
     // Without settings the identity is recognised by its key, said so, and written back.
     fs::remove(profile / "KvxCfg.xml");
-    const ToolRun listed = in(profile, {"contacts", "list"});
-    EXPECT_EQ(listed.exitCode, 0) << listed.err;
+    const ToolRun listed = in(profile, { "contacts", "list" });
+    EXPECT_TRUE(ended(listed, 0, "'C' was recognised by its key and written back"));
     EXPECT_EQ(listed.out, "C\t\t(me)\n");
-    EXPECT_NE(listed.err.find("'C' was recognised by its key and written back"), std::string::npos) << listed.err;
     EXPECT_NE(readText(profile / "KvxCfg.xml").find("<OwnerName>C</OwnerName>"), std::string::npos);
 
     // A damaged key file is told as such, never as a package that isn't for this identity.
     fs::copy(profile / "keys", folder / "keys-saved");
     for (const auto& key : fs::directory_iterator(profile / "keys"))
         fs::resize_file(key.path(), 100);
-    const ToolRun damaged = in(profile, {"decrypt", package.string(), "-C", (folder / "out2").string()});
-    EXPECT_EQ(damaged.exitCode, 1);
-    EXPECT_NE(damaged.err.find("Your private key can't be read"), std::string::npos) << damaged.err;
+    EXPECT_TRUE(ended(in(profile, { "decrypt", package.string(), "-C", (folder / "out2").string() }), 1,
+        "Your private key can't be read"));
     fs::remove_all(profile / "keys");
     fs::copy(folder / "keys-saved", profile / "keys");
 
@@ -626,20 +549,18 @@ TEST_F(CliTest, TheOwnIdentityOutlivesItsSettings)
     // replaced, and still opens what was sent to it.
     const std::string cut = "<Configuration><Own";
     writeText(profile / "KvxCfg.xml", cut);
-    const ToolRun removal = in(profile, {"contacts", "remove", "C"});
-    EXPECT_EQ(removal.exitCode, 1);
-    EXPECT_NE(removal.err.find("your own identity"), std::string::npos) << removal.err;
+    const ToolRun removal = in(profile, { "contacts", "remove", "C" });
+    EXPECT_TRUE(ended(removal, 1, "your own identity"));
     EXPECT_NE(removal.err.find((profile / "KvxCfg.xml").string() + " can't be read"), std::string::npos) << removal.err;
-    EXPECT_EQ(in(profile, {"identity", "create", "Dee"}).exitCode, 1);
-    const ToolRun opened = in(profile, {"decrypt", package.string(), "-C", (folder / "out").string()});
-    EXPECT_EQ(opened.exitCode, 0) << opened.err;
+    EXPECT_EQ(in(profile, { "identity", "create", "Dee" }).exitCode, 1);
+    EXPECT_TRUE(ended(in(profile, { "decrypt", package.string(), "-C", (folder / "out").string() }), 0, ""));
     EXPECT_EQ(readText(folder / "out" / "mine.txt"), "mine");
     EXPECT_EQ(readText(profile / "KvxCfg.xml"), cut);
 
     // A creation that fails leaves no private key behind.
     const fs::path empty = freshFolder("no-key") / "profile";
     fs::create_directories(empty / "KvxCfg.xml");
-    EXPECT_EQ(in(empty, {"identity", "create", "Dee"}).exitCode, 1);
+    EXPECT_EQ(in(empty, { "identity", "create", "Dee" }).exitCode, 1);
     EXPECT_TRUE(!fs::exists(empty / "keys") || fs::is_empty(empty / "keys"));
 }
 
@@ -647,31 +568,13 @@ TEST_F(CliTest, TheUsersOwnFilesAreLeftAlone)
 {
     const fs::path profile = freshProfile("mine");
     const fs::path folder = freshFolder("mine-files");
-    const fs::path tmp = std::getenv("TMPDIR");
-    writeText(tmp / "KVX-budget-2025.csv", "budget");
-    writeText(folder / ".KVXnotes.txt", "hidden notes");
     writeText(folder / "thesis.txt", "thesis");
     writeText(folder / "notes.txt", "notes");
 
     // The package would replace one of its own sources: refused before anything is written.
-    const ToolRun onto = in(profile, {"encrypt", "--self", "-o", "notes.txt", "thesis.txt", "notes.txt"}, folder);
-    EXPECT_EQ(onto.exitCode, 1);
-    EXPECT_NE(onto.err.find("notes.txt is one of the files to encrypt"), std::string::npos) << onto.err;
+    EXPECT_TRUE(ended(in(profile, { "encrypt", "--self", "-o", "notes.txt", "thesis.txt", "notes.txt" }, folder), 1,
+        "notes.txt is one of the files to encrypt"));
     EXPECT_EQ(readText(folder / "notes.txt"), "notes");
-
-    // Files whose names look like temporaries survive packages made and opened beside them.
-    const fs::path package = tmp / "KVXreport.kvx";
-    ASSERT_EQ(in(profile, {"encrypt", "--self", "-o", package.string(), "thesis.txt"}, folder).exitCode, 0);
-    for (int round = 0; round < 2; ++round) {
-        const ToolRun opened = in(profile, {"decrypt", package.string(), "-C", folder.string()});
-        EXPECT_EQ(opened.exitCode, 0) << opened.err;
-    }
-    EXPECT_EQ(readText(tmp / "KVX-budget-2025.csv"), "budget");
-    EXPECT_EQ(readText(folder / ".KVXnotes.txt"), "hidden notes");
-    EXPECT_TRUE(fs::exists(package));
-    // Later tests count what is left in the temporary folder.
-    fs::remove(package);
-    fs::remove(tmp / "KVX-budget-2025.csv");
 
     // A read-only file at the package's path is refused, not replaced.
     char pattern[] = "/tmp/halvoren-readonly-XXXXXX";
@@ -680,277 +583,205 @@ TEST_F(CliTest, TheUsersOwnFilesAreLeftAlone)
     writeText(home / "a.txt", "a");
     writeText(home / "out.kvx", "keep");
     fs::permissions(home / "out.kvx", fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
-    ASSERT_EQ(runAsOrdinaryUser(home, {"--profile", "p", "identity", "create", "Nob"}).exitCode, 0);
-    const ToolRun readOnly = runAsOrdinaryUser(home, {"--profile", "p", "encrypt", "--self", "-o", "out.kvx", "a.txt"});
-    EXPECT_EQ(readOnly.exitCode, 1);
-    EXPECT_NE(readOnly.err.find("out.kvx is read-only"), std::string::npos) << readOnly.err;
+    ASSERT_EQ(runAsOrdinaryUser(home, { "--profile", "p", "identity", "create", "Nob" }).exitCode, 0);
+    EXPECT_TRUE(ended(runAsOrdinaryUser(home, { "--profile", "p", "encrypt", "--self", "-o", "out.kvx", "a.txt" }), 1,
+        "out.kvx is read-only"));
     EXPECT_EQ(readText(home / "out.kvx"), "keep");
 
     // What a read-only folder stops is told as a denied access: sub-folders of an extraction, and
     // a contact's certificate on its way into the store.
-    writeBytes(home / "plain.kvx", craftedPackage({{EntryTypeData, u"sub\\f.txt", {'x'}}}));
+    writeBytes(home / "plain.kvx", craftedPackage({ { EntryTypeData, u"sub\\f.txt", { 'x' } } }));
     fs::create_directories(home / "ro");
     fs::permissions(home / "ro", fs::perms::owner_read | fs::perms::owner_exec);
     fs::permissions(home / "p" / "certificates", fs::perms::owner_read | fs::perms::owner_exec);
-    const ToolRun subFolder = runAsOrdinaryUser(home, {"--profile", "p", "decrypt", "plain.kvx", "-C", "ro"});
-    EXPECT_EQ(subFolder.exitCode, 1);
-    EXPECT_NE(subFolder.err.find("Access is denied"), std::string::npos) << subFolder.err;
-    const ToolRun import = runAsOrdinaryUser(home, {"--profile", "p", "contacts", "import", (*root / "bob.kvxk").string()});
-    EXPECT_EQ(import.exitCode, 1);
-    EXPECT_NE(import.err.find("Access is denied"), std::string::npos) << import.err;
+    EXPECT_TRUE(ended(
+        runAsOrdinaryUser(home, { "--profile", "p", "decrypt", "plain.kvx", "-C", "ro" }), 1, "Access is denied"));
+    EXPECT_TRUE(
+        ended(runAsOrdinaryUser(home, { "--profile", "p", "contacts", "import", (*root / "bob.kvxk").string() }), 1,
+            "Access is denied"));
     fs::remove_all(home);
-}
-
-TEST_F(CliTest, NamesNeverReachTheTerminalAsControlCharacters)
-{
-    const fs::path folder = freshFolder("controls");
-    auto controlsIn = [](const std::string& text) {
-        return std::count_if(text.begin(), text.end(), [](char c) {
-            const auto byte = static_cast<unsigned char>(c);
-            return (byte < 0x20 && byte != '\n') || byte == 0x7F;
-        });
-    };
-    const std::string title = "\x1b]2;owned\x07\x1b[2J";
-    const ToolRun missing = as("ann", {"encrypt", "--self", "-o", (folder / "x.kvx").string(), title});
-    EXPECT_EQ(missing.exitCode, 1);
-    EXPECT_EQ(controlsIn(missing.err), 0) << missing.err;
-    EXPECT_NE(missing.err.find("\\x1b]2;owned\\x07\\x1b[2J"), std::string::npos) << missing.err;
-
-    // An entry name a hostile sender chose, refused on extraction.
-    writeBytes(folder / "h.kvx", craftedPackage({{EntryTypeData, u"\x1b]2;owned\x07\\..\\..\\x", {'x'}}}));
-    const ToolRun refused = as("bob", {"decrypt", (folder / "h.kvx").string(), "-C", (folder / "out").string()});
-    EXPECT_EQ(refused.exitCode, 1);
-    EXPECT_FALSE(refused.err.empty());
-    EXPECT_EQ(controlsIn(refused.err), 0) << refused.err;
 }
 
 TEST_F(CliTest, UsageErrorsHelpAndExitCodes)
 {
     EXPECT_EQ(runTool({}).exitCode, 2);
-    const ToolRun help = runTool({"--help"});
-    EXPECT_EQ(help.exitCode, 0);
-    EXPECT_NE(help.out.find("Usage: halvoren-cli"), std::string::npos);
-    for (const char* command : {"identity", "contacts", "encrypt", "decrypt", "list", "verify"}) {
-        const ToolRun commandHelp = runTool({command, "--help"});
-        EXPECT_EQ(commandHelp.exitCode, 0) << command;
-        EXPECT_NE(commandHelp.out.find(std::string("halvoren-cli ") + command), std::string::npos) << command;
+    for (const char* command : { "", "identity", "contacts", "encrypt", "decrypt", "list", "verify" }) {
+        const ToolRun help = runTool(
+            *command ? std::vector<std::string> { command, "--help" } : std::vector<std::string> { "--help" });
+        EXPECT_EQ(help.exitCode, 0) << command;
+        EXPECT_NE(
+            help.out.find(*command ? std::string("halvoren-cli ") + command : "Usage: halvoren-cli"), std::string::npos)
+            << command;
     }
     const fs::path folder = freshFolder("usage");
     writeText(folder / "f", "1");
     const std::string f = (folder / "f").string();
     const std::string o = (folder / "o.kvx").string();
-    EXPECT_EQ(runTool({"frobnicate"}).exitCode, 2);
-    EXPECT_EQ(runTool({"encrypt", "--bogus"}).exitCode, 2);
-    EXPECT_EQ(as("ann", {"encrypt", "-o", o, f}).exitCode, 2);
-    EXPECT_EQ(as("ann", {"encrypt", "-o", o, "--plain", "--self", f}).exitCode, 2);
-    EXPECT_EQ(as("ann", {"encrypt", "-o", o, "-r", "Nobody", f}).exitCode, 2);
-    EXPECT_EQ(as("ann", {"encrypt", "-o", o, "--self"}).exitCode, 2);
-    EXPECT_EQ(as("ann", {"decrypt", o}).exitCode, 2);
-    EXPECT_EQ(as("ann", {"verify"}).exitCode, 2);
-    EXPECT_EQ(as("ann", {"list", o, "-C", folder.string()}).exitCode, 2);
-    EXPECT_EQ(as("ann", {"encrypt", "-o", o, "--self", (folder / "missing").string()}).exitCode, 1);
-    EXPECT_EQ(as("ann", {"identity", "create", "Another"}).exitCode, 1);
-    EXPECT_EQ(as("fresh", {"identity", "show"}).exitCode, 1);
-    EXPECT_EQ(as("fresh", {"identity", "create", "Comma, Name"}).exitCode, 1);
+    EXPECT_EQ(runTool({ "frobnicate" }).exitCode, 2);
+    EXPECT_EQ(runTool({ "encrypt", "--bogus" }).exitCode, 2);
+    EXPECT_EQ(as("ann", { "encrypt", "-o", o, f }).exitCode, 2);
+    EXPECT_EQ(as("ann", { "encrypt", "-o", o, "--plain", "--self", f }).exitCode, 2);
+    EXPECT_EQ(as("ann", { "encrypt", "-o", o, "-r", "Nobody", f }).exitCode, 2);
+    EXPECT_EQ(as("ann", { "encrypt", "-o", o, "--self" }).exitCode, 2);
+    EXPECT_EQ(as("ann", { "decrypt", o }).exitCode, 2);
+    EXPECT_EQ(as("ann", { "verify" }).exitCode, 2);
+    EXPECT_EQ(as("ann", { "list", o, "-C", folder.string() }).exitCode, 2);
+    // A name from the command line is echoed with its control characters spelled out.
+    const ToolRun missing = as("ann", { "encrypt", "--self", "-o", o, "\x1b]2;owned\x07\x1b[2J" });
+    EXPECT_TRUE(ended(missing, 1, "\\x1b]2;owned\\x07\\x1b[2J"));
+    EXPECT_EQ(controlsIn(missing.err), 0) << missing.err;
+    EXPECT_EQ(as("ann", { "identity", "create", "Another" }).exitCode, 1);
+    EXPECT_EQ(as("fresh", { "identity", "show" }).exitCode, 1);
+    EXPECT_EQ(as("fresh", { "identity", "create", "Comma, Name" }).exitCode, 1);
     EXPECT_FALSE(fs::exists(o));
 }
 
-namespace {
-// Waits until the tool has the file open, so that a signal sent then finds it at work with its
-// handlers in place, however slowly it started (a sanitizer build starts slowly).
-void waitUntilOpen(pid_t child, const fs::path& file)
-{
-    const fs::path wanted = fs::weakly_canonical(file);
-    for (int tries = 0; tries < 2000; ++tries) {
-        std::error_code error;
-        for (const auto& entry : fs::directory_iterator("/proc/" + std::to_string(child) + "/fd", error)) {
-            std::error_code ignored;
-            if (fs::read_symlink(entry.path(), ignored) == wanted)
-                return;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-}
-} // namespace
-
-TEST_F(CliTest, InterruptStopsTheRunAndLeavesNothingBehind)
+TEST_F(CliTest, AnInterruptStopsTheRunLeavesNothingAndSaysOnlyThatItStopped)
 {
     // Ctrl-C, and the hang-up of a terminal that was closed.
-    for (const int signal : { SIGINT, SIGHUP })
-        interruptOnce(signal);
-}
-
-void CliTest::interruptOnce(int signal)
-{
-    SCOPED_TRACE(signal);
-    const fs::path folder = freshFolder("interrupt");
-    const fs::path big = folder / "big.bin";
-    const fs::path package = folder / "big.kvx";
-    // A sparse file costs nothing to make and seconds to encrypt: time enough to be interrupted.
-    for (std::uint64_t size : {std::uint64_t(2) << 30, std::uint64_t(6) << 30}) {
-        {
-            writeText(big, "");
-            fs::resize_file(big, size);
-        }
-        const ToolRun run = runTool(
-            { "--profile", (*root / "ann").string(), "encrypt", "--self", "-o", package.string(), big.string() },
-            [signal, &big](pid_t child) {
-                waitUntilOpen(child, big);
-                std::this_thread::sleep_for(std::chrono::milliseconds(100));
-                kill(child, signal);
-            });
-        if (run.exitCode == 0)
-            continue;  // The machine outran the signal; try a larger file.
-        EXPECT_EQ(run.exitCode, 130) << run.err;
-        EXPECT_FALSE(fs::exists(package));
+    for (const int signal : { SIGINT, SIGHUP }) {
+        SCOPED_TRACE(signal);
+        const fs::path folder = freshFolder("interrupt");
+        const fs::path big = folder / "big.bin";
+        const fs::path package = folder / "big.kvx";
+        // A sparse file costs nothing to make and seconds to encrypt: time enough to be interrupted.
+        const auto run = interruptedRun(
+            { "--profile", (*root / "ann").string(), "encrypt", "--self", "-o", package.string(), big.string() }, big,
+            signal,
+            [&](std::uint64_t size) {
+                fs::remove(package);
+                writeText(big, "");
+                fs::resize_file(big, size);
+            },
+            [](const ToolRun& run) { return run.exitCode == 0; });
+        if (!run)
+            continue;
+        EXPECT_EQ(run->exitCode, 130) << run->err;
         EXPECT_TRUE(leftoverTempFiles().empty());
-        // Only the source is left in the folder: no staged package beside the target.
-        EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
-        return;
+        // Only the source is left in the folder: no package, and none staged beside the target.
+        EXPECT_EQ(filesBelow(folder), std::vector<std::string> { "big.bin" });
     }
-    ADD_FAILURE() << "the run was never interrupted";
-}
-
-TEST_F(CliTest, PackageFailuresNameTheFileAndAStopReadsAsAStopOnly)
-{
-    const fs::path folder = freshFolder("messages");
-    const fs::path out = folder / "out";
-    // Shorter than a header, and an index that can't be walked: the engine says 38 and 2, the
-    // user reads that the file is no package.
-    writeBytes(folder / "short.kvx", {'k', 'v', 'x'});
-    writeBytes(folder / "noindex.kvx", craftedPackage(1, entryHeader(EntryTypeData, 0, 5)));
-    for (const char* name : {"short.kvx", "noindex.kvx"}) {
-        const ToolRun run = as("bob", {"decrypt", (folder / name).string(), "-C", out.string()});
-        EXPECT_EQ(run.exitCode, 1) << name;
-        EXPECT_NE(run.err.find((folder / name).string() + ": " + InvalidPackage), std::string::npos) << run.err;
-    }
-
-    // A link where an entry goes is named, with the reason.
-    fs::create_directories(out / "x");
-    fs::create_symlink(folder, out / "x" / "link");
-    writeBytes(folder / "l.kvx", craftedPackage({{EntryTypeData, u"x\\link", {'1'}}}));
-    const ToolRun linked = as("bob", {"decrypt", (folder / "l.kvx").string(), "-C", out.string()});
-    EXPECT_EQ(linked.exitCode, 1);
-    EXPECT_NE(linked.err.find((out / "x" / "link").string() + ": refusing to follow a symbolic link"), std::string::npos)
-        << linked.err;
 
     // Ctrl-C while a large package is checked: its digest is wrong, so a check that ran to the
     // end would call it invalid; the stop must say only that it stopped.
-    const fs::path big = folder / "big.kvx";
-    for (std::uint64_t size : {std::uint64_t(3) << 30, std::uint64_t(8) << 30}) {
-        writeBytes(big, craftedPackage(1, entryHeader(EntryTypeData, 0, size - 52)));
-        fs::resize_file(big, size);
-        const ToolRun run = runTool({"--profile", (*root / "bob").string(), "decrypt", big.string(), "-C", out.string()},
-                                    [&big](pid_t child) {
-                                        waitUntilOpen(child, big);
-                                        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-                                        kill(child, SIGINT);
-                                    });
-        if (run.exitCode == 1 && run.err.find(InvalidPackage) != std::string::npos
-            && run.err.find("stopped") == std::string::npos)
-            continue;  // The check ended before the signal came; try a larger file.
-        EXPECT_EQ(run.exitCode, 130) << run.err;
-        EXPECT_EQ(run.err.find(InvalidPackage), std::string::npos) << run.err;
-        EXPECT_NE(run.err.find("stopped"), std::string::npos) << run.err;
-        return;
-    }
-    ADD_FAILURE() << "the check was never interrupted";
+    const fs::path big = freshFolder("interrupt-check") / "big.kvx";
+    const auto run = interruptedRun(
+        { "--profile", (*root / "bob").string(), "decrypt", big.string(), "-C", (big.parent_path() / "out").string() },
+        big, SIGINT,
+        [&](std::uint64_t size) {
+            writeBytes(big, craftedPackage(1, entryHeader(EntryTypeData, 0, size - 52)));
+            fs::resize_file(big, size);
+        },
+        [](const ToolRun& run) {
+            return run.exitCode == 1 && run.err.find(InvalidPackage) != std::string::npos
+                && run.err.find("stopped") == std::string::npos;
+        });
+    ASSERT_TRUE(run);
+    EXPECT_TRUE(ended(*run, 130, "stopped"));
+    EXPECT_EQ(run->err.find(InvalidPackage), std::string::npos) << run->err;
 }
 
-TEST_F(CliTest, APackageWithAnyRefusedNameWritesNothingAndNamesTheEntry)
+TEST_F(CliTest, AHostilePackageWritesNothingAnywhereAndNamesTheEntryPlainly)
 {
-    const fs::path folder = freshFolder("refused");
-    const fs::path out = folder / "out";
+    const fs::path folder = freshFolder("hostile");
+    const fs::path out = folder / "a" / "b" / "out";
+    // Good entries, one of them large, come before the refused name.
     const std::vector<std::pair<std::u16string, std::string>> cases {
-        {u"d", "entry \"d\": a file of the same name is a folder of another entry (\"d/b.bin\")"},
-        {u"d/b.bin", "entry \"d/b.bin\": an earlier entry has the same name"},
-        {u"evil\x1b]0;owned\x07\\..\\x", "entry \"evil\\x1B]0;owned\\x07/../x\": the name holds \"..\""},
+        { u"d", "entry \"d\": a file of the same name is a folder of another entry (\"d/b.bin\")" },
+        { u"d/b.bin", "entry \"d/b.bin\": an earlier entry has the same name" },
+        { u"evil\x1b]0;owned\x07\\..\\x", "entry \"evil\\x1B]0;owned\\x07/../x\": the name holds \"..\"" },
+        { u"a\\..\\..\\..\\x", "entry \"a/../../../x\": the name holds \"..\"" },
+        { u"C:\\x", "entry \"C:/x\": the name starts with a drive" },
     };
     for (const auto& [name, says] : cases) {
-        writeBytes(folder / "h.kvx", craftedPackage({{EntryTypeData, u"d\\b.bin", randomBytes(70000, 2)},
-                                                     {EntryTypeData, u"x", {'x'}},
-                                                     {EntryTypeData, name, {'!'}}}));
-        const ToolRun run = as("bob", {"decrypt", (folder / "h.kvx").string(), "-C", out.string()});
-        EXPECT_EQ(run.exitCode, 1) << says;
-        EXPECT_NE(run.err.find(says + "; nothing was extracted"), std::string::npos) << run.err;
+        writeBytes(folder / "h.kvx",
+            craftedPackage({ { EntryTypeData, u"d\\b.bin", randomBytes(70000, 2) }, { EntryTypeData, u"x", { 'x' } },
+                { EntryTypeData, name, { '!' } } }));
+        const ToolRun run = as("bob", { "decrypt", (folder / "h.kvx").string(), "-C", out.string() });
+        EXPECT_TRUE(ended(run, 1, says + "; nothing was extracted"));
         // The terminal gets no control character from a sender.
-        EXPECT_EQ(run.err.find_first_of("\x1b\x07"), std::string::npos) << run.err;
+        EXPECT_EQ(controlsIn(run.err), 0) << run.err;
         EXPECT_TRUE(fs::is_empty(out)) << says;
     }
+    // A name from the root lands inside the folder, and nothing lies anywhere else.
+    writeBytes(folder / "h.kvx", craftedPackage({ { EntryTypeData, u"\\etc\\x", { 'x' } } }));
+    EXPECT_EQ(as("bob", { "decrypt", (folder / "h.kvx").string(), "-C", out.string() }).exitCode, 0);
+    EXPECT_EQ(filesBelow(folder),
+        (std::vector<std::string> { "a", "a/b", "a/b/out", "a/b/out/etc", "a/b/out/etc/x", "h.kvx" }));
 }
 
 TEST_F(CliTest, ListAndVerifyCheckEveryDigestAndWriteNothing)
 {
     const fs::path work = freshFolder("check");
     const fs::path profile = freshProfile("check-profile");
-    ASSERT_EQ(in(profile, {"contacts", "import", (*root / "bob.kvxk").string()}).exitCode, 0);
+    ASSERT_EQ(in(profile, { "contacts", "import", (*root / "bob.kvxk").string() }).exitCode, 0);
     fs::create_directories(work / "tree" / "sub");
     writeBytes(work / "tree" / "big.bin", randomBytes(300000, 3));
     writeText(work / "tree" / "empty", "");
     writeText(work / "tree" / "sub" / "b\x1b[2J.txt", "summer");
     const fs::path plain = work / "plain.kvx";
     const fs::path sealed = work / "sealed.kvx";
-    ASSERT_EQ(in(profile, {"encrypt", "--plain", "-o", plain.string(), "tree"}, work).exitCode, 0);
-    ASSERT_EQ(in(profile, {"encrypt", "-r", "Bob", "-o", sealed.string(), "tree"}, work).exitCode, 0);
+    ASSERT_EQ(in(profile, { "encrypt", "--plain", "-o", plain.string(), "tree" }, work).exitCode, 0);
+    ASSERT_EQ(in(profile, { "encrypt", "-r", "Bob", "-o", sealed.string(), "tree" }, work).exitCode, 0);
 
     // Damage that each check must find: the outer digest, the inner digest behind a recomputed
-    // outer one, the padding of the last block, an entry of a plain package, and an index that
-    // runs past the end of a package whose digest matches.
-    const Bytes sealedBytes = readBytes(sealed);
-    std::vector<std::pair<std::string, Bytes>> damaged {
-        {"outer", sealedBytes}, {"inner", sealedBytes}, {"padding", sealedBytes}, {"entry", readBytes(plain)},
-        {"index", craftedPackage(1, entryHeader(EntryTypeData, 0, 5))}};
-    damaged[0].second[sealedBytes.size() / 2] ^= 0x01;
-    damaged[1].second[sealedBytes.size() / 2] ^= 0x01;
-    rehash(damaged[1].second);
-    damaged[2].second.back() ^= 0x01;
-    rehash(damaged[2].second);
-    damaged[3].second[damaged[3].second.size() - 3] ^= 0x01;
+    // outer one, the padding of the last block, an entry of a plain package, an index that runs
+    // past the end of a package whose digest matches, and a file shorter than a header.
+    auto flipped = [](Bytes bytes, std::size_t at, bool mended) {
+        bytes[at] ^= 0x01;
+        if (mended)
+            rehash(bytes);
+        return bytes;
+    };
+    const Bytes s = readBytes(sealed);
+    const Bytes p = readBytes(plain);
+    const std::vector<std::pair<std::string, Bytes>> damaged { { "outer", flipped(s, s.size() / 2, false) },
+        { "inner", flipped(s, s.size() / 2, true) }, { "padding", flipped(s, s.size() - 1, true) },
+        { "entry", flipped(p, p.size() - 3, false) }, { "index", craftedPackage(1, entryHeader(EntryTypeData, 0, 5)) },
+        { "short", { 'k', 'v', 'x' } } };
     for (const auto& [name, bytes] : damaged)
         writeBytes(work / (name + ".kvx"), bytes);
 
-    auto snapshot = [](const fs::path& folder) {
-        std::vector<std::string> found;
-        for (const auto& entry : fs::recursive_directory_iterator(folder))
-            found.push_back(entry.path().string());
-        std::sort(found.begin(), found.end());
-        return found;
-    };
     // The checks run in an empty folder of their own, where anything written would show.
     const fs::path here = work / "here";
     fs::create_directories(here);
     const fs::path temporary = std::getenv("TMPDIR");
-    const auto workBefore = snapshot(work);
-    const auto temporaryBefore = snapshot(temporary);
+    const auto workBefore = filesBelow(work);
+    const auto temporaryBefore = filesBelow(temporary);
 
     const std::string listing = "tree/big.bin\t300000\ntree/empty\t0\ntree/sub/b\\x1b[2J.txt\t6\n";
-    for (const fs::path& package : {plain, sealed}) {
+    for (const fs::path& package : { plain, sealed }) {
         const bool encrypted = package == sealed;
-        const ToolRun list = as("bob", {"list", package.string()}, here);
+        const ToolRun list = as("bob", { "list", package.string() }, here);
         EXPECT_EQ(list.exitCode, 0) << list.err;
         EXPECT_EQ(list.out, listing);
         const std::string shown = "../" + package.filename().string();
-        const ToolRun verify = as("bob", {"verify", shown}, here);
+        const ToolRun verify = as("bob", { "verify", shown }, here);
         EXPECT_EQ(verify.exitCode, 0) << verify.err;
-        EXPECT_EQ(verify.out, shown + ": intact (" + (encrypted ? "encrypted, opened with your key" : "not encrypted")
+        EXPECT_EQ(verify.out,
+            shown + ": intact (" + (encrypted ? "encrypted, opened with your key" : "not encrypted")
                 + "; 3 files, 300006 bytes)\n");
     }
     for (const auto& [name, bytes] : damaged) {
-        for (const char* command : {"list", "verify"}) {
-            const ToolRun run = as("bob", {command, "../" + name + ".kvx"}, here);
+        for (const char* command : { "list", "verify" }) {
+            const ToolRun run = as("bob", { command, "../" + name + ".kvx" }, here);
             EXPECT_EQ(run.exitCode, 1) << command << " " << name;
             EXPECT_TRUE(run.out.empty()) << command << " " << name << ": " << run.out;
             EXPECT_EQ(run.err, "halvoren-cli: ../" + name + ".kvx: " + InvalidPackage + "\n") << command << " " << name;
         }
     }
     // The maker didn't encrypt for herself: she hears what decrypt would tell her.
-    const ToolRun outsider = in(profile, {"verify", sealed.string()}, here);
-    EXPECT_EQ(outsider.exitCode, 1);
+    const ToolRun outsider = in(profile, { "verify", sealed.string() }, here);
+    EXPECT_TRUE(ended(outsider, 1, NotARecipient));
     EXPECT_TRUE(outsider.out.empty());
-    EXPECT_EQ(snapshot(work), workBefore);
-    EXPECT_EQ(snapshot(temporary), temporaryBefore);
-    const ToolRun decrypt = in(profile, {"decrypt", sealed.string(), "-C", (freshFolder("check-out") / "x").string()});
+    EXPECT_EQ(filesBelow(work), workBefore);
+    EXPECT_EQ(filesBelow(temporary), temporaryBefore);
+    const ToolRun decrypt
+        = in(profile, { "decrypt", sealed.string(), "-C", (freshFolder("check-out") / "x").string() });
     EXPECT_EQ(decrypt.exitCode, 1);
-    EXPECT_NE(outsider.err.find(NotARecipient), std::string::npos) << outsider.err;
     EXPECT_EQ(outsider.err, decrypt.err);
+    // Decrypt too calls a file shorter than a header, or an index that can't be walked, no package.
+    for (const fs::path& package : { work / "short.kvx", work / "index.kvx" })
+        EXPECT_TRUE(ended(as("bob", { "decrypt", package.string(), "-C", (freshFolder("check-out") / "x").string() }),
+            1, package.string() + ": " + InvalidPackage));
 }

@@ -3,15 +3,10 @@
 #include "files/FileSet.h"
 #include "platform/Utf.h"
 
-TEST(FileSet, KeepsCodeUnitOrderAndCaseSensitiveUniqueness)
+TEST(FileSet, RootsAreTheFirstPartsOfThePaths)
 {
-    FileSet files { u"/home/ann/b.txt", u"/home/ann/a.txt", u"/home/Ann/a.txt", u"/home/ann/a.txt", u"/home/ann/a.txt2",
-        u"/home/ann/\u00e9.txt" };
-    const std::vector<std::u16string> expected { u"/home/Ann/a.txt", u"/home/ann/a.txt", u"/home/ann/a.txt2",
-        u"/home/ann/b.txt", u"/home/ann/\u00e9.txt" };
-    EXPECT_EQ(std::vector<std::u16string>(files.begin(), files.end()), expected);
     EXPECT_TRUE(deriveRoots(FileSet {}).empty());
-    EXPECT_EQ(deriveRoots(files), (std::set<std::u16string> { u"/" }));
+    EXPECT_EQ(deriveRoots(FileSet { u"/home/ann/b.txt", u"/home/Ann/a.txt" }), (std::set<std::u16string> { u"/" }));
     EXPECT_EQ(deriveRoots(FileSet { u"rel.txt", u"/a" }), (std::set<std::u16string> { u"", u"/" }));
 }
 

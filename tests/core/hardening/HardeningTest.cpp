@@ -12,9 +12,10 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <new>
 #include <fstream>
+#include <functional>
 #include <map>
+#include <new>
 #include <random>
 #include <thread>
 
@@ -25,10 +26,10 @@
 #include "crypto/CertificateStore.h"
 #include "crypto/CryptoSession.h"
 #include "crypto/IdentityCertificate.h"
+#include "engine/AppConstants.h"
 #include "package/ContainerFile.h"
 #include "package/PackageEngine.h"
 #include "platform/FaultInjection.h"
-#include "engine/AppConstants.h"
 #include "platform/Profile.h"
 #include "platform/TempFile.h"
 
@@ -37,9 +38,9 @@ namespace fs = std::filesystem;
 
 // Peak bytes held through operator new, so a test can see what a hostile length made us allocate.
 namespace {
-std::atomic<long long> liveBytes {0};
-std::atomic<long long> peakBytes {0};
-}  // namespace
+std::atomic<long long> liveBytes { 0 };
+std::atomic<long long> peakBytes { 0 };
+} // namespace
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 void* operator new(std::size_t size)
@@ -49,8 +50,7 @@ void* operator new(std::size_t size)
         throw std::bad_alloc();
     const long long now = liveBytes += static_cast<long long>(malloc_usable_size(pointer));
     long long peak = peakBytes.load();
-    while (now > peak && !peakBytes.compare_exchange_weak(peak, now)) {
-    }
+    while (now > peak && !peakBytes.compare_exchange_weak(peak, now)) { }
     return pointer;
 }
 void operator delete(void* pointer) noexcept
@@ -83,15 +83,31 @@ bool holds(const Bytes& haystack, const std::string& needle)
 
 int goOn(std::uint32_t, std::int64_t, std::int64_t, KvxUtils::UserParameter*) { return 1; }
 
+// Runs `work` over and over in a child process and kills it after `delay`; 1 if the kill ended
+// it, 0 if it had ended before.
+int killedWhileWorking(const std::function<void()>& work, std::chrono::microseconds delay)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        for (;;)
+            work();
+    }
+    std::this_thread::sleep_for(delay);
+    kill(child, SIGKILL);
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFSIGNALED(status) ? 1 : 0;
+}
+
 // Answers stop at one chosen report.
-std::atomic<int> reportsLeft {-1};
+std::atomic<int> reportsLeft { -1 };
 int stopAtChosenReport(std::uint32_t operation, std::int64_t, std::int64_t, KvxUtils::UserParameter*)
 {
     if (operation == OpError)
         return 1;
     return reportsLeft.fetch_sub(1) == 0 ? 0 : 1;
 }
-std::atomic<int> reportsSeen {0};
+std::atomic<int> reportsSeen { 0 };
 int countReports(std::uint32_t operation, std::int64_t, std::int64_t, KvxUtils::UserParameter*)
 {
     if (operation != OpError)
@@ -99,7 +115,7 @@ int countReports(std::uint32_t operation, std::int64_t, std::int64_t, KvxUtils::
     return 1;
 }
 
-}  // namespace
+} // namespace
 
 class HardeningTest : public ::testing::Test {
 protected:
@@ -136,7 +152,8 @@ protected:
         engine.setNameMode(NameModeFullPath);
         engine.setFiles(files);
         engine.setPackagePath(u16(package));
-        engine.setRecipients(encrypted ? std::vector<const ContactRecord*> {me} : std::vector<const ContactRecord*> {});
+        engine.setRecipients(
+            encrypted ? std::vector<const ContactRecord*> { me } : std::vector<const ContactRecord*> {});
         engine.setCallback(callback);
         engine.setUserParameter(&record);
         return engine.create();
@@ -158,67 +175,57 @@ protected:
         writeBytes(folder / "in" / "a.bin", randomBytes(40000, 1));
         writeBytes(folder / "in" / "sub" / "b.bin", randomBytes(9000, 2));
         writeText(folder / "in" / "sub" / "c.txt", "c");
-        return {u16(folder / "in" / "a.bin"), u16(folder / "in" / "sub" / "b.bin"), u16(folder / "in" / "sub" / "c.txt")};
+        return { u16(folder / "in" / "a.bin"), u16(folder / "in" / "sub" / "b.bin"),
+            u16(folder / "in" / "sub" / "c.txt") };
     }
 
-    static fs::path* profile;
-    static ContactRecord* me;
+    static inline fs::path* profile = nullptr;
+    static inline ContactRecord* me = nullptr;
 };
-
-fs::path* HardeningTest::profile = nullptr;
-ContactRecord* HardeningTest::me = nullptr;
 
 TEST_F(HardeningTest, HostilePackagesAreRefusedWithoutBigAllocations)
 {
     const fs::path folder = freshFolder("hostile");
     const fs::path out = folder / "out";
-    struct Case {
-        const char* what;
-        Bytes bytes;
-        std::uint32_t code;
-    };
     // A walk of the entries that fails is "no index" to the engine: code 2.
-    Bytes longName = entryHeader(EntryTypeData, 0xFFFFFFFE, 0);
-    std::vector<Case> cases {
-        {"name length of 4 GiB", craftedPackage(1, longName), win::ERROR_FILE_NOT_FOUND},
-        {"entry count of 2^32-1", craftedPackage(0xFFFFFFFF, entryHeader(EntryTypeData, 0, 0)), win::ERROR_FILE_NOT_FOUND},
-        {"data size of 2^63", craftedPackage(1, entryHeader(EntryTypeData, 0, std::uint64_t(1) << 63)), win::ERROR_FILE_NOT_FOUND},
-        {"name with a NUL before a parent step", craftedPackage({{EntryTypeData, std::u16string(u"ok\0..\\..\\x", 10), {'x'}}}), 0},
-        {"encrypted package without an envelope that decodes",
-         craftedPackage({{EntryTypeKey, u"k", randomBytes(300, 3)}, {EntryTypeData, u"d", randomBytes(64, 4)}},
-                        ContainerTypeEncrypted),
-         win::ERROR_CANNOT_MAKE},
+    std::vector<std::tuple<const char*, Bytes, std::uint32_t>> cases {
+        { "name length of 4 GiB", craftedPackage(1, entryHeader(EntryTypeData, 0xFFFFFFFE, 0)),
+            win::ERROR_FILE_NOT_FOUND },
+        { "entry count of 2^32-1", craftedPackage(0xFFFFFFFF, entryHeader(EntryTypeData, 0, 0)),
+            win::ERROR_FILE_NOT_FOUND },
+        { "data size of 2^63", craftedPackage(1, entryHeader(EntryTypeData, 0, std::uint64_t(1) << 63)),
+            win::ERROR_FILE_NOT_FOUND },
+        { "name with a NUL before a parent step",
+            craftedPackage({ { EntryTypeData, std::u16string(u"ok\0..\\..\\x", 10), { 'x' } } }), 0 },
+        { "encrypted package without an envelope that decodes",
+            craftedPackage({ { EntryTypeKey, u"k", randomBytes(300, 3) }, { EntryTypeData, u"d", randomBytes(64, 4) } },
+                ContainerTypeEncrypted),
+            win::ERROR_CANNOT_MAKE },
     };
     // A real envelope for us, in front of cipher text that isn't a whole number of blocks.
     writeText(folder / "plain", "x");
     CryptoSession session;
-    ASSERT_TRUE(session.encryptFile(u16(folder / "plain"), u16(folder / "data"), u16(folder / "key"),
-                                    {me->identity.certificate()}));
+    ASSERT_TRUE(session.encryptFile(
+        u16(folder / "plain"), u16(folder / "data"), u16(folder / "key"), { me->identity.certificate() }));
     Bytes ragged = readBytes(folder / "data");
     ragged.push_back(0);
-    cases.push_back({"cipher text not a multiple of 16",
-                     craftedPackage({{EntryTypeKey, u"k", readBytes(folder / "key")}, {EntryTypeData, u"d", ragged}},
-                                    ContainerTypeEncrypted),
-                     win::ERROR_CANNOT_MAKE});
+    cases.push_back({ "cipher text not a multiple of 16",
+        craftedPackage({ { EntryTypeKey, u"k", readBytes(folder / "key") }, { EntryTypeData, u"d", ragged } },
+            ContainerTypeEncrypted),
+        win::ERROR_CANNOT_MAKE });
 
-    for (const Case& c : cases) {
-        writeBytes(folder / "h.kvx", c.bytes);
+    for (const auto& [what, bytes, code] : cases) {
+        writeBytes(folder / "h.kvx", bytes);
         peakBytes = liveBytes.load();
         const long long before = liveBytes.load();
-        const EngineStatus status = extract(folder / "h.kvx", out);
-        EXPECT_EQ(status.code(), c.code) << c.what;
-        if (CountingAllocations) {
-            EXPECT_LT(peakBytes.load() - before, 8ll << 20) << c.what;
-        }
-        EXPECT_TRUE(leftoverTempFiles().empty()) << c.what;
+        EXPECT_EQ(extract(folder / "h.kvx", out).code(), code) << what;
+        EXPECT_TRUE(!CountingAllocations || peakBytes.load() - before < (8ll << 20)) << what;
+        EXPECT_TRUE(leftoverTempFiles().empty()) << what;
     }
-    // What the NUL case left: the name up to the NUL, inside the folder.
-    EXPECT_EQ(readBytes(out / "ok"), Bytes {'x'});
-    std::vector<std::string> files;
-    for (const auto& entry : fs::recursive_directory_iterator(folder))
-        files.push_back(fs::relative(entry.path(), folder).string());
-    std::sort(files.begin(), files.end());
-    EXPECT_EQ(files, (std::vector<std::string> {"data", "h.kvx", "key", "out", "out/ok", "plain"}));
+    // What the NUL case left: the name up to the NUL, inside the folder, and nothing else.
+    const auto left = treeContents(folder);
+    EXPECT_EQ(left.size(), 5u);
+    EXPECT_EQ(left.at("out/ok"), Bytes { 'x' });
 }
 
 TEST_F(HardeningTest, AFullDiskAtAnyWriteLeavesNoPackageAndNoTemporaries)
@@ -227,40 +234,30 @@ TEST_F(HardeningTest, AFullDiskAtAnyWriteLeavesNoPackageAndNoTemporaries)
     const FileSet files = someFiles(folder);
     const fs::path package = folder / "p.kvx";
     writeText(package, "earlier");
-    // A write count that a whole run needs, then a full disk at every point of it.
-    int failures = 0;
-    for (int at = 0; at < 40; ++at) {
-        platform::faults::failAfter(platform::faults::Kind::Write, at, win::ERROR_DISK_FULL, true);
-        const EngineStatus status = create(files, package, goOn);
-        platform::faults::reset();
-        if (status.ok())
-            break;
-        ++failures;
-        // The package's own write reports the full disk; one in the middle of the encryption
-        // fails it as a whole.
-        EXPECT_TRUE(status.code() == win::ERROR_DISK_FULL || status.code() == win::ERROR_CANNOT_MAKE)
-            << "at write " << at << ": " << status.code();
-        EXPECT_EQ(readBytes(package), (Bytes {'e', 'a', 'r', 'l', 'i', 'e', 'r'})) << "at write " << at;
-        EXPECT_TRUE(leftoverTempFiles().empty()) << "at write " << at;
-        EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 2) << "at write " << at;
-    }
-    EXPECT_GE(failures, 5);
-
+    // A full disk at every write a whole run needs: the package's own write reports it, one in
+    // the middle of the encryption fails it as a whole; the count of runs that failed.
+    auto failuresOf = [&](bool creating) {
+        int failures = 0;
+        for (int at = 0; at < 40; ++at, ++failures) {
+            fs::remove_all(folder / "out");
+            platform::faults::failAfter(platform::faults::Kind::Write, at, win::ERROR_DISK_FULL, true);
+            const EngineStatus status = creating ? create(files, package, goOn) : extract(package, folder / "out");
+            platform::faults::reset();
+            if (status.ok())
+                break;
+            EXPECT_TRUE(status.code() == win::ERROR_DISK_FULL || status.code() == win::ERROR_CANNOT_MAKE)
+                << "at write " << at << ": " << status.code();
+            EXPECT_TRUE(leftoverTempFiles().empty()) << "at write " << at;
+            if (creating) {
+                EXPECT_EQ(readText(package), "earlier") << "at write " << at;
+                EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 2) << at;
+            }
+        }
+        return failures;
+    };
+    EXPECT_GE(failuresOf(true), 5);
     ASSERT_TRUE(create(files, package, goOn).ok());
-    failures = 0;
-    for (int at = 0; at < 40; ++at) {
-        fs::remove_all(folder / "out");
-        platform::faults::failAfter(platform::faults::Kind::Write, at, win::ERROR_DISK_FULL, true);
-        const EngineStatus status = extract(package, folder / "out");
-        platform::faults::reset();
-        if (status.ok())
-            break;
-        ++failures;
-        EXPECT_TRUE(status.code() == win::ERROR_DISK_FULL || status.code() == win::ERROR_CANNOT_MAKE)
-            << "at write " << at << ": " << status.code();
-        EXPECT_TRUE(leftoverTempFiles().empty()) << "at write " << at;
-    }
-    EXPECT_GE(failures, 3);
+    EXPECT_GE(failuresOf(false), 3);
 }
 
 TEST_F(HardeningTest, AStopAtAnyReportLeavesNoPackageAndNoTemporaries)
@@ -268,33 +265,26 @@ TEST_F(HardeningTest, AStopAtAnyReportLeavesNoPackageAndNoTemporaries)
     const fs::path folder = freshFolder("cancel");
     const FileSet files = someFiles(folder);
     const fs::path package = folder / "p.kvx";
-    reportsSeen = 0;
-    ASSERT_TRUE(create(files, package, countReports).ok());
-    const int createReports = reportsSeen;
-    reportsSeen = 0;
-    ASSERT_TRUE(extract(package, folder / "whole", countReports).ok());
-    const int extractReports = reportsSeen;
-    ASSERT_GT(createReports, 20);
-    fs::remove(package);
-
     std::mt19937 random(42);
-    const int n = rounds(100);
-    for (int i = 0; i < n; ++i) {
-        const int at = static_cast<int>(random() % static_cast<unsigned>(createReports));
-        reportsLeft = at;
-        const EngineStatus status = create(files, package, stopAtChosenReport);
-        EXPECT_FALSE(status.ok()) << "stop at report " << at;
-        EXPECT_FALSE(fs::exists(package)) << "stop at report " << at;
-        EXPECT_TRUE(leftoverTempFiles().empty()) << "stop at report " << at;
-    }
-    ASSERT_TRUE(create(files, package, goOn).ok());
-    for (int i = 0; i < n; ++i) {
-        const int at = static_cast<int>(random() % static_cast<unsigned>(extractReports));
-        reportsLeft = at;
-        fs::remove_all(folder / "out");
-        const EngineStatus status = extract(package, folder / "out", stopAtChosenReport);
-        EXPECT_FALSE(status.ok()) << "stop at report " << at;
-        EXPECT_TRUE(leftoverTempFiles().empty()) << "stop at report " << at;
+    for (const bool creating : { true, false }) {
+        auto run = [&](EngineCallback callback) {
+            fs::remove_all(folder / "out");
+            return creating ? create(files, package, callback) : extract(package, folder / "out", callback);
+        };
+        reportsSeen = 0;
+        ASSERT_TRUE(run(countReports).ok());
+        const int reports = reportsSeen;
+        ASSERT_GT(reports, 20);
+        if (creating)
+            fs::remove(package);
+        for (int i = 0, n = rounds(100); i < n; ++i) {
+            const int at = static_cast<int>(random() % static_cast<unsigned>(reports));
+            reportsLeft = at;
+            EXPECT_FALSE(run(stopAtChosenReport).ok()) << "stop at report " << at;
+            EXPECT_TRUE(!creating || !fs::exists(package)) << "stop at report " << at;
+            EXPECT_TRUE(leftoverTempFiles().empty()) << "stop at report " << at;
+        }
+        ASSERT_TRUE(create(files, package, goOn).ok());
     }
     reportsLeft = -1;
 }
@@ -313,16 +303,12 @@ TEST_F(HardeningTest, StoresSurviveAKillAtAnyMomentOfASave)
     const int n = rounds(100);
     int interrupted = 0;
     for (int i = 0; i < n; ++i) {
-        const pid_t child = fork();
-        if (child == 0) {
-            execl(HALVOREN_STORE_WRITER, HALVOREN_STORE_WRITER, writerProfile.c_str(), nullptr);
-            _exit(127);
-        }
-        usleep(2000 + random() % 30000);
-        kill(child, SIGKILL);
-        int status = 0;
-        waitpid(child, &status, 0);
-        interrupted += WIFSIGNALED(status) ? 1 : 0;
+        interrupted += killedWhileWorking(
+            [&] {
+                execl(HALVOREN_STORE_WRITER, HALVOREN_STORE_WRITER, writerProfile.c_str(), nullptr);
+                _exit(127);
+            },
+            std::chrono::microseconds(2000 + random() % 30000));
 
         platform::setProfileDirectory(u16(writerProfile));
         closeCertificateStore();
@@ -351,37 +337,17 @@ TEST_F(HardeningTest, AHugeIndexStaysWithinItsMemoryLimitAndDeepNamesAreRefused)
 {
     const fs::path folder = freshFolder("index");
     const fs::path package = folder / "many.kvx";
-    // Five million entries without data, each named "x": 24 bytes apiece on disk, written in
-    // large pieces with the digest taken on the way.
+    // Five million entries without data, each named "x": 24 bytes apiece on disk.
     constexpr std::uint32_t Count = 5'000'000;
     {
         Bytes entry = entryHeader(EntryTypeData, 4, 0);
         const Bytes name = utf16z(u"x");
         entry.insert(entry.end(), name.begin(), name.end());
-        Bytes header(32, 0);
-        putU32(header.data(), ContainerMagic);
-        putU32(header.data() + 20, ContainerTypePlain);
-        putU32(header.data() + 24, 1);
-        putU32(header.data() + 28, Count);
-        EVP_MD_CTX* md5 = EVP_MD_CTX_new();
-        ASSERT_TRUE(md5 && EVP_DigestInit_ex(md5, EVP_md5(), nullptr) == 1);
-        EVP_DigestUpdate(md5, header.data() + 20, 12);
-        std::ofstream out(package, std::ios::binary);
-        out.write(reinterpret_cast<const char*>(header.data()), 32);
-        Bytes piece;
-        for (std::uint32_t i = 0; i < Count; i += 50'000) {
-            piece.clear();
-            for (int j = 0; j < 50'000; ++j)
-                piece.insert(piece.end(), entry.begin(), entry.end());
-            EVP_DigestUpdate(md5, piece.data(), piece.size());
-            out.write(reinterpret_cast<const char*>(piece.data()), static_cast<std::streamsize>(piece.size()));
-        }
-        unsigned int length = 0;
-        EVP_DigestFinal_ex(md5, header.data() + 4, &length);
-        EVP_MD_CTX_free(md5);
-        out.seekp(4);
-        out.write(reinterpret_cast<const char*>(header.data() + 4), 16);
-        ASSERT_TRUE(out.good());
+        Bytes body;
+        body.reserve(entry.size() * Count);
+        for (std::uint32_t i = 0; i < Count; ++i)
+            body.insert(body.end(), entry.begin(), entry.end());
+        writeBytes(package, craftedPackage(Count, body, ContainerTypePlain));
     }
 
     ContainerFile container;
@@ -415,7 +381,7 @@ TEST_F(HardeningTest, AHugeIndexStaysWithinItsMemoryLimitAndDeepNamesAreRefused)
     std::u16string deep;
     for (int i = 0; i < 100'000; ++i)
         deep += u"a\\";
-    writeBytes(folder / "deep.kvx", craftedPackage({{EntryTypeData, deep + u"f", {'x'}}}));
+    writeBytes(folder / "deep.kvx", craftedPackage({ { EntryTypeData, deep + u"f", { 'x' } } }));
     EXPECT_EQ(extract(folder / "deep.kvx", out).code(), win::ERROR_FILENAME_EXCED_RANGE);
     EXPECT_TRUE(fs::is_empty(out));
     auto nameOfPathLength = [&](std::size_t total) {
@@ -427,9 +393,9 @@ TEST_F(HardeningTest, AHugeIndexStaysWithinItsMemoryLimitAndDeepNamesAreRefused)
         }
         return name + std::u16string(total - length - 1, u'f');
     };
-    writeBytes(folder / "edge.kvx", craftedPackage({{EntryTypeData, nameOfPathLength(4095), {'y'}}}));
+    writeBytes(folder / "edge.kvx", craftedPackage({ { EntryTypeData, nameOfPathLength(4095), { 'y' } } }));
     EXPECT_TRUE(extract(folder / "edge.kvx", out).ok());
-    writeBytes(folder / "over.kvx", craftedPackage({{EntryTypeData, nameOfPathLength(4096), {'z'}}}));
+    writeBytes(folder / "over.kvx", craftedPackage({ { EntryTypeData, nameOfPathLength(4096), { 'z' } } }));
     EXPECT_EQ(extract(folder / "over.kvx", out).code(), win::ERROR_FILENAME_EXCED_RANGE);
 }
 
@@ -465,7 +431,7 @@ TEST_F(HardeningTest, AKillDuringEncryptionOrDecryptionLeavesNoPlainText)
             if (path.string().rfind(out.string(), 0) == 0) {
                 const auto source = sources.find(folder / "in" / path.filename());
                 if (source != sources.end() && source->second == bytes)
-                    continue;  // a whole extracted file is what the user asked for
+                    continue; // a whole extracted file is what the user asked for
             }
             if (holds(bytes, marker) || path.filename().string().rfind(".", 0) == 0)
                 found.push_back(path.string());
@@ -474,23 +440,11 @@ TEST_F(HardeningTest, AKillDuringEncryptionOrDecryptionLeavesNoPlainText)
     };
 
     std::mt19937 random(99);
-    for (const bool encrypting : {true, false}) {
+    for (const bool encrypting : { true, false }) {
         int killed = 0;
         for (int round = 0; round < killRounds(); ++round) {
-            const pid_t child = fork();
-            if (child == 0) {
-                for (;;) {
-                    if (encrypting)
-                        create(files, package, goOn);
-                    else
-                        extract(package, out);
-                }
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(20 + random() % 150));
-            kill(child, SIGKILL);
-            int status = 0;
-            waitpid(child, &status, 0);
-            killed += WIFSIGNALED(status) ? 1 : 0;
+            killed += killedWhileWorking([&] { encrypting ? create(files, package, goOn) : extract(package, out); },
+                std::chrono::milliseconds(20 + random() % 150));
             // A file that replaces an earlier one takes a name of its own for the moment between
             // two system calls; a kill right there leaves it, complete, for the next run to sweep.
             platform::sweepStaleTemporaries(u16(folder), platform::HiddenTempPrefix);
@@ -498,8 +452,10 @@ TEST_F(HardeningTest, AKillDuringEncryptionOrDecryptionLeavesNoPlainText)
                 for (const auto& entry : fs::recursive_directory_iterator(out))
                     if (entry.is_directory())
                         platform::sweepStaleTemporaries(u16(entry.path()), platform::HiddenTempPrefix);
-            EXPECT_EQ(leaks(folder), std::vector<std::string> {}) << (encrypting ? "encrypt" : "decrypt") << ", round " << round;
-            EXPECT_EQ(leaks(tmp), std::vector<std::string> {}) << (encrypting ? "encrypt" : "decrypt") << ", round " << round;
+            EXPECT_EQ(leaks(folder), std::vector<std::string> {})
+                << (encrypting ? "encrypt" : "decrypt") << ", round " << round;
+            EXPECT_EQ(leaks(tmp), std::vector<std::string> {})
+                << (encrypting ? "encrypt" : "decrypt") << ", round " << round;
             EXPECT_TRUE(leftoverTempFiles().empty());
         }
         EXPECT_EQ(killed, killRounds());

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <functional>
 
 #include "PackageBytes.h"
@@ -24,16 +25,17 @@ platform::FileHandle openReadWrite(const fs::path& path)
 }
 
 EngineStatus writePackage(const fs::path& package, const std::vector<std::pair<std::u16string, Bytes>>& items,
-                          Recorder* recorder = nullptr, std::uint32_t type = ContainerTypePlain,
-                          std::int64_t expectedEntries = -1)
+    Recorder* recorder = nullptr, std::uint32_t type = ContainerTypePlain, std::int64_t expectedEntries = -1)
 {
     const fs::path sources = package.parent_path() / (package.filename().string() + ".src");
     fs::create_directories(sources);
     ScopedFile out;
     EXPECT_TRUE(out.open(u16(package), win::CREATE_ALWAYS, win::GENERIC_READ | win::GENERIC_WRITE, 3));
     ContainerFile container;
-    if (recorder)
+    if (recorder) {
+        active = recorder;
         container.setCallback(recordingCallback, &recorder->record);
+    }
     EngineStatus status = container.openForWrite(out.release(), type);
     if (expectedEntries >= 0)
         container.expectEntries(static_cast<std::uint32_t>(expectedEntries));
@@ -94,17 +96,16 @@ Opened readPackage(const fs::path& package, Recorder* recorder = nullptr)
     return result;
 }
 
-}  // namespace
+} // namespace
 
 TEST(ContainerFile, WritesTheOneFileExampleByteForByte)
 {
     const fs::path folder = freshFolder("example");
-    ASSERT_TRUE(writePackage(folder / "p.kvx", {{u"a.txt", {'a', 'b', 'c'}}}).ok());
-    const Bytes expected {0x6B, 0x76, 0x78, 0x00, 0xdd, 0x50, 0x57, 0x41, 0x4c, 0x4d, 0x86, 0x53, 0x8b, 0x6f,
-                          0x4a, 0xaf, 0x7f, 0x26, 0xe6, 0xc7, 0x01, 0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x00,
-                          0x01, 0x00, 0x00, 0x00, 0x6B, 0x76, 0x78, 0x00, 0x01, 0x00, 0x00, 0x00, 0x0C, 0x00,
-                          0x00, 0x00, 0x03, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x61, 0x00, 0x2E, 0x00,
-                          0x74, 0x00, 0x78, 0x00, 0x74, 0x00, 0x00, 0x00, 0x61, 0x62, 0x63};
+    ASSERT_TRUE(writePackage(folder / "p.kvx", { { u"a.txt", { 'a', 'b', 'c' } } }).ok());
+    const Bytes expected { 0x6B, 0x76, 0x78, 0x00, 0xdd, 0x50, 0x57, 0x41, 0x4c, 0x4d, 0x86, 0x53, 0x8b, 0x6f, 0x4a,
+        0xaf, 0x7f, 0x26, 0xe6, 0xc7, 0x01, 0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x00, 0x6B,
+        0x76, 0x78, 0x00, 0x01, 0x00, 0x00, 0x00, 0x0C, 0x00, 0x00, 0x00, 0x03, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
+        0x00, 0x61, 0x00, 0x2E, 0x00, 0x74, 0x00, 0x78, 0x00, 0x74, 0x00, 0x00, 0x00, 0x61, 0x62, 0x63 };
     EXPECT_EQ(readBytes(folder / "p.kvx"), expected);
 }
 
@@ -112,21 +113,20 @@ TEST(ContainerFile, RoundTripsEntriesOfEveryShapeWithProgress)
 {
     const fs::path folder = freshFolder("roundtrip");
     const std::vector<std::pair<std::u16string, Bytes>> items {
-        {u"empty.txt", {}},
-        {u"x", randomBytes(1, 2)},
-        {u"dir\\exact4096.bin", randomBytes(4096 * 3, 3)},
-        {u"", randomBytes(10000, 4)},
-        {u"\u00e9t\u00e9\\\U0001F600.txt", randomBytes(300000, 5)},
+        { u"empty.txt", {} },
+        { u"x", randomBytes(1, 2) },
+        { u"dir\\exact4096.bin", randomBytes(4096 * 3, 3) },
+        { u"", randomBytes(10000, 4) },
+        { u"\u00e9t\u00e9\\\U0001F600.txt", randomBytes(300000, 5) },
     };
     Recorder writer;
-    active = &writer;
     ASSERT_TRUE(writePackage(folder / "p.kvx", items, &writer).ok());
     // One report per 4096-byte block; an exact multiple makes no report for the final empty read.
     std::vector<std::int64_t> exact;
     for (const Report& r : writer.reports)
         if (r.operation == OpWriteFile && r.fileName == u"dir\\exact4096.bin")
             exact.push_back(r.processed);
-    EXPECT_EQ(exact, (std::vector<std::int64_t> {4096, 8192, 12288}));
+    EXPECT_EQ(exact, (std::vector<std::int64_t> { 4096, 8192, 12288 }));
     EXPECT_EQ(writer.count(OpWriteFile), 1 + 3 + 3 + 74);
     EXPECT_GT(writer.count(OpHash), 0);
 
@@ -149,9 +149,9 @@ TEST(ContainerFile, RoundTripsEntriesOfEveryShapeWithProgress)
 TEST(ContainerFile, DigestTakenWhileWritingEqualsASecondPassInBytesAndReports)
 {
     const fs::path folder = freshFolder("early-digest");
-    const std::vector<std::pair<std::u16string, Bytes>> items = {
-        {u"empty", {}}, {u"one", {9}}, {u"block", randomBytes(4096, 3)}, {u"", randomBytes(300001, 4)},
-        {u"large\\entry", randomBytes((3u << 20) + 5, 5)}};
+    const std::vector<std::pair<std::u16string, Bytes>> items
+        = { { u"empty", {} }, { u"one", { 9 } }, { u"block", randomBytes(4096, 3) }, { u"", randomBytes(300001, 4) },
+              { u"large\\entry", randomBytes((3u << 20) + 5, 5) } };
     auto hashReports = [](const Recorder& recorder) {
         std::vector<std::pair<std::int64_t, std::int64_t>> hashes;
         for (const Report& report : recorder.reports)
@@ -161,7 +161,6 @@ TEST(ContainerFile, DigestTakenWhileWritingEqualsASecondPassInBytesAndReports)
     };
 
     Recorder reference;
-    active = &reference;
     ASSERT_TRUE(writePackage(folder / "reference.kvx", items, &reference).ok());
     const Bytes expected = readBytes(folder / "reference.kvx");
     ASSERT_FALSE(hashReports(reference).empty());
@@ -169,9 +168,8 @@ TEST(ContainerFile, DigestTakenWhileWritingEqualsASecondPassInBytesAndReports)
 
     // The right count uses the digest taken on the way; a wrong one falls back to reading the
     // file again. Both must give the same bytes and the same reports as no count at all.
-    for (const std::int64_t count : {5, 6, 4, 0}) {
+    for (const std::int64_t count : { 5, 6, 4, 0 }) {
         Recorder recorder;
-        active = &recorder;
         const fs::path package = folder / ("expected" + std::to_string(count) + ".kvx");
         ASSERT_TRUE(writePackage(package, items, &recorder, ContainerTypePlain, count).ok()) << count;
         EXPECT_EQ(readBytes(package), expected) << count;
@@ -182,7 +180,7 @@ TEST(ContainerFile, DigestTakenWhileWritingEqualsASecondPassInBytesAndReports)
     // and a digest that doesn't match the header is a damaged package all the same.
     Md5Digest digest {};
     std::copy(expected.begin() + 4, expected.begin() + 20, digest.begin());
-    for (const bool matching : {true, false}) {
+    for (const bool matching : { true, false }) {
         Md5Digest given = digest;
         if (!matching)
             given[7] ^= 1;
@@ -204,7 +202,6 @@ TEST(ContainerFile, DigestTakenWhileWritingEqualsASecondPassInBytesAndReports)
     // A stop during the hashing fails the close in the same way when the digest is known early.
     Recorder stopper;
     stopper.stopWhen = [](const Report& report) { return report.operation == OpHash && report.processed > 100000; };
-    active = &stopper;
     EXPECT_EQ(writePackage(folder / "stopped.kvx", items, &stopper, ContainerTypePlain, 5).code(), win::NTE_BAD_HASH);
     EXPECT_EQ(stopper.reports.back().processed, 100352);
 }
@@ -220,7 +217,7 @@ TEST(ContainerFile, EmptyEntriesAndReadingLeaveNoTrace)
     EXPECT_TRUE(empty.close().ok());
     EXPECT_EQ(fs::file_size(folder / "none.kvx"), 0u);
 
-    ASSERT_TRUE(writePackage(folder / "p.kvx", {{u"zero", {}}, {u"one", {'1'}}}).ok());
+    ASSERT_TRUE(writePackage(folder / "p.kvx", { { u"zero", {} }, { u"one", { '1' } } }).ok());
     const Bytes before = readBytes(folder / "p.kvx");
     // The empty entry's header is followed directly by the next header.
     EXPECT_EQ(before[32 + 20 + 10 + 0], 0x6B);
@@ -245,19 +242,13 @@ TEST(ContainerFile, EmptyEntriesAndReadingLeaveNoTrace)
     platform::seekFile(handle, 0, platform::SeekFrom::Current, &positionAfter);
     EXPECT_EQ(positionAfter, 7);
     EXPECT_TRUE(reader.close().ok());
-
-    ContainerFile closed;
-    ContainerEntry stray(u"x", platform::InvalidHandle, EntryTypeData);
-    EXPECT_EQ(closed.addEntry(stray).code(), win::ERROR_INVALID_DATA);
-    EXPECT_EQ(closed.openForWrite(platform::InvalidHandle, 1).code(), win::ERROR_INVALID_HANDLE);
-    EXPECT_EQ(closed.openForRead(platform::InvalidHandle).code(), win::ERROR_INVALID_HANDLE);
-    EXPECT_EQ(closed.readEntries(entries).code(), win::ERROR_INVALID_HANDLE);
 }
 
 TEST(ContainerFile, RefusesEveryDamagedPackage)
 {
     const fs::path folder = freshFolder("damaged");
-    ASSERT_TRUE(writePackage(folder / "good.kvx", {{u"a", randomBytes(5000, 7)}, {u"b", randomBytes(100, 8)}}).ok());
+    ASSERT_TRUE(
+        writePackage(folder / "good.kvx", { { u"a", randomBytes(5000, 7) }, { u"b", randomBytes(100, 8) } }).ok());
     const Bytes good = readBytes(folder / "good.kvx");
 
     auto verdict = [&](const Bytes& bytes) {
@@ -271,32 +262,25 @@ TEST(ContainerFile, RefusesEveryDamagedPackage)
         return std::make_pair(opened.status.code(), recorder.count(OpHash));
     };
 
-    for (std::size_t offset : {std::size_t(20), std::size_t(24), std::size_t(28), std::size_t(40), std::size_t(60),
-                               good.size() / 2, good.size() - 1}) {
-        Bytes changed = good;
-        changed[offset] ^= 0x01;
-        EXPECT_EQ(verdict(changed).first, win::ERROR_BAD_FORMAT) << "offset " << offset;
-    }
-    Bytes hashChanged = good;
-    hashChanged[9] ^= 0x80;
-    EXPECT_EQ(verdict(hashChanged).first, win::ERROR_BAD_FORMAT);
-
-    Bytes magic = good;
-    magic[1] = 'X';
-    EXPECT_EQ(verdict(magic), std::make_pair(win::ERROR_BAD_FORMAT, 0));
+    // Any change is found, in the digest itself too; a wrong magic or no entries is refused before
+    // any hashing; any version is accepted when the digest matches.
+    auto changed = [&](std::size_t offset, std::uint8_t mask) {
+        Bytes bytes = good;
+        bytes[offset] ^= mask;
+        return bytes;
+    };
+    for (std::size_t offset : { std::size_t(20), std::size_t(24), std::size_t(28), std::size_t(40), std::size_t(60),
+             good.size() / 2, good.size() - 1, std::size_t(9) })
+        EXPECT_EQ(verdict(changed(offset, 0x01)).first, win::ERROR_BAD_FORMAT) << "offset " << offset;
+    EXPECT_EQ(verdict(changed(1, 0x20)), std::make_pair(win::ERROR_BAD_FORMAT, 0));
     Bytes zeroCount = good;
     putU32(zeroCount.data() + 28, 0);
     EXPECT_EQ(verdict(zeroCount), std::make_pair(win::ERROR_BAD_FORMAT, 0));
-
     Bytes appended = good;
     appended.push_back(0);
     EXPECT_EQ(verdict(appended).first, win::ERROR_BAD_FORMAT);
-    Bytes truncated(good.begin(), good.end() - 10);
-    EXPECT_EQ(verdict(truncated).first, win::ERROR_BAD_FORMAT);
-    Bytes tiny(good.begin(), good.begin() + 31);
-    EXPECT_NE(verdict(tiny).first, 0u);
-
-    // Any version is accepted when the digest matches.
+    EXPECT_EQ(verdict(Bytes(good.begin(), good.end() - 10)).first, win::ERROR_BAD_FORMAT);
+    EXPECT_NE(verdict(Bytes(good.begin(), good.begin() + 31)).first, 0u);
     Bytes version = good;
     putU32(version.data() + 24, 7);
     rehash(version);
@@ -309,15 +293,9 @@ TEST(ContainerFile, RefusesEveryDamagedPackage)
     secondBroken[second] = 0;
     rehash(secondBroken);
     writeBytes(folder / "bad.kvx", secondBroken);
-    ContainerFile container;
-    Recorder recorder;
-    active = &recorder;
-    container.setCallback(recordingCallback, &recorder.record);
-    ASSERT_TRUE(container.openForRead(openReadWrite(folder / "bad.kvx")).ok());
-    ContainerEntryList list;
-    EXPECT_EQ(container.readEntries(list).code(), win::ERROR_BAD_FORMAT);
-    EXPECT_TRUE(list.empty());
-    container.close();
+    const Opened opened = readPackage(folder / "bad.kvx");
+    EXPECT_EQ(opened.status.code(), win::ERROR_BAD_FORMAT);
+    EXPECT_TRUE(opened.items.empty());
 }
 
 TEST(ContainerFile, HostileLengthsFailWithoutReadingPastOrAllocatingHugely)
@@ -327,41 +305,28 @@ TEST(ContainerFile, HostileLengthsFailWithoutReadingPastOrAllocatingHugely)
         writeBytes(folder / "h.kvx", bytes);
         return readPackage(folder / "h.kvx");
     };
-    const Bytes name = utf16z(u"a");
+    // An entry "a" holding "z" behind the given header fields.
+    auto entry = [](std::uint32_t nameBytes, std::uint64_t size, Bytes field = { 'a', 0, 0, 0, 'z' }) {
+        Bytes body = entryHeader(EntryTypeData, nameBytes, size);
+        body.insert(body.end(), field.begin(), field.end());
+        return body;
+    };
+    EXPECT_EQ(
+        status(craftedPackage(1, entryHeader(EntryTypeData, 0xFFFFFFFF, 0))).status.code(), win::ERROR_BAD_FORMAT);
+    EXPECT_EQ(status(craftedPackage(0xFFFFFFFF, entry(4, 1))).status.code(), win::ERROR_BAD_FORMAT);
+    EXPECT_EQ(status(craftedPackage(2, entry(4, 1))).status.code(), win::ERROR_BAD_FORMAT);
+    for (std::uint64_t size : { std::uint64_t(2), std::uint64_t(1) << 40, std::uint64_t(1) << 63, ~std::uint64_t(0) })
+        EXPECT_EQ(status(craftedPackage(1, entry(4, size))).status.code(), win::ERROR_BAD_FORMAT) << size;
 
-    Bytes body = entryHeader(EntryTypeData, 0xFFFFFFFF, 0);
-    EXPECT_EQ(status(craftedPackage(1, body)).status.code(), win::ERROR_BAD_FORMAT);
-
-    body = entryHeader(EntryTypeData, 4, 1);
-    body.insert(body.end(), name.begin(), name.end());
-    body.push_back('z');
-    EXPECT_EQ(status(craftedPackage(0xFFFFFFFF, body)).status.code(), win::ERROR_BAD_FORMAT);
-    EXPECT_EQ(status(craftedPackage(2, body)).status.code(), win::ERROR_BAD_FORMAT);
-
-    for (std::uint64_t size : {std::uint64_t(2), std::uint64_t(1) << 40, std::uint64_t(1) << 63, ~std::uint64_t(0)}) {
-        body = entryHeader(EntryTypeData, 4, size);
-        body.insert(body.end(), name.begin(), name.end());
-        body.push_back('z');
-        EXPECT_EQ(status(craftedPackage(1, body)).status.code(), win::ERROR_BAD_FORMAT) << size;
+    // A name field without a terminator keeps what it holds, an odd length drops the odd byte,
+    // and a zero in the middle ends the name.
+    for (const auto& [body, name] : { std::pair { entry(4, 1, { 'o', 0, 'k', 0, 'z' }), u"ok" },
+             std::pair { entry(3, 1, { 'o', 0, 'k', 'z' }), u"o" },
+             std::pair { entry(8, 0, { 'a', 0, 0, 0, 'b', 0, 0, 0 }), u"a" } }) {
+        const Opened opened = status(craftedPackage(1, body));
+        ASSERT_TRUE(opened.status.ok()) << u8(name);
+        EXPECT_EQ(opened.items[0].first, name);
     }
-
-    // A name field without a terminator keeps what it holds; an odd length drops the odd byte.
-    body = entryHeader(EntryTypeData, 4, 1);
-    body.insert(body.end(), {'o', 0, 'k', 0, 'z'});
-    Opened opened = status(craftedPackage(1, body));
-    ASSERT_TRUE(opened.status.ok());
-    EXPECT_EQ(opened.items[0].first, u"ok");
-    body = entryHeader(EntryTypeData, 3, 1);
-    body.insert(body.end(), {'o', 0, 'k', 'z'});
-    opened = status(craftedPackage(1, body));
-    ASSERT_TRUE(opened.status.ok());
-    EXPECT_EQ(opened.items[0].first, u"o");
-    // A zero in the middle ends the name.
-    body = entryHeader(EntryTypeData, 8, 0);
-    body.insert(body.end(), {'a', 0, 0, 0, 'b', 0, 0, 0});
-    opened = status(craftedPackage(1, body));
-    ASSERT_TRUE(opened.status.ok());
-    EXPECT_EQ(opened.items[0].first, u"a");
 }
 
 TEST(ContainerFile, StopsDifferBetweenWritingHashingAndExtracting)
@@ -369,18 +334,10 @@ TEST(ContainerFile, StopsDifferBetweenWritingHashingAndExtracting)
     const fs::path folder = freshFolder("stops");
     const Bytes data = randomBytes(4096 * 5 + 1, 9);
 
-    Recorder stopCopy;
-    stopCopy.stopWhen = [](const Report& r) { return r.operation == OpWriteFile && r.processed == 8192; };
-    active = &stopCopy;
-    const EngineStatus copied = writePackage(folder / "copy.kvx", {{u"f", data}}, &stopCopy);
-    EXPECT_EQ(copied.severity(), SeverityStopped);
-    EXPECT_EQ(copied.code(), 0u);
-    EXPECT_EQ(stopCopy.count(OpHash), 0);
-
+    // A stop while an entry is copied in is the package engine's test (a stop at any phase).
     Recorder stopHash;
     stopHash.stopWhen = [](const Report& r) { return r.operation == OpHash; };
-    active = &stopHash;
-    const EngineStatus hashed = writePackage(folder / "hash.kvx", {{u"f", data}}, &stopHash);
+    const EngineStatus hashed = writePackage(folder / "hash.kvx", { { u"f", data } }, &stopHash);
     EXPECT_EQ(hashed.code(), win::NTE_BAD_HASH);
     EXPECT_EQ(hashed.severity(), SeverityError);
     // The header is there but its digest is zero, so the file won't open.
@@ -388,7 +345,7 @@ TEST(ContainerFile, StopsDifferBetweenWritingHashingAndExtracting)
     EXPECT_EQ(Bytes(unfinished.begin() + 4, unfinished.begin() + 20), Bytes(16, 0));
     EXPECT_EQ(readPackage(folder / "hash.kvx").status.code(), win::ERROR_BAD_FORMAT);
 
-    ASSERT_TRUE(writePackage(folder / "good.kvx", {{u"f", data}}).ok());
+    ASSERT_TRUE(writePackage(folder / "good.kvx", { { u"f", data } }).ok());
     Recorder stopVerify;
     stopVerify.stopWhen = [](const Report& r) { return r.operation == OpHash; };
     const Opened verifying = readPackage(folder / "good.kvx", &stopVerify);
@@ -404,32 +361,6 @@ TEST(ContainerFile, StopsDifferBetweenWritingHashingAndExtracting)
     EXPECT_EQ(readBytes(folder / "scratch"), Bytes(data.begin(), data.begin() + 12288));
 }
 
-TEST(ContainerFile, FailedWritesAndReadsCarryTheSystemsReason)
-{
-    const fs::path folder = freshFolder("faults");
-    platform::faults::failAfter(platform::faults::Kind::Write, 0, win::ERROR_DISK_FULL);
-    EngineStatus status = writePackage(folder / "full.kvx", {{u"f", randomBytes(10000)}});
-    platform::faults::reset();
-    EXPECT_EQ(status.code(), win::ERROR_DISK_FULL);
-
-    ASSERT_TRUE(writePackage(folder / "good.kvx", {{u"f", randomBytes(10000)}}).ok());
-    // The second read of extraction is the entry's data (the header reads went first).
-    ContainerFile container;
-    Recorder recorder;
-    active = &recorder;
-    container.setCallback(recordingCallback, &recorder.record);
-    ASSERT_TRUE(container.openForRead(openReadWrite(folder / "good.kvx")).ok());
-    ContainerEntryList entries;
-    ASSERT_TRUE(container.readEntries(entries).ok());
-    ScopedFile target;
-    ASSERT_TRUE(target.open(u16(folder / "t"), win::CREATE_ALWAYS, win::GENERIC_READ | win::GENERIC_WRITE, 3));
-    platform::faults::failAfter(platform::faults::Kind::Write, 0, win::ERROR_DISK_FULL);
-    status = entries[0].extractTo(target.handle());
-    platform::faults::reset();
-    EXPECT_EQ(status.code(), win::ERROR_DISK_FULL);
-    container.close();
-}
-
 TEST(ContainerFile, SizesAndOffsetsAreSixtyFourBit)
 {
     // A sparse package whose first entry is just over 4 GiB: the second entry's data lies beyond
@@ -438,25 +369,18 @@ TEST(ContainerFile, SizesAndOffsetsAreSixtyFourBit)
     const std::uint64_t bigSize = (std::uint64_t(1) << 32) + 7;
     const fs::path package = folder / "large.kvx";
     {
-        Bytes head(ContainerHeader::Size);
-        ContainerHeader header;
-        header.containerType = ContainerTypePlain;
-        header.entryCount = 2;
-        header.toBytes(head.data());
-        Bytes first = entryHeader(EntryTypeData, 4, bigSize);
+        // The header and the first entry's, a hole for its data, then the second entry whole.
+        Bytes head = craftedPackage(2, entryHeader(EntryTypeData, 4, bigSize));
         const Bytes name = utf16z(u"a");
-        head.insert(head.end(), first.begin(), first.end());
         head.insert(head.end(), name.begin(), name.end());
-        Bytes tail = entryHeader(EntryTypeData, 4, 5);
-        const Bytes secondName = utf16z(u"b");
-        tail.insert(tail.end(), secondName.begin(), secondName.end());
-        tail.insert(tail.end(), {'h', 'e', 'l', 'l', 'o'});
+        const Bytes second = craftedPackage({ { EntryTypeData, u"b", { 'h', 'e', 'l', 'l', 'o' } } });
+        writeBytes(package, head);
+        fs::resize_file(package, head.size() + bigSize);
+        std::ofstream(package, std::ios::binary | std::ios::app)
+            .write(reinterpret_cast<const char*>(second.data()) + 32, static_cast<std::streamsize>(second.size()) - 32);
+        // The digest over the whole, hole and all.
         ScopedFile file;
-        ASSERT_TRUE(file.open(u16(package), win::CREATE_ALWAYS, win::GENERIC_READ | win::GENERIC_WRITE, 3));
-        ASSERT_TRUE(platform::writeFile(file.handle(), head.data(), head.size()));
-        ASSERT_TRUE(platform::seekFile(file.handle(), static_cast<std::int64_t>(head.size() + bigSize),
-                                       platform::SeekFrom::Begin));
-        ASSERT_TRUE(platform::writeFile(file.handle(), tail.data(), tail.size()));
+        ASSERT_TRUE(file.open(u16(package), win::OPEN_EXISTING, win::GENERIC_READ | win::GENERIC_WRITE, 3));
         ASSERT_TRUE(platform::seekFile(file.handle(), HashedRangeStart, platform::SeekFrom::Begin));
         const auto digest = hashFile(file.handle(), nullptr, nullptr);
         ASSERT_TRUE(digest);
@@ -484,7 +408,7 @@ TEST(ContainerFile, SizesAndOffsetsAreSixtyFourBit)
     ASSERT_TRUE(target.open(u16(folder / "b"), win::CREATE_ALWAYS, win::GENERIC_READ | win::GENERIC_WRITE, 3));
     ASSERT_TRUE(entries[1].extractTo(target.handle()).ok());
     target.close();
-    EXPECT_EQ(readBytes(folder / "b"), (Bytes {'h', 'e', 'l', 'l', 'o'}));
+    EXPECT_EQ(readBytes(folder / "b"), (Bytes { 'h', 'e', 'l', 'l', 'o' }));
     // The last hash report covers the whole file less the first 20 bytes, far above 4 GiB.
     EXPECT_EQ(lastHashed, static_cast<std::int64_t>(fs::file_size(package)) - 20);
     container.close();

@@ -1,7 +1,0 @@
-#include "FuzzEntries.h"
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
-{
-    fuzzing::entryFor("container")(data, size);
-    return 0;
-}
