@@ -501,10 +501,11 @@ bool checkEntryNames(const FileSet& files, bool flat, std::string& error)
     const std::uint32_t mode = flat ? NameModeBareName : NameModeFullPath;
     std::map<std::u16string, const std::u16string*> stored;
     for (const std::u16string& path : files) {
-        const std::string shown = shownSource(u8(path));
+        // Made only for a refusal: made for each of thousands of names, it cost more than the check.
+        auto shown = [&path] { return shownSource(u8(path)); };
         const auto cut = flat ? path.rfind(NativeSeparator) : path.find(NativeSeparator);
         if (path.find(u'\\', cut == std::u16string::npos ? 0 : cut + 1) != std::u16string::npos) {
-            error = shown
+            error = shown()
                 + ": a name with a backslash can't be stored, since the backslash separates folders in a "
                   "package; rename it first";
             return false;
@@ -512,13 +513,13 @@ bool checkEntryNames(const FileSet& files, bool flat, std::string& error)
         const std::u16string name = PackageEngine::entryNameFor(path, mode);
         std::vector<std::u16string> parts;
         if (!PackageEngine::splitEntryName(name, parts).ok()) {
-            error = shown + ": its entry name '" + u8(name) + "' would be refused on extraction";
+            error = shown() + ": its entry name '" + u8(name) + "' would be refused on extraction";
             return false;
         }
         const auto [earlier, added] = stored.emplace(name, &path);
         if (!added) {
             const std::u16string& first = *earlier->second;
-            error = (flat ? "--flat would store both " : "both ") + shownSource(u8(first)) + " and " + shown + " as '"
+            error = (flat ? "--flat would store both " : "both ") + shownSource(u8(first)) + " and " + shown() + " as '"
                 + u8(name) + "'; no package was made";
             return false;
         }
@@ -572,7 +573,8 @@ int encryptCommand(const CommandLine& line, Profile& profile)
 
     const ContactRecord none;
     PackageEngine engine(profile.own() ? *profile.own() : none);
-    engine.setFiles(files);
+    const std::size_t fileCount = files.size();
+    engine.setFiles(std::move(files));
     engine.setPackagePath(u16(output.string()));
     engine.setRecipients(recipients);
     engine.setNameMode(line.flat ? NameModeBareName : NameModeFullPath);
@@ -599,7 +601,7 @@ int encryptCommand(const CommandLine& line, Profile& profile)
         return fail("the package can't be made: " + u8(::statusText(status, engine.failure())));
     // The engine calls a run whose every source was skipped a success, and leaves whatever lay at
     // the output path before; only the count of skipped files tells.
-    if (static_cast<std::size_t>(progress.skippedFiles()) >= files.size())
+    if (static_cast<std::size_t>(progress.skippedFiles()) >= fileCount)
         return fail("no package was made: none of the files could be read");
     if (!leftOut.empty())
         std::fprintf(stderr, "halvoren-cli: %s\n", leftOutText(leftOut).c_str());

@@ -31,6 +31,7 @@ public:
     explicit PackageEngine(const ContactRecord& ownContact);
 
     void setFiles(const FileSet& files) { files_ = files; }
+    void setFiles(FileSet&& files) { files_ = std::move(files); }
     void setRecipients(const std::vector<const ContactRecord*>& recipients) { recipients_ = recipients; }
     void setPackagePath(const std::u16string& path) { packagePath_ = path; }
     void setExtractFolder(const std::u16string& path) { extractFolder_ = path; }
