@@ -167,16 +167,10 @@ private slots:
         QVERIFY(window.packageEngine());
         QCOMPARE(ownerName(), std::u16string(u"Anna Example"));
 
-        // The Empty state; "Encrypt and Email" waits on the button's popup.
-        QCOMPARE(window.windowTitle(), QStringLiteral("Halvoren"));
-        QCOMPARE(window.mode(), ModeEncrypt);
-        QCOMPARE(window.currentButtonState(), ButtonEncrypt);
+        // The Empty state (its title, button and hint are the enable table's, after a close).
         QVERIFY(!ui->BtnEncDec->isEnabled());
-        QCOMPARE(ui->BtnEncDec->actions().size(), 1);
-        QCOMPARE(ui->dropBoxLabel->text(), QStringLiteral("Drop <b>Files</b> or <b>Package</b> Here"));
         QCOMPARE(actionRow(window), (QList<bool> { true, true, true, true, false }));
         QVERIFY(!ui->contactManButtonBox->button(QDialogButtonBox::Ok)->isEnabled());
-        QVERIFY(!ui->contactManButtonBox->button(QDialogButtonBox::Cancel)->isEnabled());
     }
 
     void startupCheckOffersTheResetOnEveryMismatch()
@@ -252,14 +246,10 @@ private slots:
                     || (notice.contains(qpath(configFile()))
                         && notice.contains(QStringLiteral("KvxCfg.xml.unreadable"))),
                 qPrintable(notice));
-            KvxListWidget* contacts = window->form()->contactListWidget;
-            QListWidgetItem* own = contacts->findItems(QStringLiteral("Ann Short"), Qt::MatchExactly).value(0);
+            // Marked as the own contact, which the lists' test shows can't be removed.
+            QListWidgetItem* own
+                = window->form()->contactListWidget->findItems(QStringLiteral("Ann Short"), Qt::MatchExactly).value(0);
             QVERIFY(own && contactItemData(own).isOwn);
-            contacts->clearSelection();
-            own->setSelected(true);
-            contacts->manager()->updateActions();
-            QAction* remove = contacts->manager()->findAction(QStringLiteral("Remove Contact"));
-            QVERIFY(remove && !remove->isEnabled());
             QCOMPARE(ownerName(), std::u16string(u"Ann Short"));
             QCOMPARE(certificateCount(), 1u);
         }
@@ -276,23 +266,17 @@ private slots:
         QListWidgetItem* own = contacts->item(0);
         contacts->clearSelection();
 
-        // A right-click on a contact that isn't selected selects it and offers its own menu.
-        QStringList offered;
+        // A right-click on a contact that isn't selected selects it and opens the menu (whose
+        // entries the lists' test checks).
+        bool offered = false;
         QTimer::singleShot(50, window.get(), [&] {
-            if (QWidget* popup = QApplication::activePopupWidget()) {
-                for (QAction* action : popup->actions())
-                    if (action->isVisible() && action->isEnabled() && !action->isSeparator())
-                        offered << action->text();
-                popup->close();
-            }
+            if (QWidget* popup = QApplication::activePopupWidget())
+                offered = popup->close();
         });
         const QPoint at = contacts->visualItemRect(own).center();
         QContextMenuEvent click(QContextMenuEvent::Mouse, at, contacts->viewport()->mapToGlobal(at));
         QApplication::sendEvent(contacts->viewport(), &click);
-        QVERIFY(own->isSelected());
-        QVERIFY2(
-            offered.contains(QStringLiteral("Contact Details")) && offered.contains(QStringLiteral("Export Contact")),
-            qPrintable(offered.join(u',')));
+        QVERIFY(own->isSelected() && offered);
 
         // A double-click moves a contact to the other list, and back.
         QTest::mouseDClick(contacts->viewport(), Qt::LeftButton, {}, at);
@@ -413,10 +397,6 @@ private slots:
         QVERIFY(!window->currentOptions().doNotNotify);
         setOptions(false, true, true);
         QVERIFY(!fs::exists(entryPath));
-        ConfigStore config;
-        QVERIFY(config.load(configPath()).ok());
-        QVERIFY(!config.getBool(ConfigKey::StartOnLogin));
-        QVERIFY(config.getBool(ConfigKey::AutomaticallyAddToRecipients));
         QCOMPARE(answers::unanswered(), 0);
     }
 
@@ -431,13 +411,11 @@ private slots:
 
         // Collecting: files, then a recipient, wake the button.
         QVERIFY(dropOnWindow(*window, { fileUrl(sources) }));
-        QCOMPARE(window->files().size(), 2u);
         QCOMPARE(ui->dropBoxLabel->text(), QStringLiteral("<b>Double-Click</b> Here to View Files"));
         QVERIFY(!ui->BtnEncDec->isEnabled());
         ui->contactListWidget->item(0)->setSelected(true);
         QVERIFY(ui->contactManButtonBox->button(QDialogButtonBox::Ok)->isEnabled());
         moveAllToRecipients(*window);
-        QCOMPARE(ui->recipientsListWidget->count(), 1);
         QVERIFY(ui->BtnEncDec->isEnabled());
 
         // New names the package: row 1 and the title; nothing is written yet.

@@ -22,22 +22,11 @@ namespace {
 const QString sourceDir = QStringLiteral(HALVOREN_SOURCE_DIR);
 const int iconSize = 32;
 
-// Every icon path literal in `text`, each once, in order of appearance.
-QStringList iconLiterals(const QString& text)
-{
-    static const QRegularExpression literal(QStringLiteral(":/ico/MainWindow/Res/[^\"'<>\\s]+?\\.png"));
-    QStringList found;
-    for (auto it = literal.globalMatch(text); it.hasNext();) {
-        const QString path = it.next().captured();
-        if (!found.contains(path))
-            found.append(path);
-    }
-    return found;
-}
-
-// The literals of the program's code and forms, each with the first file that names it.
+// The icon path literals of the program's code and forms, each once, with the first file that
+// names it.
 QList<QPair<QString, QString>> scanSources()
 {
+    static const QRegularExpression literal(QStringLiteral(":/ico/MainWindow/Res/[^\"'<>\\s]+?\\.png"));
     QList<QPair<QString, QString>> result;
     QSet<QString> seen;
     for (const QString& folder : { QStringLiteral("src"), QStringLiteral("forms") }) {
@@ -48,10 +37,11 @@ QList<QPair<QString, QString>> scanSources()
             QFile file(path);
             if (!file.open(QIODevice::ReadOnly))
                 continue;
-            for (const QString& literal : iconLiterals(QString::fromUtf8(file.readAll()))) {
-                if (!seen.contains(literal)) {
-                    seen.insert(literal);
-                    result.append({ literal, QDir(sourceDir).relativeFilePath(path) });
+            for (auto it = literal.globalMatch(QString::fromUtf8(file.readAll())); it.hasNext();) {
+                const QString icon = it.next().captured();
+                if (!seen.contains(icon)) {
+                    seen.insert(icon);
+                    result.append({ icon, QDir(sourceDir).relativeFilePath(path) });
                 }
             }
         }
@@ -68,11 +58,10 @@ QString imageProblem(const QString& path, int size)
         return QStringLiteral("%1 is missing or not %2x%2").arg(path).arg(size);
     qsizetype transparent = 0;
     qsizetype drawn = 0;
-    for (int y = 0; y < argb.height(); ++y) {
-        const auto* line = reinterpret_cast<const QRgb*>(argb.constScanLine(y));
-        for (int x = 0; x < argb.width(); ++x) {
-            transparent += qAlpha(line[x]) == 0;
-            drawn += qAlpha(line[x]) == 255;
+    for (int y = 0; y < size; ++y) {
+        for (int x = 0; x < size; ++x) {
+            transparent += qAlpha(argb.pixel(x, y)) == 0;
+            drawn += qAlpha(argb.pixel(x, y)) == 255;
         }
     }
     if (drawn < qsizetype(size) * size / 10)

@@ -125,7 +125,6 @@ private slots:
         QCOMPARE(firstStartTitle, QStringLiteral("Eigene Kontaktdaten eingeben"));
         Ui::MainWindow* ui = window.form();
         QCOMPARE(ui->menuPackage->title(), QStringLiteral("&Paket"));
-        QCOMPARE(ui->BtnEncDec->text(), QStringLiteral("Verschlüsseln"));
         QCOMPARE(ui->dropBoxLabel->text(), QStringLiteral("<b>Dateien</b> oder <b>Paket</b> hier ablegen"));
 
         // Qt's own texts for standard buttons, and the core's messages, follow the same language.
