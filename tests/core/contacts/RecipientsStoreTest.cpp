@@ -62,6 +62,30 @@ protected:
         return record;
     }
 
+    // The contacts as a second store reads them from the file now, the certificate store
+    // opened afresh unless told otherwise.
+    std::vector<ContactRecord> onDisk(bool reopen = true)
+    {
+        if (reopen)
+            closeCertificateStore();
+        RecipientsStore reader;
+        std::vector<ContactRecord> contacts;
+        EXPECT_TRUE(reader.load(contacts, u16(file)).ok());
+        return contacts;
+    }
+    static std::vector<std::u16string> details(const ContactRecord& record)
+    {
+        EXPECT_EQ(record.identity.displayName(), record.name);
+        return { record.name, record.firstName, record.lastName, record.organization, record.comments, record.email };
+    }
+    std::vector<std::u16string> namesOnDisk()
+    {
+        std::vector<std::u16string> names;
+        for (const ContactRecord& record : onDisk())
+            names.push_back(record.name);
+        return names;
+    }
+
     static std::size_t storedCertificates()
     {
         std::vector<CertificatePtr> list;
@@ -103,41 +127,28 @@ TEST_F(RecipientsStoreTest, AddUpdateRemoveKeepFileAndCertificateStoreInStep)
         && email != std::string::npos);
 
     // A second store sees both contacts, in the certificate store's order, every field intact.
-    RecipientsStore reader;
-    ASSERT_TRUE(reader.load(contacts, u16(file)).ok());
+    contacts = onDisk(false);
     ASSERT_EQ(contacts.size(), 2u);
-    const ContactRecord& loaded = contacts[0];
-    EXPECT_EQ(loaded.name, zoe.name);
-    EXPECT_EQ(loaded.identity.displayName(), zoe.name);
-    EXPECT_TRUE(sameCertificate(loaded.identity.certificate(), zoe.identity.certificate()));
-    EXPECT_EQ(loaded.firstName, zoe.firstName);
-    EXPECT_EQ(loaded.lastName, zoe.lastName);
-    EXPECT_EQ(loaded.organization, zoe.organization);
-    EXPECT_EQ(loaded.comments, zoe.comments);
-    EXPECT_EQ(loaded.email, zoe.email);
-    EXPECT_EQ(contacts[1].name, u"Ann Lee");
+    EXPECT_TRUE(sameCertificate(contacts[0].identity.certificate(), zoe.identity.certificate()));
+    EXPECT_EQ(details(contacts[0]), details(zoe));
+    EXPECT_EQ(details(contacts[1]), details(contact(0)));
 
     // Update rewrites the details only, and leaves out an element that isn't there.
     writeText(file,
         "<Recipients><Recipient Name=\"Ann Lee\"><FirstName>a</FirstName><EMail>old</EMail>"
         "</Recipient><Recipient Name=\"Zo\xC3\xAB &amp; Co \xF0\x9D\x84\x9E\"/></Recipients>");
-    ASSERT_TRUE(reader.load(contacts, u16(file)).ok());
-    ContactRecord ann = contacts[1];
+    ContactRecord ann = contact(0);
     ann.firstName = u"Annie";
     ann.lastName = u"Ignored";
     ann.email = u"new@example.org";
-    ASSERT_TRUE(reader.update(ann).ok());
-    ASSERT_TRUE(store.load(contacts, u16(file)).ok());
-    EXPECT_EQ(contacts[1].firstName, u"Annie");
-    EXPECT_EQ(contacts[1].email, u"new@example.org");
-    EXPECT_EQ(readText(file).find("Ignored"), std::string::npos);
+    ASSERT_TRUE(store.update(ann).ok());
+    EXPECT_EQ(details(onDisk(false).at(1)),
+        (std::vector<std::u16string> { u"Ann Lee", u"Annie", u"", u"", u"", u"new@example.org" }));
 
-    ASSERT_TRUE(store.remove(contacts[1]).ok());
+    ASSERT_TRUE(store.remove(ann).ok());
     EXPECT_EQ(storedCertificates(), 1u);
     EXPECT_EQ(readText(file).find("Ann Lee"), std::string::npos);
-    ASSERT_TRUE(reader.load(contacts, u16(file)).ok());
-    ASSERT_EQ(contacts.size(), 1u);
-    EXPECT_EQ(contacts[0].name, zoe.name);
+    EXPECT_EQ(namesOnDisk(), std::vector { zoe.name });
 }
 
 TEST_F(RecipientsStoreTest, JoinsByExactDisplayNameInStoreOrder)
@@ -212,28 +223,19 @@ TEST_F(RecipientsStoreTest, FailedChangesLeaveTheProfileAsItWas)
     EXPECT_EQ(status.severity(), SeverityError);
     EXPECT_EQ(readText(file), withBo);
     EXPECT_EQ(storedCertificates(), 1u);
-    closeCertificateStore();
-    RecipientsStore reader;
-    ASSERT_TRUE(reader.load(contacts, u16(file)).ok());
-    ASSERT_EQ(contacts.size(), 1u);
-    EXPECT_EQ(contacts[0].name, u"Bo");
+    EXPECT_EQ(namesOnDisk(), std::vector<std::u16string> { u"Bo" });
 
     // The same for a removal: the certificate comes back, at its place in the store's order.
     ASSERT_TRUE(store.add(contact(2)).ok());
     ASSERT_TRUE(store.add(contact(0)).ok());
-    ASSERT_TRUE(reader.load(contacts, u16(file)).ok());
-    ASSERT_EQ(contacts.size(), 3u);
-    const std::string allThree = readText(file);
+    const std::vector<std::u16string> allThree = namesOnDisk();
+    ASSERT_EQ(allThree.size(), 3u);
+    const std::string text = readText(file);
     platform::faults::failAfter(Kind::Rename, 1, win::ERROR_DISK_FULL);
-    EXPECT_EQ(store.remove(contacts[1]).severity(), SeverityError);
+    EXPECT_EQ(store.remove(onDisk(false).at(1)).severity(), SeverityError);
     platform::faults::reset();
-    EXPECT_EQ(readText(file), allThree);
-    closeCertificateStore();
-    std::vector<ContactRecord> after;
-    ASSERT_TRUE(reader.load(after, u16(file)).ok());
-    ASSERT_EQ(after.size(), 3u);
-    for (std::size_t i = 0; i < 3; ++i)
-        EXPECT_EQ(after[i].name, contacts[i].name);
+    EXPECT_EQ(readText(file), text);
+    EXPECT_EQ(namesOnDisk(), allThree);
 
     // Removing takes exactly the record's certificate, never another one of that name: a record
     // named "Bo" whose certificate isn't stored removes nothing and keeps Bo's element. An
@@ -268,11 +270,9 @@ TEST_F(RecipientsStoreTest, ChangeStartsFromWhatAnotherWriterLeft)
     ContactRecord ann = contact(0);
     ann.comments = u"edited";
     ASSERT_TRUE(window.update(ann).ok());
-    closeCertificateStore();
-    RecipientsStore reader;
-    ASSERT_TRUE(reader.load(contacts, u16(file)).ok());
+    contacts = onDisk();
     ASSERT_EQ(contacts.size(), 2u);
-    EXPECT_EQ(contacts[0].comments, u"edited");
+    EXPECT_EQ(details(contacts[0]), details(ann));
     EXPECT_EQ(contacts[1].name, u"Bo");
 }
 
@@ -290,10 +290,10 @@ TEST_F(RecipientsStoreTest, RepairFilesCertificatesThatLostTheirElement)
     ASSERT_TRUE(store.repair(refiled).ok());
     EXPECT_EQ(refiled, std::vector<std::u16string> { u"Ann Lee" });
     ASSERT_TRUE(store.load(contacts, u16(file)).ok());
+    EXPECT_TRUE(store.unmatchedCertificates().empty());
     ASSERT_EQ(contacts.size(), 2u);
     EXPECT_EQ(contacts[0].email, u"bo@example.org");
     EXPECT_EQ(contacts[1].name, u"Ann Lee");
-    EXPECT_TRUE(store.unmatchedCertificates().empty());
     ASSERT_TRUE(store.repair(refiled).ok());
     EXPECT_TRUE(refiled.empty());
 
@@ -326,10 +326,6 @@ TEST_F(RecipientsStoreTest, UnwritableOrInterruptedSaveKeepsTheOldFile)
         EXPECT_EQ(status.code(), 0u);
         EXPECT_EQ(status.severity(), SeverityError);
         platform::faults::reset();
-        RecipientsStore reader;
-        ASSERT_TRUE(reader.load(contacts, u16(file)).ok());
-        ASSERT_EQ(contacts.size(), 1u);
-        EXPECT_EQ(contacts[0].comments, u"Note");
         EXPECT_EQ(readText(file), before);
     }
 

@@ -104,16 +104,6 @@ private:
     std::unique_ptr<RecipientActionMan> recipientMan;
     QStringList shownInFolder;
 
-    void newProfile()
-    {
-        store = std::make_unique<RecipientsStore>();
-        QVERIFY(freshProfile(*store, profile));
-        if (contactMan) {
-            contactMan->setStore(store.get());
-            recipientMan->setStore(store.get());
-        }
-    }
-
     QListWidgetItem* addItem(QListWidget& list, const std::shared_ptr<ContactRecord>& record, bool own = false)
     {
         QListWidgetItem* item = newContactItem(record, own);
@@ -121,17 +111,12 @@ private:
         return item;
     }
 
-    QAction* contactAction(const char* caption)
+    static QAction* action(ActionMan& manager, const char* caption)
     {
-        contactMan->updateActions();
-        return contactMan->findAction(QString::fromLatin1(caption));
+        manager.updateActions();
+        return manager.findAction(QString::fromLatin1(caption));
     }
-
-    QAction* recipientAction(const char* caption)
-    {
-        recipientMan->updateActions();
-        return recipientMan->findAction(QString::fromLatin1(caption));
-    }
+    QAction* contactAction(const char* caption) { return action(*contactMan, caption); }
 
     // Answers the import's details dialog after checking what it offers and fills the first name;
     // unless it is cancelled, also the message that follows.
@@ -156,7 +141,8 @@ private slots:
     {
         answers::clear();
         answers::setStrict(true);
-        newProfile();
+        store = std::make_unique<RecipientsStore>();
+        QVERIFY(freshProfile(*store, profile));
         window = std::make_unique<QWidget>();
         auto* layout = new QHBoxLayout(window.get());
         contacts = new KvxListWidget(window.get());
@@ -203,66 +189,66 @@ private slots:
         QVERIFY(!bob.isOwn);
         QCOMPARE(bob.contact->firstName, std::u16string(u"Robert"));
         QVERIFY(contacts->item(0)->toolTip().contains(QStringLiteral("<b>First Name:</b>Robert<br>")));
-        const Dialogs::Shown done = answers::shown().last();
-        QCOMPARE(done.title, QStringLiteral("Halvoren"));
-        QCOMPARE(done.text, AddedText);
-        QCOMPARE(done.icon, QMessageBox::Information);
+        QCOMPARE(answers::shown().last().text, AddedText);
+        QCOMPARE(answers::shown().last().icon, QMessageBox::Information);
         QCOMPARE(contactMan->lastImportFolder(), QFileInfo(keyFile("Bob")).absolutePath());
 
-        // PEM text is read as well; the contact lands in the list given.
-        const fs::path folder = freshFolder("pem");
-        const QString pem = pemCopy("Carol", folder, "carol.kvxk");
-        answerImportDialog(QStringLiteral("Carol"), QStringLiteral("C"));
-        QVERIFY(ContactActionMan::importContactKey(pem, recipients, store.get()));
+        // A key file dropped from outside lands in the list that got it; PEM text is read as well,
+        // and the suffix in any case. Two files at once, or another suffix, are turned away.
+        const fs::path folder = freshFolder("drop");
+        const QString carolKey = pemCopy("Carol", folder, "CAROL.KVXK");
+        fs::copy_file(keyFile("Bob").toStdString(), folder / "bob.cer");
+        OutsideDrop two({ carolKey, keyFile("Bob") }), wrongSuffix({ qpath(folder / "bob.cer") }), one({ carolKey });
+        QVERIFY(!sendDragEnter(*recipients, &two.data));
+        QVERIFY(!sendDragEnter(*recipients, &wrongSuffix.data));
+        QVERIFY(!sendDrop(*recipients, &wrongSuffix.data));
+        QVERIFY(sendDragEnter(*recipients, &one.data));
+        answerImportDialog(QStringLiteral("Carol"), QStringLiteral("Caroline"));
+        QVERIFY(sendDrop(*recipients, &one.data));
         QCOMPARE(texts(*recipients), QStringList { "Carol" });
         QCOMPARE(texts(*contacts), QStringList { "Bob" });
 
         const std::vector<ContactRecord> onDisk = contactsOnDisk(profile);
         QCOMPARE(onDisk.size(), std::size_t(2));
-        QCOMPARE(onDisk[0].name, std::u16string(u"Bob"));
         QCOMPARE(onDisk[0].firstName, std::u16string(u"Robert"));
-        QCOMPARE(onDisk[1].name, std::u16string(u"Carol"));
+        QCOMPARE(onDisk[1].firstName, std::u16string(u"Caroline"));
         QVERIFY(
             sameCertificate(onDisk[1].identity.certificate(), loadCertificateFile(keyFile("Carol").toStdU16String())));
     }
 
     void duplicatesAndBadFilesAddNothing()
     {
-        // Bobby may join while only Bob is known...
-        QVERIFY(addContact(*store, "Bob"));
-        answerImportDialog(QStringLiteral("Bobby"), QString());
-        QVERIFY(ContactActionMan::importContactKey(keyFile("Bobby"), contacts, store.get()));
-        // ...and a key file of someone already there is turned away without a dialog.
-        answers::answer(QMessageBox::Ok);
-        QVERIFY(!ContactActionMan::importContactKey(keyFile("Bob"), contacts, store.get()));
-        QCOMPARE(answers::shown().last().text, ExistsText);
-        QCOMPARE(answers::shown().last().icon, QMessageBox::Warning);
-        QCOMPARE(texts(*contacts), QStringList { "Bobby" });
-
-        // A name is one person's as a whole, in any case: "BOBBY" is Bobby again, while Bob,
-        // whose name is only a piece of Bobby's, is somebody else.
-        newProfile();
-        contacts->clear();
-        QVERIFY(addContact(*store, "Bobby"));
-        answers::answer(QMessageBox::Ok);
-        QVERIFY(!ContactActionMan::importContactKey(keyFile("BOBBY"), contacts, store.get()));
-        QCOMPARE(answers::shown().last().text, ExistsText);
+        // A name is one person's as a whole, in any case: a name that is a piece of another, either
+        // way round, is somebody else, while "BOBBY" is Bobby again and turned away without a dialog.
+        auto import = [&](const char* name) {
+            return ContactActionMan::importContactKey(keyFile(name), contacts, store.get());
+        };
+        QVERIFY(addContact(*store, "Bobby") && addContact(*store, "Ann Tester"));
         answerImportDialog(QStringLiteral("Bob"), QString());
-        QVERIFY(ContactActionMan::importContactKey(keyFile("Bob"), contacts, store.get()));
+        QVERIFY(import("Bob"));
+        answerImportDialog(QStringLiteral("Joann Tester"), QString());
+        QVERIFY(import("Joann Tester"));
+        for (const char* again : { "BOBBY", "Bob" }) {
+            answers::answer(QMessageBox::Ok);
+            QVERIFY(!import(again));
+            QCOMPARE(answers::shown().last().text, ExistsText);
+            QCOMPARE(answers::shown().last().icon, QMessageBox::Warning);
+        }
+        QCOMPARE(texts(*contacts), QStringList({ "Bob", "Joann Tester" }));
         contacts->clear();
 
         // Cancelled details, a file that is no certificate, a missing file: nothing changes and
         // nothing but the dialog is shown.
         const qsizetype shownBefore = answers::shown().size();
         answerImportDialog(QStringLiteral("Carol"), QStringLiteral("x"), ContactDetailsDlg::Cancelled);
-        QVERIFY(!ContactActionMan::importContactKey(keyFile("Carol"), contacts, store.get()));
+        QVERIFY(!import("Carol"));
         const fs::path folder = freshFolder("junk");
         writeText(folder / "junk.kvxk", "not a certificate");
         QVERIFY(!ContactActionMan::importContactKey(qpath(folder / "junk.kvxk"), contacts, store.get()));
         QVERIFY(!ContactActionMan::importContactKey(qpath(folder / "gone.kvxk"), contacts, store.get()));
         QCOMPARE(answers::shown().size(), shownBefore);
         QVERIFY(contacts->count() == 0);
-        QCOMPARE(contactsOnDisk(profile).size(), std::size_t(2));
+        QCOMPARE(contactsOnDisk(profile).size(), std::size_t(4));
         QVERIFY(!findCertificate(u"Carol"));
 
         // A failed import still moves the chooser to the file's folder; a cancelled chooser doesn't.
@@ -318,12 +304,8 @@ private slots:
 
     void menusOfferWhatTheSelectionAllows()
     {
-        QVERIFY2(contactMan->entries().isEmpty(), "actions are made on first use");
-        QVERIFY(contacts->actions().isEmpty());
-
-        const QStringList emptyContacts { "-", "-", "Add New Contact", "-" };
         contactMan->updateActions();
-        QCOMPARE(visibleMenu(contactMan->contextMenu()->actions()), emptyContacts);
+        QCOMPARE(visibleMenu(contactMan->contextMenu()->actions()), QStringList({ "-", "-", "Add New Contact", "-" }));
         recipientMan->updateActions();
         QCOMPARE(visibleMenu(recipientMan->contextMenu()->actions()), QStringList({ "-", "-" }));
 
@@ -355,14 +337,6 @@ private slots:
             contactMan->updateActions();
             QVERIFY2(visibleMenu(contactMan->contextMenu()->actions()) == test.menu, test.what);
         }
-
-        // Each list's shortcuts reach that list only.
-        for (const ActionEntry* entry : contactMan->entries()) {
-            QCOMPARE(entry->action->shortcutContext(), Qt::WidgetShortcut);
-            QVERIFY(contacts->actions().contains(entry->action));
-        }
-        QCOMPARE(recipientMan->entries().first()->action->text(), QStringLiteral("Remove"));
-        QCOMPARE(recipientMan->entries().first()->action->shortcut(), QKeySequence(QKeySequence::Delete));
 
         addItem(*recipients, named(u"Dave"))->setSelected(true);
         recipientMan->updateActions();
@@ -401,8 +375,8 @@ private slots:
             const QPoint at = list.visualItemRect(item).center();
             QTest::mousePress(list.viewport(), Qt::LeftButton, {}, at);
             const QPoint to = at + QPoint(0, 2 * QApplication::startDragDistance());
-            QMouseEvent move(QEvent::MouseMove, to, list.viewport()->mapToGlobal(to), Qt::NoButton, Qt::LeftButton,
-                Qt::NoModifier);
+            QMouseEvent move(
+                QEvent::MouseMove, to, list.viewport()->mapToGlobal(to), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
             QApplication::sendEvent(list.viewport(), &move);
             QTest::mouseRelease(list.viewport(), Qt::LeftButton, {}, to);
         };
@@ -438,31 +412,6 @@ private slots:
         QMimeData text;
         text.setText(QStringLiteral("hello"));
         QVERIFY(!sendDragEnter(*recipients, &text));
-    }
-
-    void keyFileDropLandsOnTheListThatGotIt()
-    {
-        const fs::path folder = freshFolder("drop");
-        fs::copy_file(keyFile("Carol").toStdString(), folder / "CAROL.KVXK");
-        fs::copy_file(keyFile("Bob").toStdString(), folder / "bob.kvxk");
-        fs::copy_file(keyFile("Bob").toStdString(), folder / "bob.cer");
-        const QString carolKey = qpath(folder / "CAROL.KVXK");
-        const QString bobKey = qpath(folder / "bob.kvxk");
-
-        OutsideDrop two({ carolKey, bobKey });
-        QVERIFY2(!sendDragEnter(*recipients, &two.data), "two key files at once");
-        OutsideDrop wrongSuffix({ qpath(folder / "bob.cer") });
-        QVERIFY(!sendDragEnter(*recipients, &wrongSuffix.data));
-        QVERIFY(!sendDrop(*recipients, &wrongSuffix.data));
-
-        OutsideDrop one({ carolKey });
-        QVERIFY(sendDragEnter(*recipients, &one.data));
-        answerImportDialog(QStringLiteral("Carol"), QStringLiteral("Caroline"));
-        QVERIFY(sendDrop(*recipients, &one.data));
-        QCOMPARE(texts(*recipients), QStringList { "Carol" });
-        QCOMPARE(contacts->count(), 0);
-        QCOMPARE(contactsOnDisk(profile).size(), std::size_t(1));
-        QCOMPARE(contactsOnDisk(profile)[0].firstName, std::u16string(u"Caroline"));
     }
 
     void removingKeepsTheOwnContact()
@@ -521,7 +470,7 @@ private slots:
             QTest::keyClicks(dialog.findChild<QTextEdit*>("CommentsTE"), QStringLiteral("met in 2020"));
             return okEnabled(dialog) ? 1 : 0;
         });
-        recipientAction("Contact Details")->trigger();
+        action(*recipientMan, "Contact Details")->trigger();
 
         const ContactItemData data = contactItemData(bobItem);
         QCOMPARE(data.contact->organization, std::u16string(u"<i>Acme</i>"));
@@ -543,7 +492,7 @@ private slots:
             QTest::keyClicks(dialog.findChild<QLineEdit*>("EMailLE"), QStringLiteral("b@x"));
             return int(ContactDetailsDlg::Cancelled);
         });
-        recipientAction("Contact Details")->trigger();
+        action(*recipientMan, "Contact Details")->trigger();
         QCOMPARE(bobItem->toolTip(), tip);
         QCOMPARE(contactsOnDisk(profile)[0].email, std::u16string());
     }
