@@ -262,13 +262,12 @@ private slots:
 
     void saveNamesGetTheKeySuffix()
     {
-        const QStringList chosen { "/t/alice", "/t/alice.txt", "/t/alice.kvxk", "/t/alice.KvXk", "/t/report.old.kvxk",
-            "" };
-        const QStringList expected { "/t/alice.kvxk", "/t/alice.txt.kvxk", "/t/alice.kvxk", "/t/alice.KvXk",
-            "/t/report.old.kvxk.kvxk", "" };
-        for (int at = 0; at < chosen.size(); ++at) {
-            answers::answerPath(chosen[at]);
-            QCOMPARE(contactMan->chooseKeyFileToSave(QStringLiteral("alice")), expected[at]);
+        for (const auto& [chosen, saved] :
+            { std::pair { "/t/alice", "/t/alice.kvxk" }, { "/t/alice.txt", "/t/alice.txt.kvxk" },
+                { "/t/alice.kvxk", "/t/alice.kvxk" }, { "/t/alice.KvXk", "/t/alice.KvXk" },
+                { "/t/report.old.kvxk", "/t/report.old.kvxk.kvxk" }, { "", "" } }) {
+            answers::answerPath(QString::fromLatin1(chosen));
+            QCOMPARE(contactMan->chooseKeyFileToSave(QStringLiteral("alice")), QString::fromLatin1(saved));
         }
     }
 
