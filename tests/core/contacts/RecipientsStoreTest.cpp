@@ -69,9 +69,9 @@ protected:
         if (reopen)
             closeCertificateStore();
         RecipientsStore reader;
-        std::vector<ContactRecord> contacts;
-        EXPECT_TRUE(reader.load(contacts, u16(file)).ok());
-        return contacts;
+        std::vector<ContactRecord> read;
+        EXPECT_TRUE(reader.load(read, u16(file)).ok());
+        return read;
     }
     static std::vector<std::u16string> details(const ContactRecord& record)
     {
@@ -96,6 +96,9 @@ protected:
     static inline std::vector<std::unique_ptr<IdentityCertificate>> identities;
     fs::path profile;
     fs::path file;
+    // The store under test and what its last load gave.
+    RecipientsStore store;
+    std::vector<ContactRecord> contacts;
 };
 
 } // namespace
@@ -103,8 +106,6 @@ protected:
 TEST_F(RecipientsStoreTest, AddUpdateRemoveKeepFileAndCertificateStoreInStep)
 {
     writeText(file, "");
-    RecipientsStore store;
-    std::vector<ContactRecord> contacts;
     ASSERT_TRUE(store.load(contacts, u16(file)).ok());
     EXPECT_TRUE(contacts.empty());
 
@@ -161,8 +162,6 @@ TEST_F(RecipientsStoreTest, JoinsByExactDisplayNameInStoreOrder)
                                      "<Recipient Name=\"Bo\"/>"
                                      "</Recipients>";
     writeText(file, withStranger);
-    RecipientsStore store;
-    std::vector<ContactRecord> contacts;
     ASSERT_TRUE(store.load(contacts, u16(file)).ok());
     ASSERT_EQ(contacts.size(), 2u);
     EXPECT_EQ(contacts[0].name, u"Bo");
@@ -194,8 +193,6 @@ TEST_F(RecipientsStoreTest, FailedChangesLeaveTheProfileAsItWas)
     // A broken file with an empty certificate store loads, but no change touches either half.
     const std::string broken = "<Recipients><Recipient Name=\"Bo\">";
     writeText(file, broken);
-    RecipientsStore store;
-    std::vector<ContactRecord> contacts;
     EngineStatus status = store.load(contacts, u16(file));
     EXPECT_TRUE(status.ok());
     EXPECT_NE(status.code(), 0u);
@@ -262,7 +259,6 @@ TEST_F(RecipientsStoreTest, ChangeStartsFromWhatAnotherWriterLeft)
     // starts from the files as they are, not from what the store read at its load.
     writeText(file, "");
     RecipientsStore window, tool;
-    std::vector<ContactRecord> contacts;
     ASSERT_TRUE(window.load(contacts, u16(file)).ok());
     ASSERT_TRUE(tool.load(contacts, u16(file)).ok());
     ASSERT_TRUE(tool.add(contact(0)).ok());
@@ -281,8 +277,6 @@ TEST_F(RecipientsStoreTest, RepairFilesCertificatesThatLostTheirElement)
     ASSERT_TRUE(identities[1]->addToStore().ok());
     ASSERT_TRUE(identities[0]->addToStore().ok());
     writeText(file, "<Recipients><Recipient Name=\"Bo\"><EMail>bo@example.org</EMail></Recipient></Recipients>");
-    RecipientsStore store;
-    std::vector<ContactRecord> contacts;
     EXPECT_EQ(store.load(contacts, u16(file)).code(), win::ERROR_INVALID_DATA);
     EXPECT_EQ(store.unmatchedCertificates(), std::vector<std::u16string> { u"Ann Lee" });
 
@@ -311,8 +305,6 @@ TEST_F(RecipientsStoreTest, UnwritableOrInterruptedSaveKeepsTheOldFile)
     const fs::path folder = freshFolder("lists");
     file = folder / "RecipientsList.xml";
     writeText(file, "");
-    RecipientsStore store;
-    std::vector<ContactRecord> contacts;
     ASSERT_TRUE(store.load(contacts, u16(file)).ok());
     ASSERT_TRUE(store.add(contact(0)).ok());
     const std::string before = readText(file);
