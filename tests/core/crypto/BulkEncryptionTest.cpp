@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "CryptoTestHelpers.h"
@@ -19,14 +20,13 @@ namespace {
 
 struct ProgressLog {
     std::vector<std::uint32_t> operations;
-    std::vector<std::int64_t> totals;
-    std::vector<std::int64_t> processed;
+    std::vector<std::int64_t> totals, processed;
     int stopAtCall = -1;
 };
 ProgressLog* progress = nullptr;
 
-int recordProgress(std::uint32_t operation, std::int64_t dataLength, std::int64_t processedLength,
-                   KvxUtils::UserParameter*)
+int recordProgress(
+    std::uint32_t operation, std::int64_t dataLength, std::int64_t processedLength, KvxUtils::UserParameter*)
 {
     progress->operations.push_back(operation);
     progress->totals.push_back(dataLength);
@@ -53,6 +53,15 @@ protected:
     }
     void TearDown() override { progress = nullptr; }
 
+    // Runs one direction with a fresh progress log that stops at the given report.
+    bool crypt(bool encrypting, const fs::path& source, const fs::path& target, int stopAtCall = -1)
+    {
+        log = ProgressLog();
+        log.stopAtCall = stopAtCall;
+        return encrypting ? session.encryptStream(u16(source), u16(target), key.get())
+                          : session.decryptStream(u16(source), u16(target), key.get());
+    }
+
     fs::path folder;
     CryptoSession session;
     SessionKeyPtr key;
@@ -62,106 +71,85 @@ protected:
 
 TEST_F(BulkEncryption, MatchesOneShotAesCbcAndDecryptsBackAtEveryChunkBoundary)
 {
-    struct Case {
-        std::size_t plain;
-        std::size_t cipher;
-    };
     // Around the 992-byte chunk, and across the large read buffer (1057 chunks) and several of them.
-    const std::vector<Case> cases = {{1, 16},       {15, 16},        {16, 32},           {991, 992},
-                                     {992, 1008},   {993, 1008},     {1984, 2000},       {1057 * 992, 1057 * 992 + 16},
-                                     {3 << 20, (3 << 20) + 16},     {(5 << 20) + 7, (5 << 20) + 16}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.plain);
-        const fs::path plain = folder / "plain", cipher = folder / "cipher", back = folder / "back",
-                       reference = folder / "reference";
-        const std::vector<std::uint8_t> data = randomBytes(c.plain, static_cast<std::uint32_t>(c.plain));
+    const std::size_t sizes[] = { 1, 15, 16, 991, 992, 993, 1984, 1057 * 992, 3 << 20, (5 << 20) + 7 };
+    const fs::path plain = folder / "plain", cipher = folder / "cipher", back = folder / "back",
+                   reference = folder / "reference";
+    for (const std::size_t size : sizes) {
+        SCOPED_TRACE(size);
+        const std::size_t cipherSize = (size / 16 + 1) * 16;
+        const std::vector<std::uint8_t> data = randomBytes(size, static_cast<std::uint32_t>(size));
         writeBytes(plain, data);
-        log = ProgressLog();
 
-        ASSERT_TRUE(session.encryptStream(u16(plain), u16(cipher), key.get()));
-        ASSERT_EQ(run("openssl enc -aes-256-cbc -K " + keyHex + " -iv " + ivHex + " -in " + shellArg(plain) + " -out " +
-                      shellArg(reference)),
-                  0);
+        ASSERT_TRUE(crypt(true, plain, cipher));
+        ASSERT_EQ(run("openssl enc -aes-256-cbc -K " + keyHex + " -iv " + ivHex + " -in " + shellArg(plain) + " -out "
+                      + shellArg(reference)),
+            0);
         const std::vector<std::uint8_t> encrypted = readBytes(cipher);
-        EXPECT_EQ(encrypted.size(), c.cipher);
+        EXPECT_EQ(encrypted.size(), cipherSize);
         EXPECT_TRUE(encrypted == readBytes(reference));
 
         // One report per chunk, the last one short; totals run up to the cipher text's length.
-        ASSERT_EQ(log.operations.size(), c.plain / 992 + 1);
+        ASSERT_EQ(log.operations.size(), size / 992 + 1);
         EXPECT_EQ(log.operations.front(), OpEncrypt);
-        EXPECT_EQ(log.totals.back(), static_cast<std::int64_t>(c.plain));
-        EXPECT_EQ(log.processed.back(), static_cast<std::int64_t>(c.cipher));
-        if (c.plain >= 992) {
-            EXPECT_EQ(log.processed.front(), 992);
-        }
+        EXPECT_EQ(log.totals.back(), static_cast<std::int64_t>(size));
+        EXPECT_EQ(log.processed.back(), static_cast<std::int64_t>(cipherSize));
+        EXPECT_EQ(log.processed.front(), size >= 992 ? 992 : static_cast<std::int64_t>(cipherSize));
 
-        log = ProgressLog();
         // The digest taken on the way equals a pass over the written file, also where the file
         // is shorter than the offset.
         session.hashOutputFrom(20);
-        ASSERT_TRUE(session.decryptStream(u16(cipher), u16(back), key.get()));
+        ASSERT_TRUE(crypt(false, cipher, back));
         EXPECT_TRUE(readBytes(back) == data);
-        const auto onTheWay = session.outputDigest();
-        ASSERT_TRUE(onTheWay);
-        {
-            const platform::FileHandle written = platform::openFile(u16(back), win::OPEN_EXISTING, win::GENERIC_READ);
-            ASSERT_TRUE(platform::seekFile(written, 20, platform::SeekFrom::Begin));
-            const auto afterwards = hashFile(written, nullptr, nullptr);
-            platform::closeFile(written);
-            ASSERT_TRUE(afterwards);
-            EXPECT_EQ(*onTheWay, *afterwards);
-        }
-        ASSERT_EQ(log.operations.size(), c.cipher / 992 + 1);
+        const platform::FileHandle written = platform::openFile(u16(back), win::OPEN_EXISTING, win::GENERIC_READ);
+        ASSERT_TRUE(platform::seekFile(written, 20, platform::SeekFrom::Begin));
+        const auto afterwards = hashFile(written, nullptr, nullptr);
+        platform::closeFile(written);
+        ASSERT_TRUE(session.outputDigest() && afterwards);
+        EXPECT_EQ(*session.outputDigest(), *afterwards);
+
+        ASSERT_EQ(log.operations.size(), cipherSize / 992 + 1);
         EXPECT_EQ(log.operations.back(), OpDecrypt);
-        EXPECT_EQ(log.totals.back(), static_cast<std::int64_t>(c.cipher));
-        EXPECT_EQ(log.processed.back(), static_cast<std::int64_t>(c.plain));
-        for (std::size_t i = 1; i < log.processed.size(); ++i)
-            EXPECT_LE(log.processed[i - 1], log.processed[i]);
+        EXPECT_EQ(log.totals.back(), static_cast<std::int64_t>(cipherSize));
+        EXPECT_EQ(log.processed.back(), static_cast<std::int64_t>(size));
+        EXPECT_TRUE(std::is_sorted(log.processed.begin(), log.processed.end()));
     }
 }
 
-TEST_F(BulkEncryption, EmptySourceFailsAndLeavesAnEmptyTarget)
+TEST_F(BulkEncryption, EmptySourceStopOrFailureLeaveNoCipherText)
 {
+    // An empty source fails and leaves an empty target, without a report.
     const fs::path empty = folder / "empty", target = folder / "target";
     writeBytes(empty, {});
-    EXPECT_FALSE(session.encryptStream(u16(empty), u16(target), key.get()));
+    EXPECT_FALSE(crypt(true, empty, target));
     ASSERT_TRUE(fs::exists(target));
     EXPECT_EQ(fs::file_size(target), 0u);
-    EXPECT_FALSE(session.decryptStream(u16(empty), u16(target), key.get()));
+    EXPECT_FALSE(crypt(false, empty, target));
     EXPECT_TRUE(log.operations.empty());
-}
 
-TEST_F(BulkEncryption, StopOrFailureDeletesCipherTextButLeavesPlainTarget)
-{
-    const fs::path plain = folder / "plain", cipher = folder / "cipher", back = folder / "back";
+    const fs::path plain = folder / "plain", cipher = folder / "cipher", back = folder / "back",
+                   stopped = folder / "stopped";
     writeBytes(plain, randomBytes(5000));
-    ASSERT_TRUE(session.encryptStream(u16(plain), u16(cipher), key.get()));
-
-    log = ProgressLog();
-    log.stopAtCall = 0;
-    const fs::path stopped = folder / "stopped";
-    EXPECT_FALSE(session.encryptStream(u16(plain), u16(stopped), key.get()));
+    ASSERT_TRUE(crypt(true, plain, cipher));
+    EXPECT_FALSE(crypt(true, plain, stopped, 0));
     EXPECT_FALSE(fs::exists(stopped));
     EXPECT_EQ(log.operations.size(), 1u);
 
-    log = ProgressLog();
-    log.stopAtCall = 0;
+    // A stopped decryption leaves its plain target; it has no digest to offer, and the request
+    // doesn't carry over to the next run.
     session.hashOutputFrom(0);
-    EXPECT_FALSE(session.decryptStream(u16(cipher), u16(back), key.get()));
+    EXPECT_FALSE(crypt(false, cipher, back, 0));
     EXPECT_TRUE(fs::exists(back));
     EXPECT_EQ(log.operations.size(), 1u);
-    // A stopped run has no digest to offer, and the request doesn't carry over to the next run.
     EXPECT_FALSE(session.outputDigest());
-    log = ProgressLog();
-    ASSERT_TRUE(session.decryptStream(u16(cipher), u16(back), key.get()));
+    ASSERT_TRUE(crypt(false, cipher, back));
     EXPECT_FALSE(session.outputDigest());
 
     // A full disk in the middle of a large file: no partial cipher text stays behind.
     const fs::path large = folder / "large";
     writeBytes(large, randomBytes(3 << 20));
-    log = ProgressLog();
     platform::faults::failAfter(platform::faults::Kind::Write, 1, win::ERROR_DISK_FULL);
-    EXPECT_FALSE(session.encryptStream(u16(large), u16(stopped), key.get()));
+    EXPECT_FALSE(crypt(true, large, stopped));
     platform::faults::reset();
     EXPECT_FALSE(fs::exists(stopped));
 }
@@ -169,29 +157,27 @@ TEST_F(BulkEncryption, StopOrFailureDeletesCipherTextButLeavesPlainTarget)
 TEST_F(BulkEncryption, DamagedCipherTextFailsAtTheFinalStep)
 {
     const fs::path plain = folder / "plain", cipher = folder / "cipher", back = folder / "back";
-    writeBytes(plain, randomBytes(2500, 3));
-    session.setCallback(nullptr);
-    ASSERT_TRUE(session.encryptStream(u16(plain), u16(cipher), key.get()));
-    std::vector<std::uint8_t> bytes = readBytes(cipher);
+    const std::vector<std::uint8_t> want = randomBytes(2500, 3);
+    writeBytes(plain, want);
+    ASSERT_TRUE(crypt(true, plain, cipher));
+    const std::vector<std::uint8_t> bytes = readBytes(cipher);
 
     std::vector<std::uint8_t> changed = bytes;
     changed.back() ^= 0x5A;
-    writeBytes(cipher, changed);
-    EXPECT_FALSE(session.decryptStream(u16(cipher), u16(back), key.get()));
-
-    std::vector<std::uint8_t> cut(bytes.begin(), bytes.end() - 1);
-    writeBytes(cipher, cut);
-    EXPECT_FALSE(session.decryptStream(u16(cipher), u16(back), key.get()));
+    for (const auto& damaged : { changed, std::vector<std::uint8_t>(bytes.begin(), bytes.end() - 1) }) {
+        writeBytes(cipher, damaged);
+        EXPECT_FALSE(crypt(false, cipher, back));
+    }
 
     // A different vector garbles only the first block, so the rest must still come back.
     writeBytes(cipher, bytes);
     const std::vector<std::uint8_t> otherIv(16, 0);
     ASSERT_TRUE(session.setIv(key.get(), otherIv.data()));
-    ASSERT_TRUE(session.decryptStream(u16(cipher), u16(back), key.get()));
-    const std::vector<std::uint8_t> got = readBytes(back), want = readBytes(plain);
+    ASSERT_TRUE(crypt(false, cipher, back));
+    const std::vector<std::uint8_t> got = readBytes(back);
     ASSERT_EQ(got.size(), want.size());
     EXPECT_FALSE(std::equal(want.begin(), want.begin() + 16, got.begin()));
     EXPECT_TRUE(std::equal(want.begin() + 16, want.end(), got.begin() + 16));
 }
 
-}  // namespace
+} // namespace

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstring>
 
 #include "CryptoTestHelpers.h"
@@ -10,7 +9,6 @@
 
 using namespace crypto_tests;
 using testing_support::randomBytes;
-using testing_support::readBytes;
 using testing_support::u16;
 using testing_support::writeBytes;
 
@@ -18,24 +16,23 @@ namespace {
 
 struct ErrorLog {
     int calls = 0;
-    std::uint32_t operation = 99;
-    std::uint32_t code = 0;
-    std::uint32_t severity = 0;
+    std::uint32_t operation = 99, code = 0, severity = 0;
     bool fileNameNull = false;
 };
 ErrorLog errors;
 
 int recordError(std::uint32_t operation, std::int64_t, std::int64_t, KvxUtils::UserParameter* user)
 {
-    ++errors.calls;
-    errors.operation = operation;
-    errors.code = user->status.code();
-    errors.severity = user->status.severity();
-    errors.fileNameNull = user->fileName == nullptr;
+    errors = { errors.calls + 1, operation, user->status.code(), user->status.severity(), user->fileName == nullptr };
     return 1;
 }
 
-const char16_t* const Names[] = {u"Alice Ames", u"Bob Burns", u"Carol Chen"};
+const char16_t* const Names[] = { u"Alice Ames", u"Bob Burns", u"Carol Chen" };
+
+bool sameBytes(const ByteBlobPtr& blob, const std::uint8_t* expected, std::size_t size)
+{
+    return blob && blob->size() == size && std::memcmp(blob->data(), expected, size) == 0;
+}
 
 // Three identities made by the program (RSA 3072, so made once) and one contact made by openssl,
 // all in one profile of their own.
@@ -46,15 +43,11 @@ protected:
         profile = new fs::path(useFreshProfile("envelope"));
         for (int i = 0; i < 3; ++i) {
             auto identity = IdentityCertificate::create(Names[i]);
-            ASSERT_TRUE(identity);
-            ASSERT_TRUE(identity->addToStore().ok());
+            ASSERT_TRUE(identity && identity->addToStore().ok());
             identities[i] = identity->certificate();
         }
-        const fs::path dave = opensslCertificate(*profile, "dave", "/CN=Dave Dunn/title=Halvoren");
-        ASSERT_FALSE(dave.empty());
-        outsider = loadCertificateFile(u16(dave));
-        ASSERT_TRUE(outsider);
-        ASSERT_TRUE(addCertificate(outsider));
+        outsider = loadCertificateFile(u16(opensslCertificate(*profile, "dave", "/CN=Dave Dunn/title=Halvoren")));
+        ASSERT_TRUE(outsider && addCertificate(outsider));
     }
     static void TearDownTestSuite()
     {
@@ -74,15 +67,18 @@ protected:
         session.setUserParameter(&user);
         user.fileName = u"stale";
         folder = testing_support::freshFolder("envelope-case");
+        key = session.createSessionKey(true);
+        blob = packKeyBlob(session.exportPlainKey(key.get()).get(), readIv(key.get()).get());
     }
 
-    // A 56-byte key blob for a fresh session key.
-    ByteBlobPtr freshBlob(SessionKeyPtr& key)
+    // The key file opens for the named user and yields the packed key and vector.
+    void expectOpensFor(const char16_t* name, const fs::path& keyFile)
     {
-        key = session.createSessionKey(true);
-        ByteBlobPtr raw = session.exportPlainKey(key.get());
-        ByteBlobPtr iv = readIv(key.get());
-        return packKeyBlob(raw.get(), iv.get());
+        ASSERT_TRUE(openCertificateStore(name));
+        SessionKeyPtr opened = session.readKeyFile(u16(keyFile));
+        ASSERT_TRUE(opened);
+        EXPECT_TRUE(sameBytes(session.exportPlainKey(opened.get()), blob->data() + 4, 32));
+        EXPECT_TRUE(sameBytes(readIv(opened.get()), blob->data() + 40, 16));
     }
 
     static inline fs::path* profile = nullptr;
@@ -92,35 +88,31 @@ protected:
     CryptoSession session;
     KvxUtils::UserParameter user;
     fs::path folder;
+    SessionKeyPtr key;
+    ByteBlobPtr blob; // 56 bytes: the fresh session key as packed for the envelope
 };
 
-TEST_F(KeyEnvelope, SessionKeysAreFreshAndSurviveExportImportAndPacking)
+TEST_F(KeyEnvelope, SessionKeysAreFreshAndSurvivePackingAndImport)
 {
-    SessionKeyPtr first = session.createSessionKey(true), second = session.createSessionKey(true);
-    ByteBlobPtr key1 = session.exportPlainKey(first.get()), key2 = session.exportPlainKey(second.get());
-    ByteBlobPtr iv1 = readIv(first.get()), iv2 = readIv(second.get());
+    SessionKeyPtr second = session.createSessionKey(true);
+    ByteBlobPtr key1 = session.exportPlainKey(key.get()), iv1 = readIv(key.get());
     ASSERT_EQ(key1->size(), 32u);
     ASSERT_EQ(iv1->size(), 16u);
-    EXPECT_NE(std::memcmp(key1->data(), key2->data(), 32), 0);
-    EXPECT_NE(std::memcmp(iv1->data(), iv2->data(), 16), 0);
+    ASSERT_EQ(blob->size(), 56u);
+    EXPECT_FALSE(sameBytes(session.exportPlainKey(second.get()), key1->data(), 32));
+    EXPECT_FALSE(sameBytes(readIv(second.get()), iv1->data(), 16));
 
-    ByteBlobPtr packed = packKeyBlob(key1.get(), iv1.get());
-    ASSERT_EQ(packed->size(), 56u);
     ByteBlobPtr ivBack;
-    ByteBlobPtr keyBack = unpackKeyBlob(packed.get(), ivBack);
-    ASSERT_TRUE(keyBack && ivBack);
-    EXPECT_EQ(std::memcmp(keyBack->data(), key1->data(), 32), 0);
-    EXPECT_EQ(std::memcmp(ivBack->data(), iv1->data(), 16), 0);
-
+    ByteBlobPtr keyBack = unpackKeyBlob(blob.get(), ivBack);
+    EXPECT_TRUE(sameBytes(keyBack, key1->data(), 32));
+    EXPECT_TRUE(sameBytes(ivBack, iv1->data(), 16));
     SessionKeyPtr imported = session.importPlainKey(keyBack.get());
     ASSERT_TRUE(imported);
-    EXPECT_EQ(std::memcmp(session.exportPlainKey(imported.get())->data(), key1->data(), 32), 0);
+    EXPECT_TRUE(sameBytes(session.exportPlainKey(imported.get()), key1->data(), 32));
     ByteBlob tooShort(key1->data(), 31);
     EXPECT_FALSE(session.importPlainKey(&tooShort));
-}
 
-TEST_F(KeyEnvelope, UnpackRefusesLengthsOutsideTheBlob)
-{
+    // Lengths that point outside the blob, are empty, or wrap a 32-bit sum are refused.
     auto blobWith = [](std::uint32_t keyLength, std::uint32_t ivLength, std::size_t size) {
         std::vector<std::uint8_t> bytes(size, 0xAB);
         std::memcpy(bytes.data(), &keyLength, std::min<std::size_t>(4, size));
@@ -128,25 +120,24 @@ TEST_F(KeyEnvelope, UnpackRefusesLengthsOutsideTheBlob)
             std::memcpy(bytes.data() + 4 + keyLength, &ivLength, 4);
         return std::make_unique<ByteBlob>(bytes.data(), static_cast<std::uint32_t>(size));
     };
-    ByteBlobPtr iv = std::make_unique<ByteBlob>(3);
+    const struct {
+        std::uint32_t key, iv;
+        std::size_t size;
+    } refused[] = { { 0, 16, 56 }, { 56, 16, 56 }, { 32, 17, 56 }, { 32, 0, 56 }, { 50, 16, 56 },
+        { 32, 0xFFFFFFF0u, 56 }, { 1, 1, 3 } };
+    for (const auto& bad : refused) {
+        ByteBlobPtr iv = std::make_unique<ByteBlob>(3);
+        EXPECT_FALSE(unpackKeyBlob(blobWith(bad.key, bad.iv, bad.size).get(), iv)) << bad.key << " " << bad.iv;
+        EXPECT_FALSE(iv);
+    }
+    ByteBlobPtr iv;
     EXPECT_TRUE(unpackKeyBlob(blobWith(32, 16, 56).get(), iv));
-    EXPECT_FALSE(unpackKeyBlob(blobWith(0, 16, 56).get(), iv));
-    EXPECT_FALSE(iv);
-    EXPECT_FALSE(unpackKeyBlob(blobWith(56, 16, 56).get(), iv));
-    EXPECT_FALSE(unpackKeyBlob(blobWith(32, 17, 56).get(), iv));
-    EXPECT_FALSE(unpackKeyBlob(blobWith(32, 0, 56).get(), iv));
-    EXPECT_FALSE(unpackKeyBlob(blobWith(50, 16, 56).get(), iv));        // ivLength would lie past the end
-    EXPECT_FALSE(unpackKeyBlob(blobWith(32, 0xFFFFFFF0u, 56).get(), iv));  // a sum that wraps in 32 bits
-    EXPECT_FALSE(unpackKeyBlob(blobWith(1, 1, 3).get(), iv));
-    EXPECT_FALSE(iv);
 }
 
 TEST_F(KeyEnvelope, EveryRecipientOpensItWithOpensslAndWithTheProgram)
 {
-    SessionKeyPtr key;
-    ByteBlobPtr blob = freshBlob(key);
     const fs::path keyFile = folder / "key.p7";
-    ASSERT_TRUE(session.writeKeyFile(u16(keyFile), key.get(), {identities[0], identities[1], identities[2]}));
+    ASSERT_TRUE(session.writeKeyFile(u16(keyFile), key.get(), { identities[0], identities[1], identities[2] }));
     EXPECT_EQ(fs::status(keyFile).permissions() & fs::perms::all, fs::perms::owner_read | fs::perms::owner_write);
 
     for (int i = 0; i < 3; ++i) {
@@ -155,35 +146,27 @@ TEST_F(KeyEnvelope, EveryRecipientOpensItWithOpensslAndWithTheProgram)
         ASSERT_TRUE(saveCertificateFile(identities[i], u16(cert)));
         const std::string containerFile = testing_support::u8(platform::keyContainerPath(Names[i]));
         std::string plain;
-        ASSERT_EQ(run("openssl cms -decrypt -inform DER -in " + shellArg(keyFile) + " -recip " + shellArg(cert) +
-                          " -inkey " + shellArg(containerFile),
+        ASSERT_EQ(run("openssl cms -decrypt -inform DER -in " + shellArg(keyFile) + " -recip " + shellArg(cert)
+                          + " -inkey " + shellArg(containerFile),
                       &plain),
-                  0);
-        ASSERT_EQ(plain.size(), 56u);
-        EXPECT_EQ(std::memcmp(plain.data(), blob->data(), 56), 0);
-
-        ASSERT_TRUE(openCertificateStore(Names[i]));
-        SessionKeyPtr opened = session.readKeyFile(u16(keyFile));
-        ASSERT_TRUE(opened);
-        EXPECT_EQ(std::memcmp(session.exportPlainKey(opened.get())->data(), blob->data() + 4, 32), 0);
-        EXPECT_EQ(std::memcmp(readIv(opened.get())->data(), blob->data() + 40, 16), 0);
+            0);
+        EXPECT_TRUE(plain.size() == 56 && std::memcmp(plain.data(), blob->data(), 56) == 0);
+        expectOpensFor(Names[i], keyFile);
     }
     EXPECT_EQ(errors.calls, 0);
 
-    // Dave is in the store but not in the envelope.
-    ASSERT_TRUE(openCertificateStore(u"Dave Dunn"));
-    EXPECT_FALSE(session.readKeyFile(u16(keyFile)));
-    EXPECT_EQ(errors.calls, 1);
-    EXPECT_EQ(errors.operation, OpError);
-    EXPECT_EQ(errors.code, 0x8009100Bu);
-    EXPECT_EQ(errors.severity, SeverityError);
-    EXPECT_TRUE(errors.fileNameNull);
-
-    // A user with no own certificate takes the same road.
-    ASSERT_TRUE(openCertificateStore(u"Nobody Here"));
-    EXPECT_FALSE(session.readKeyFile(u16(keyFile)));
-    EXPECT_EQ(errors.calls, 2);
-    EXPECT_EQ(errors.code, 0x8009100Bu);
+    // Dave is in the store but not in the envelope; a user with no own certificate takes the
+    // same road. Both get one report, without a stale file name.
+    for (const char16_t* stranger : { u"Dave Dunn", u"Nobody Here" }) {
+        ASSERT_TRUE(openCertificateStore(stranger));
+        const int before = errors.calls;
+        EXPECT_FALSE(session.readKeyFile(u16(keyFile)));
+        EXPECT_EQ(errors.calls, before + 1);
+        EXPECT_EQ(errors.operation, OpError);
+        EXPECT_EQ(errors.code, 0x8009100Bu);
+        EXPECT_EQ(errors.severity, SeverityError);
+        EXPECT_TRUE(errors.fileNameNull);
+    }
 }
 
 TEST_F(KeyEnvelope, EnvelopeMadeByOpensslOpens)
@@ -192,17 +175,11 @@ TEST_F(KeyEnvelope, EnvelopeMadeByOpensslOpens)
                    keyFile = folder / "key.p7";
     ASSERT_TRUE(saveCertificateFile(identities[1], u16(der)));
     ASSERT_EQ(run("openssl x509 -inform DER -in " + shellArg(der) + " -out " + shellArg(pem)), 0);
-    SessionKeyPtr key;
-    ByteBlobPtr blob = freshBlob(key);
     writeBytes(blobFile, std::vector<std::uint8_t>(blob->data(), blob->data() + blob->size()));
-    ASSERT_EQ(run("openssl cms -encrypt -des3 -binary -outform DER -in " + shellArg(blobFile) + " -out " +
-                  shellArg(keyFile) + " " + shellArg(pem)),
-              0);
-
-    ASSERT_TRUE(openCertificateStore(Names[1]));
-    SessionKeyPtr opened = session.readKeyFile(u16(keyFile));
-    ASSERT_TRUE(opened);
-    EXPECT_EQ(std::memcmp(session.exportPlainKey(opened.get())->data(), blob->data() + 4, 32), 0);
+    ASSERT_EQ(run("openssl cms -encrypt -des3 -binary -outform DER -in " + shellArg(blobFile) + " -out "
+                  + shellArg(keyFile) + " " + shellArg(pem)),
+        0);
+    expectOpensFor(Names[1], keyFile);
     EXPECT_EQ(errors.calls, 0);
 }
 
@@ -212,40 +189,30 @@ TEST_F(KeyEnvelope, UndecodableOrEmptyKeyFilesFailWithoutReport)
     const fs::path empty = folder / "empty", junk = folder / "junk", signedData = folder / "signed";
     writeBytes(empty, {});
     writeBytes(junk, randomBytes(300));
-    EXPECT_FALSE(session.readKeyFile(u16(empty)));
-    EXPECT_FALSE(session.readKeyFile(u16(junk)));
-    EXPECT_FALSE(session.readKeyFile(u16(folder / "missing")));
-
     // Well-formed PKCS#7, but signed rather than enveloped.
     const fs::path signer = opensslCertificate(folder, "signer", "/CN=Signer");
-    ASSERT_EQ(run("openssl cms -sign -binary -outform DER -in " + shellArg(junk) + " -signer " + shellArg(signer) +
-                  " -inkey " + shellArg(folder / "signer.key") + " -out " + shellArg(signedData)),
-              0);
-    EXPECT_FALSE(session.readKeyFile(u16(signedData)));
+    ASSERT_EQ(run("openssl cms -sign -binary -outform DER -in " + shellArg(junk) + " -signer " + shellArg(signer)
+                  + " -inkey " + shellArg(folder / "signer.key") + " -out " + shellArg(signedData)),
+        0);
+    for (const fs::path& file : { empty, junk, folder / "missing", signedData })
+        EXPECT_FALSE(session.readKeyFile(u16(file))) << file;
     EXPECT_EQ(errors.calls, 0);
 }
 
-TEST_F(KeyEnvelope, TenThousandRecipientRecordsCostOnlyComparisons)
+TEST_F(KeyEnvelope, TenThousandRecipientRecordsOpen)
 {
-    SessionKeyPtr key;
-    ByteBlobPtr blob = freshBlob(key);
+    // The own record last among ten thousand others; the same crowd without it is refused.
     std::vector<CertificatePtr> crowd(9999, outsider);
     crowd.push_back(identities[2]);
     ByteBlobPtr envelope = session.sealEnvelope(crowd, blob.get());
-    ASSERT_TRUE(envelope);
-    crowd.pop_back();
-    crowd.push_back(outsider);
+    crowd.back() = outsider;
     ByteBlobPtr foreign = session.sealEnvelope(crowd, blob.get());
-    ASSERT_TRUE(foreign);
+    ASSERT_TRUE(envelope && foreign);
 
-    const auto start = std::chrono::steady_clock::now();
     ASSERT_TRUE(openCertificateStore(Names[2]));
-    ByteBlobPtr opened = session.openEnvelope(envelope.get());
-    ASSERT_TRUE(opened);
-    EXPECT_EQ(opened->size(), 56u);
+    EXPECT_TRUE(sameBytes(session.openEnvelope(envelope.get()), blob->data(), 56));
     EXPECT_FALSE(session.openEnvelope(foreign.get()));
     EXPECT_EQ(errors.calls, 1);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
 }
 
-}  // namespace
+} // namespace

@@ -8,7 +8,6 @@
 #include <QFileSystemModel>
 #include <QMenu>
 #include <QPushButton>
-#include <QSignalSpy>
 #include <QTest>
 #include <QTimer>
 #include <QTreeView>
@@ -106,7 +105,8 @@ private slots:
 
     void marksTravelDownIntoOpenFoldersAndUpToCompleteOnes()
     {
-        const QString root = makeTree("marks", { "a/x.txt", "a/y.txt", "a/sub/z.txt", "b.txt", "c/q.txt", "c/r.txt", "d1/d2/d3/f.txt" });
+        const QString root = makeTree(
+            "marks", { "a/x.txt", "a/y.txt", "a/sub/z.txt", "b.txt", "c/q.txt", "c/r.txt", "d1/d2/d3/f.txt" });
         QStringList paths;
         AddFilesDialog dialog(&paths);
         showChooser(dialog);
@@ -179,53 +179,38 @@ private slots:
     void okHandsOverTheMarkedPathsAndCancelNothing()
     {
         const QString root = makeTree("ok", { "one.txt", "two.txt", "folder/inner.txt" });
-        {
+        // Marks then OK, marks then Cancel, and OK with nothing marked: accepted with an empty
+        // list, which the callers take as Cancel.
+        struct Case {
+            QStringList clicked;
+            bool ok;
+            QStringList handed;
+        };
+        for (const Case& test : { Case { { "two.txt", "folder" }, true, { root + "/two.txt", root + "/folder" } },
+                 Case { { "one.txt" }, false, {} }, Case { {}, true, {} } }) {
             QStringList paths;
             AddFilesDialog dialog(&paths);
             showChooser(dialog);
             QVERIFY(openFolder(dialog, root));
-            click(dialog, root + "/two.txt");
-            click(dialog, root + "/folder");
-            QSignalSpy accepted(&dialog, &QDialog::accepted);
-            dialog.form()->OKButton->click();
-            QCOMPARE(accepted.size(), 1);
-            QCOMPARE(dialog.result(), int(QDialog::Accepted));
-            QCOMPARE(paths, (QStringList { root + "/two.txt", root + "/folder" }));
+            for (const QString& name : test.clicked)
+                click(dialog, root + u'/' + name);
+            (test.ok ? dialog.form()->OKButton : dialog.form()->CancelButton)->click();
+            QCOMPARE(dialog.result(), int(test.ok ? QDialog::Accepted : QDialog::Rejected));
+            QCOMPARE(paths, test.handed);
         }
-        {
-            QStringList paths;
-            AddFilesDialog dialog(&paths);
-            showChooser(dialog);
-            QVERIFY(openFolder(dialog, root));
-            click(dialog, root + "/one.txt");
-            dialog.form()->CancelButton->click();
-            QCOMPARE(dialog.result(), int(QDialog::Rejected));
-            QVERIFY(paths.isEmpty());
-        }
-        {
-            // A folder never listed knows only the rows on the way to a path below it; marking
-            // them all must not mark the folder and every folder above it, or OK would hand over
-            // the whole disk.
-            QStringList paths;
-            AddFilesDialog dialog(&paths);
-            showActive(dialog);
-            QItemSelectionModel* selection = dialog.form()->filesTree->selectionModel();
-            const QModelIndex file = dialog.model()->index(root + "/folder/inner.txt");
-            QVERIFY(file.isValid());
-            selection->select(file, QItemSelectionModel::Select);
-            QVERIFY(!selection->isSelected(file.parent()));
-            dialog.form()->OKButton->click();
-            QCOMPARE(paths, QStringList { root + "/folder/inner.txt" });
-        }
-        {
-            // Nothing marked: accepted with an empty list, which the callers take as Cancel.
-            QStringList paths;
-            AddFilesDialog dialog(&paths);
-            showActive(dialog);
-            dialog.form()->OKButton->click();
-            QCOMPARE(dialog.result(), int(QDialog::Accepted));
-            QVERIFY(paths.isEmpty());
-        }
+
+        // A folder never listed knows only the rows on the way to a path below it; marking them
+        // all must not mark the folder and every folder above it, or OK would hand over the disk.
+        QStringList paths;
+        AddFilesDialog dialog(&paths);
+        showActive(dialog);
+        QItemSelectionModel* selection = dialog.form()->filesTree->selectionModel();
+        const QModelIndex file = dialog.model()->index(root + "/folder/inner.txt");
+        QVERIFY(file.isValid());
+        selection->select(file, QItemSelectionModel::Select);
+        QVERIFY(!selection->isSelected(file.parent()));
+        dialog.form()->OKButton->click();
+        QCOMPARE(paths, QStringList { root + "/folder/inner.txt" });
     }
 
     void hiddenEntriesShowAndAFolderIsMarkedFromBelowOnlyWhenAllOfItShows()

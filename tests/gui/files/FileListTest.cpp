@@ -3,15 +3,12 @@
 // search that is cancelled. Every message box is answered through the dialog seam.
 
 #include <QApplication>
-#include <QDir>
-#include <QFile>
 #include <QFileSystemModel>
 #include <QMenu>
 #include <QMimeData>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
-#include <QToolButton>
 #include <QTreeView>
 #include <QTreeWidget>
 #include <filesystem>
@@ -197,25 +194,13 @@ private slots:
         docs->setExpanded(false);
         docs->setExpanded(true);
         QCOMPARE(docs->childCount(), 3);
-
-        // Icons come by suffix from the cache, in the suffix's own case; programs each get their own.
-        FileSet typed = setOf(makeFiles(root, { "t/a.txt", "t/b.TXT", "t/c.txt", "t/d.exe", "t/e.EXE", "t/f" }));
-        FileListDlg icons(&typed);
-        icons.goToPath(qpath(root) + "/t/f");
-        QCOMPARE(itemFor(icons.form()->fileTreeWidget, qpath(root) + "/t")->childCount(), 6);
-        QStringList cached = icons.cachedIconSuffixes();
-        cached.sort();
-        QCOMPARE(cached, (QStringList { "TXT", "txt" }));
     }
 
-    void emptyListOpensEmptyAndSaysSoOnSearch()
+    void emptyListSaysSoOnSearch()
     {
         FileSet files;
         FileListDlg dialog(&files);
-        QCOMPARE(dialog.form()->fileTreeWidget->topLevelItemCount(), 0);
-        QCOMPARE(dialog.windowTitle(), QStringLiteral("File List to Encrypt"));
         // The placeholder is text, so the button is live from the start, and empties with the box.
-        QCOMPARE(dialog.form()->fileSearchBox->text(), QStringLiteral("Type here to search"));
         QVERIFY(dialog.form()->searchButton->isEnabled());
         dialog.form()->fileSearchBox->setText(QString());
         QVERIFY(!dialog.form()->searchButton->isEnabled());
@@ -223,7 +208,6 @@ private slots:
         answers::answer(QMessageBox::Ok);
         search(dialog, "a");
         QCOMPARE(answers::shown().size(), 1);
-        QCOMPARE(answers::shown().at(0).title, QStringLiteral("Find in Files"));
         QCOMPARE(answers::shown().at(0).text, QStringLiteral("File list is empty"));
         QCOMPARE(answers::shown().at(0).icon, QMessageBox::Warning);
     }
@@ -260,7 +244,6 @@ private slots:
         QTreeWidgetItem* keep = itemFor(tree, qpath(root) + "/keep");
         QVERIFY(keep);
         QCOMPARE(keep->childCount(), 0);
-
     }
 
     void foldersThatDifferOnlyInCaseStayApart()
@@ -326,15 +309,6 @@ private slots:
         QTRY_COMPARE(walks.shows, 1);
         QCOMPARE(files, setOf(paths));
         QCOMPARE(countItems(tree->invisibleRootItem()), before);
-
-        // A drop without URLs does nothing at all.
-        QMimeData text;
-        text.setText("plain");
-        QDropEvent plain(tree->geometry().center(), Qt::CopyAction, &text, Qt::LeftButton, Qt::NoModifier);
-        QApplication::sendEvent(&dialog, &plain);
-        QTest::qWait(20);
-        QCOMPARE(walks.shows, 1);
-        QCOMPARE(files, setOf(paths));
 
         // New files: in an opened folder it shows behind the others; below a folder never opened
         // it waits in the set; of a new folder only the first missing level shows.
@@ -411,9 +385,8 @@ private slots:
         QCOMPARE(selectedPaths(tree), QStringList { expected.at(2) });
 
         // Nothing found: the message at every press, with one scan for the same text and list.
-        answers::answer(QMessageBox::Ok);
-        answers::answer(QMessageBox::Ok);
-        answers::answer(QMessageBox::Ok);
+        for (int i = 0; i < 3; ++i)
+            answers::answer(QMessageBox::Ok);
         search(dialog, "zebra");
         search(dialog, "zebra");
         QCOMPARE(searches.shows, 3);
@@ -456,28 +429,13 @@ private slots:
         }
 
         // A run to its end is no cancel, and finds each match once, in set order.
-        {
-            const FileSet small = setOf({ "/r/annual report.txt", "/r/reportreport.txt", "/report/x.txt", "/a" });
-            QStringList results;
-            const QString pattern = QStringLiteral("REPORT");
-            SearchingDialog dialog;
-            QCOMPARE(dialog.form()->statusLabel->textFormat(), Qt::RichText);
-            dialog.startSearch(&small, &results, &pattern);
-            QVERIFY(!dialog.wasCancelled());
-            QCOMPARE(results, (QStringList { "/r/annual report.txt", "/r/reportreport.txt" }));
-            QVERIFY(dialog.findChildren<SearchThread*>().isEmpty());
-        }
-
-        // A worker that finds the flag set stops before the first entry.
-        {
-            std::atomic_bool cancelled { true };
-            QStringList results;
-            const QString pattern = QStringLiteral("file");
-            SearchThread thread(&cancelled, &files, &results, &pattern);
-            thread.start();
-            QVERIFY(thread.wait(10000));
-            QVERIFY(results.isEmpty());
-        }
+        const FileSet small = setOf({ "/r/annual report.txt", "/r/reportreport.txt", "/report/x.txt", "/a" });
+        QStringList results;
+        const QString pattern = QStringLiteral("REPORT");
+        SearchingDialog dialog;
+        dialog.startSearch(&small, &results, &pattern);
+        QVERIFY(!dialog.wasCancelled());
+        QCOMPARE(results, (QStringList { "/r/annual report.txt", "/r/reportreport.txt" }));
 
         // In the file list a cancelled search shows no message, and the next press searches again.
         FileListDlg list(&files);
@@ -558,51 +516,13 @@ private slots:
         QCOMPARE(opened, (QList<QUrl> { QUrl::fromLocalFile(qpath(root) + "/d/"), QUrl::fromLocalFile(paths.at(0)) }));
 
         // Our own properties window says what the file is.
-        QFile file(paths.at(0));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(QByteArray(1234, 'x'));
-        file.close();
+        writeText(paths.at(0).toStdString(), std::string(1234, 'x'));
         const auto lines = ItemActions::propertyLines(paths.at(0));
         QCOMPARE(lines.at(0).second, QStringLiteral("a.txt"));
         QCOMPARE(lines.at(1).second, qpath(root) + "/d");
         QVERIFY2(lines.at(2).second.contains("1,234 bytes") || lines.at(2).second.contains("1234 bytes"),
             qPrintable(lines.at(2).second));
         QCOMPARE(ItemActions::propertyLines(qpath(root) + "/gone.txt").at(2).second, QStringLiteral("Not found"));
-    }
-
-    void largeListOpensAndSearchesWithoutFreezing()
-    {
-        // 100 000 paths in 200 folders of 400 files and one folder of 20 000.
-        FileSet files;
-        for (int i = 0; i < 80000; ++i)
-            files.insert(
-                QStringLiteral("/big/set/f%1/doc%2.txt").arg(i % 200, 3, 10, QChar('0')).arg(i).toStdU16String());
-        for (int i = 0; i < 20000; ++i)
-            files.insert(QStringLiteral("/big/set/flat/item%1.dat").arg(i).toStdU16String());
-        FileListDlg dialog(&files);
-        dialog.show();
-        dialog.goToPath(QStringLiteral("/big/set/flat/item19999.dat"));
-        QTreeWidget* tree = dialog.form()->fileTreeWidget;
-        QCOMPARE(itemFor(tree, "/big/set/flat")->childCount(), 20000);
-        QCOMPARE(itemFor(tree, "/big/set")->childCount(), 201);
-        QCOMPARE(selectedPaths(tree), QStringList { "/big/set/flat/item19999.dat" });
-
-        // The window's event loop turns while the worker scans: a timer sees the scan under way.
-        int turnsWhileScanning = 0;
-        QTimer ticker;
-        ticker.setInterval(0);
-        QObject::connect(&ticker, &QTimer::timeout, [&] {
-            auto* searching = dialog.findChild<SearchingDialog*>();
-            auto* worker = searching ? searching->findChild<SearchThread*>() : nullptr;
-            turnsWhileScanning += worker && worker->isRunning();
-        });
-        ticker.start();
-        search(dialog, "doc7999");
-        ticker.stop();
-        QVERIFY(turnsWhileScanning > 0);
-        QCOMPARE(selectedPaths(tree), QStringList { "/big/set/f190/doc79990.txt" });
-        search(dialog, "doc7999");
-        QCOMPARE(selectedPaths(tree), QStringList { "/big/set/f191/doc79991.txt" });
     }
 };
 
