@@ -33,8 +33,6 @@ public:
     ~FileListDlg() override;
 
     Ui::FileListDlg* form() const { return ui; }
-    // The suffixes whose icon is held in the cache, in the case they were met.
-    QStringList cachedIconSuffixes() const { return iconCache.keys(); }
     // The folders that items dropped here were added from, for naming their entries.
     const std::set<std::u16string>& addedRoots() const { return rootsAdded; }
 
