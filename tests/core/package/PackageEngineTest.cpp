@@ -407,6 +407,7 @@ TEST_F(PackageEngineTest, ARefusedNameWritesNothingAndTheMessageNamesTheEntryAnd
             u"entry \"d\": a file of the same name is a folder of another entry (\"d/b.bin\")" },
         { u".\\x", win::ERROR_INVALID_NAME, u"entry \"./x\": an earlier entry has the same name (\"x\")" },
         { u"d/b.bin", win::ERROR_INVALID_NAME, u"entry \"d/b.bin\": an earlier entry has the same name" },
+        { u"C:\\x", win::ERROR_INVALID_NAME, u"entry \"C:/x\": the name starts with a drive" },
         { u"d\\\x1b[2J\x9b\\..\\x", win::ERROR_INVALID_NAME, u"entry \"d/\\x1B[2J\\x9B/../x\": the name holds \"..\"" },
         { u"d\\" + std::u16string(256, u'n'), win::ERROR_FILENAME_EXCED_RANGE,
             u"entry \"d/" + std::u16string(118, u'n') + u"…" + std::u16string(120, u'n')

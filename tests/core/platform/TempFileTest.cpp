@@ -108,14 +108,3 @@ TEST(PrivateTemp, OnlyRecordedTemporariesThatNobodyHoldsAreSwept)
     ::close(directory);
     platform::setProfileDirectory(u"");
 }
-
-// Which sources are read (regular files only, never a FIFO or a device) is the package engine
-// tests' own, through the whole run.
-TEST(PlatformFiles, TheUmaskIsReadWithoutChange)
-{
-    const mode_t earlier = ::umask(027);
-    EXPECT_EQ(platform::currentUmask(), 027u);
-    EXPECT_EQ(platform::currentUmask(), 027u);
-    ::umask(earlier);
-    EXPECT_EQ(platform::currentUmask(), earlier);
-}
