@@ -143,8 +143,29 @@ TEST(AtomicFile, ReplacingTakesTheNewFileAndLeavesNothingElse)
     EXPECT_TRUE(fs::exists(fs::path(platform::toUtf8(staged))));
 }
 
-// A guarded read that puts the position back is the container tests' own (an entry extracted
-// while the package is open leaves its position alone).
+TEST(FilePositionGuard, RestoresPositionsAndNests)
+{
+    const fs::path folder = freshFolder("guard");
+    writeBytes(folder / "f", randomBytes(5000));
+    ScopedFile file;
+    ASSERT_TRUE(file.open(u16(folder / "f"), win::OPEN_EXISTING, win::GENERIC_READ, 3));
+    auto position = [&] {
+        std::int64_t at = -1;
+        platform::seekFile(file.handle(), 0, platform::SeekFrom::Current, &at);
+        return at;
+    };
+    ASSERT_TRUE(platform::seekFile(file.handle(), 100, platform::SeekFrom::Begin));
+    {
+        FilePositionGuard outer(file.handle());
+        platform::seekFile(file.handle(), 300, platform::SeekFrom::Begin);
+        {
+            FilePositionGuard inner(file.handle());
+            platform::seekFile(file.handle(), 0, platform::SeekFrom::End);
+        }
+        EXPECT_EQ(position(), 300);
+    }
+    EXPECT_EQ(position(), 100);
+}
 
 namespace {
 struct HashLog {
