@@ -378,12 +378,6 @@ TEST_F(HardeningTest, AHugeIndexStaysWithinItsMemoryLimitAndDeepNamesAreRefused)
     // single folder is made; one just short of it is written.
     const fs::path out = folder / "out";
     fs::create_directories(out);
-    std::u16string deep;
-    for (int i = 0; i < 100'000; ++i)
-        deep += u"a\\";
-    writeBytes(folder / "deep.kvx", craftedPackage({ { EntryTypeData, deep + u"f", { 'x' } } }));
-    EXPECT_EQ(extract(folder / "deep.kvx", out).code(), win::ERROR_FILENAME_EXCED_RANGE);
-    EXPECT_TRUE(fs::is_empty(out));
     auto nameOfPathLength = [&](std::size_t total) {
         std::u16string name;
         std::size_t length = out.string().size();
@@ -393,10 +387,11 @@ TEST_F(HardeningTest, AHugeIndexStaysWithinItsMemoryLimitAndDeepNamesAreRefused)
         }
         return name + std::u16string(total - length - 1, u'f');
     };
-    writeBytes(folder / "edge.kvx", craftedPackage({ { EntryTypeData, nameOfPathLength(4095), { 'y' } } }));
-    EXPECT_TRUE(extract(folder / "edge.kvx", out).ok());
     writeBytes(folder / "over.kvx", craftedPackage({ { EntryTypeData, nameOfPathLength(4096), { 'z' } } }));
     EXPECT_EQ(extract(folder / "over.kvx", out).code(), win::ERROR_FILENAME_EXCED_RANGE);
+    EXPECT_TRUE(fs::is_empty(out));
+    writeBytes(folder / "edge.kvx", craftedPackage({ { EntryTypeData, nameOfPathLength(4095), { 'y' } } }));
+    EXPECT_TRUE(extract(folder / "edge.kvx", out).ok());
 }
 
 TEST_F(HardeningTest, AKillDuringEncryptionOrDecryptionLeavesNoPlainText)

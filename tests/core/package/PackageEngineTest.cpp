@@ -246,7 +246,7 @@ TEST_F(PackageEngineTest, EachRecipientOpensTheEncryptedPackageAndEveryOtherEndI
     const EngineStatus refused = extract(*dan, folder / "secret.kvx", out);
     EXPECT_EQ(refused.code(), win::ERROR_CANNOT_MAKE);
     ASSERT_EQ(session.count(OpError), 1);
-    EXPECT_EQ(session.first(OpError)->code, win::CRYPT_E_RECIPIENT_NOT_FOUND);
+    EXPECT_EQ(session.last(OpError)->code, win::CRYPT_E_RECIPIENT_NOT_FOUND);
     EXPECT_TRUE(fs::is_empty(out));
 
     Bytes tampered = bytes;
@@ -278,7 +278,7 @@ TEST_F(PackageEngineTest, UnreadableSourcesAreSkippedOrStopTheRunAsTheCallbackSa
 
     ASSERT_TRUE(create(files, folder / "skip.kvx", { bob }).ok());
     ASSERT_EQ(session.count(OpError), 1);
-    const Report& skipped = *session.first(OpError);
+    const Report& skipped = *session.last(OpError);
     EXPECT_EQ(skipped.code, win::ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(skipped.fileName, u16(source / "vanished.txt"));
     ASSERT_TRUE(extract(*bob, folder / "skip.kvx", folder / "out").ok());
