@@ -31,7 +31,7 @@ std::vector<std::uint8_t> readAll(platform::FileHandle handle, std::size_t block
     }
     return bytes;
 }
-} // namespace
+}  // namespace
 
 TEST(StreamPipeline, ReadsAheadInOrderWithinTheLimitAndCarriesFailures)
 {
@@ -52,8 +52,7 @@ TEST(StreamPipeline, ReadsAheadInOrderWithinTheLimitAndCarriesFailures)
 
     // A small stream takes the direct road and reads the same.
     platform::seekFile(file.handle(), bytes.size() - 5000, platform::SeekFrom::Begin);
-    EXPECT_EQ(
-        readAll(file.handle(), 1 << 20, UINT64_MAX, ok), std::vector<std::uint8_t>(bytes.end() - 5000, bytes.end()));
+    EXPECT_EQ(readAll(file.handle(), 1 << 20, UINT64_MAX, ok), std::vector<std::uint8_t>(bytes.end() - 5000, bytes.end()));
 
     platform::seekFile(file.handle(), 0, platform::SeekFrom::Begin);
     platform::faults::failAfter(platform::faults::Kind::Read, 4, win::ERROR_IO_DEVICE);
@@ -74,5 +73,41 @@ TEST(StreamPipeline, ReadsAheadInOrderWithinTheLimitAndCarriesFailures)
     }
 }
 
-// Writing behind, with its observer that takes the digest, is the package engine's large-file
-// test: each package it makes must open, and a full disk on the way must leave none.
+TEST(StreamPipeline, WritesBehindInOrderAndReportsAFullDisk)
+{
+    const fs::path folder = freshFolder("writer");
+    const auto bytes = randomBytes(24u << 20, 4);
+    for (const bool failing : {false, true}) {
+        ScopedFile file;
+        ASSERT_TRUE(file.open(u16(folder / "out"), win::CREATE_ALWAYS, win::GENERIC_WRITE, 3));
+        if (failing)
+            platform::faults::failAfter(platform::faults::Kind::Write, 7, win::ERROR_DISK_FULL, true);
+        platform::WriteBehind writer(file.handle(), 1 << 20, bytes.size());
+        // The observer, on a thread of its own, sees every block in order and whole, also the
+        // ones whose write fails, before its buffer is filled again.
+        std::vector<std::uint8_t> seen;
+        writer.observe([&seen](const std::uint8_t* data, std::size_t size) { seen.insert(seen.end(), data, data + size); });
+        bool committed = true;
+        for (std::size_t at = 0; at < bytes.size() && committed; at += 1 << 20) {
+            std::uint8_t* slot = writer.acquire();
+            std::copy(bytes.begin() + static_cast<std::ptrdiff_t>(at), bytes.begin() + static_cast<std::ptrdiff_t>(at + (1 << 20)), slot);
+            committed = writer.commit(1 << 20);
+        }
+        const bool finished = writer.finish();
+        platform::faults::reset();
+        file.close();
+        if (failing) {
+            EXPECT_FALSE(finished);
+            EXPECT_EQ(platform::lastError(), win::ERROR_DISK_FULL);
+            EXPECT_EQ(fs::file_size(folder / "out"), 7u << 20);
+        } else {
+            EXPECT_TRUE(finished && committed);
+            EXPECT_EQ(readBytes(folder / "out"), bytes);
+        }
+        EXPECT_GE(seen.size(), 8u << 20);
+        EXPECT_TRUE(std::equal(seen.begin(), seen.end(), bytes.begin()));
+        if (!failing) {
+            EXPECT_EQ(seen.size(), bytes.size());
+        }
+    }
+}
