@@ -91,6 +91,12 @@ private:
     bool works_ = false;
 };
 
+// A stop at the first report of `operation`.
+std::function<bool(const package_tests::Report&)> at(std::uint32_t operation)
+{
+    return [operation](const package_tests::Report& r) { return r.operation == operation; };
+}
+
 // Sets the umask for one scope.
 struct UmaskScope {
     explicit UmaskScope(mode_t mask)
@@ -257,7 +263,6 @@ TEST_F(PackageEngineTest, EachRecipientOpensTheEncryptedPackageAndEveryOtherEndI
 
     // Stops in the decryption, and while the cipher text is still being copied out of the outer
     // package; a package that isn't there, or no package at all.
-    const auto at = [](std::uint32_t operation) { return [=](const Report& r) { return r.operation == operation; }; };
     EXPECT_EQ(extract(*bob, folder / "secret.kvx", folder / "o1", at(OpDecrypt)).code(), win::ERROR_CANNOT_MAKE);
     EXPECT_EQ(extract(*bob, folder / "secret.kvx", folder / "o2", at(OpExtractFile)).code(), win::ERROR_CANCELLED);
     EXPECT_EQ(extract(*bob, folder / "absent.kvx", folder / "o4").code(), win::ERROR_FILE_INVALID);
@@ -284,8 +289,7 @@ TEST_F(PackageEngineTest, UnreadableSourcesAreSkippedOrStopTheRunAsTheCallbackSa
     ASSERT_TRUE(extract(*bob, folder / "skip.kvx", folder / "out").ok());
     EXPECT_EQ(treeContents(folder / "out" / fs::relative(source, "/")), treeContents(source));
 
-    const auto atError = [](const Report& r) { return r.operation == OpError; };
-    EXPECT_EQ(create(files, folder / "stop.kvx", { bob }, atError).severity(), SeverityStopped);
+    EXPECT_EQ(create(files, folder / "stop.kvx", { bob }, at(OpError)).severity(), SeverityStopped);
     EXPECT_FALSE(fs::exists(folder / "stop.kvx"));
 
     // Every source skipped: nothing to package, and no package.
@@ -313,8 +317,6 @@ TEST_F(PackageEngineTest, AStopOrFailureInAnyPhaseLeavesTheEarlierPackageAndNoTe
         std::uint32_t code;
         std::uint32_t severity;
     };
-    const auto at
-        = [](std::uint32_t operation) { return [operation](const Report& r) { return r.operation == operation; }; };
     const std::vector<Case> cases {
         { "copy, plain", at(OpWriteFile), false, 0, SeverityStopped },
         { "copy", at(OpWriteFile), true, 0, SeverityStopped },
@@ -329,9 +331,7 @@ TEST_F(PackageEngineTest, AStopOrFailureInAnyPhaseLeavesTheEarlierPackageAndNoTe
             c.encrypted ? std::vector<const ContactRecord*> { bob } : std::vector<const ContactRecord*> {}, c.stopWhen);
         EXPECT_EQ(status.code(), c.code) << c.what;
         EXPECT_EQ(status.severity(), c.severity) << c.what;
-        EXPECT_EQ(
-            readBytes(package), Bytes({ 'e', 'a', 'r', 'l', 'i', 'e', 'r', ' ', 'p', 'a', 'c', 'k', 'a', 'g', 'e' }))
-            << c.what;
+        EXPECT_EQ(readText(package), "earlier package") << c.what;
         EXPECT_TRUE(leftoverTempFiles().empty()) << c.what;
         EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 2) << c.what;
     }
@@ -551,7 +551,7 @@ TEST_F(PackageEngineTest, ExtractionReplacesAFileOnlyWithTheWholeEntry)
         fs::remove(landed / "sub" / "b.bin");
     };
     auto expectEarlierFiles = [&](const char* what) {
-        EXPECT_EQ(readBytes(big), (Bytes { 'e', 'a', 'r', 'l', 'i', 'e', 'r', ' ', 'c' })) << what;
+        EXPECT_EQ(readText(big), "earlier c") << what;
         // Entries that were complete before the failure are in place; the one cut short is not.
         EXPECT_FALSE(fs::exists(landed / "sub" / "b.bin") && fs::file_size(landed / "sub" / "b.bin") != 4096 * 3 + 17)
             << what;
@@ -592,7 +592,7 @@ TEST_F(PackageEngineTest, ExtractionReplacesAFileOnlyWithTheWholeEntry)
         fs::create_hard_link(outside, landed / "a.txt");
         fs::permissions(big, fs::perms(0640));
         ASSERT_TRUE(extract(*bob, folder / package, out).ok()) << package;
-        EXPECT_EQ(readBytes(outside), (Bytes { 'n', 'o', 't', ' ', 'y', 'o', 'u', 'r', 's' })) << package;
+        EXPECT_EQ(readText(outside), "not yours") << package;
         EXPECT_EQ(treeContents(out), whole) << package;
         EXPECT_EQ(modeOf(big), 0640u) << package;
     }
@@ -760,7 +760,6 @@ TEST_F(PackageEngineTest, EveryFailureNamesWhatItConcernsInWordsAUserCanActOn)
     EXPECT_FALSE(fs::exists(folder / "s.kvx"));
 
     // A source that can't be read at all, when the run stops for it.
-    const auto atError = [](const Report& r) { return r.operation == OpError; };
-    EXPECT_EQ(create({ u16(source / "missing.txt") }, folder / "m.kvx", {}, atError).severity(), SeverityStopped);
+    EXPECT_EQ(create({ u16(source / "missing.txt") }, folder / "m.kvx", {}, at(OpError)).severity(), SeverityStopped);
     EXPECT_EQ(engine->failure().path, u16(source / "missing.txt"));
 }
