@@ -24,8 +24,8 @@ platform::FileHandle openReadWrite(const fs::path& path)
     return platform::openFile(u16(path), win::OPEN_EXISTING, win::GENERIC_READ | win::GENERIC_WRITE);
 }
 
-EngineStatus writePackage(const fs::path& package, const std::vector<std::pair<std::u16string, Bytes>>& items,
-    Recorder* recorder = nullptr, std::uint32_t type = ContainerTypePlain, std::int64_t expectedEntries = -1)
+EngineStatus writePackage(
+    const fs::path& package, const std::vector<std::pair<std::u16string, Bytes>>& items, Recorder* recorder = nullptr)
 {
     const fs::path sources = package.parent_path() / (package.filename().string() + ".src");
     fs::create_directories(sources);
@@ -36,9 +36,7 @@ EngineStatus writePackage(const fs::path& package, const std::vector<std::pair<s
         active = recorder;
         container.setCallback(recordingCallback, &recorder->record);
     }
-    EngineStatus status = container.openForWrite(out.release(), type);
-    if (expectedEntries >= 0)
-        container.expectEntries(static_cast<std::uint32_t>(expectedEntries));
+    EngineStatus status = container.openForWrite(out.release(), ContainerTypePlain);
     int index = 0;
     for (const auto& [name, data] : items) {
         const fs::path source = sources / std::to_string(index++);
