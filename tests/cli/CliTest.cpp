@@ -505,13 +505,12 @@ TEST_F(CliTest, TheOwnIdentityOutlivesItsSettings)
     EXPECT_NE(readText(profile / "KvxCfg.xml").find("<OwnerName>C</OwnerName>"), std::string::npos);
 
     // A damaged key file is told as such, never as a package that isn't for this identity.
-    fs::copy(profile / "keys", folder / "keys-saved");
-    for (const auto& key : fs::directory_iterator(profile / "keys"))
+    const fs::path damaged = folder / "damaged";
+    fs::copy(profile, damaged, fs::copy_options::recursive);
+    for (const auto& key : fs::directory_iterator(damaged / "keys"))
         fs::resize_file(key.path(), 100);
-    EXPECT_TRUE(ended(in(profile, { "decrypt", package.string(), "-C", (folder / "out2").string() }), 1,
+    EXPECT_TRUE(ended(in(damaged, { "decrypt", package.string(), "-C", (folder / "out2").string() }), 1,
         "Your private key can't be read"));
-    fs::remove_all(profile / "keys");
-    fs::copy(folder / "keys-saved", profile / "keys");
 
     // Settings cut short are named and left as they are; the identity is neither removed nor
     // replaced, and still opens what was sent to it.
