@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "TestSupport.h"
+#include "core/package/Reports.h"
 #include "crypto/HashFile.h"
 #include "engine/EngineStatus.h"
 #include "engine/ScopedFile.h"
@@ -162,36 +163,20 @@ TEST(FilePositionGuard, RestoresPositionsAndNests)
     EXPECT_EQ(position(), 100);
 }
 
-namespace {
-struct HashLog {
-    std::vector<std::int64_t> processed;
-    std::int64_t total = -1;
-    int stopAt = -1;
-};
-HashLog* hashLog = nullptr;
-int recordHash(std::uint32_t operation, std::int64_t total, std::int64_t processed, KvxUtils::UserParameter*)
-{
-    EXPECT_EQ(operation, OpHash);
-    hashLog->total = total;
-    hashLog->processed.push_back(processed);
-    return static_cast<int>(hashLog->processed.size()) == hashLog->stopAt ? 0 : 1;
-}
-} // namespace
-
-// The digest's bytes, its start at the position and a report per kilobyte are fixed by the
-// container tests' byte-exact package and their stop at a hash report; here the ends.
+// The digest's bytes and its start at the position are fixed by the container tests' byte-exact
+// package; here a report per kilobyte up to the last block, and the ends.
 TEST(HashFile, AStopOnTheLastBlockOrAFailedReadYieldsNoDigest)
 {
     const fs::path folder = freshFolder("hash");
     writeBytes(folder / "big", randomBytes(1024 * 300 + 5));
     ScopedFile big;
     ASSERT_TRUE(big.open(u16(folder / "big"), win::OPEN_EXISTING, win::GENERIC_READ, 3));
-    HashLog log;
-    hashLog = &log;
-    log.stopAt = 300;
+    package_tests::Recorder recorder;
+    package_tests::active = &recorder;
+    recorder.stopWhen = [&recorder](const package_tests::Report&) { return recorder.reports.size() == 300; };
     platform::seekFile(big.handle(), 20, platform::SeekFrom::Begin);
-    EXPECT_FALSE(hashFile(big.handle(), recordHash, nullptr));
-    EXPECT_EQ(log.processed.size(), 300u);
+    EXPECT_FALSE(hashFile(big.handle(), package_tests::recordingCallback, &recorder.record));
+    EXPECT_EQ(recorder.count(OpHash), 300);
 
     platform::faults::failAfter(platform::faults::Kind::Read, 0, win::ERROR_IO_DEVICE);
     platform::seekFile(big.handle(), 0, platform::SeekFrom::Begin);
@@ -199,7 +184,6 @@ TEST(HashFile, AStopOnTheLastBlockOrAFailedReadYieldsNoDigest)
     EXPECT_EQ(platform::lastError(), win::ERROR_IO_DEVICE);
     platform::faults::reset();
     EXPECT_FALSE(hashFile(platform::InvalidHandle, nullptr, nullptr));
-    hashLog = nullptr;
 }
 
 TEST(CrashGuard, WritesAReportAndStillEndsTheProcessBySignal)

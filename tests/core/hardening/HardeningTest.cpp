@@ -23,6 +23,7 @@
 #include "TestSupport.h"
 #include "contacts/ConfigStore.h"
 #include "contacts/RecipientsStore.h"
+#include "core/package/Reports.h"
 #include "crypto/CertificateStore.h"
 #include "crypto/CryptoSession.h"
 #include "crypto/IdentityCertificate.h"
@@ -97,22 +98,6 @@ int killedWhileWorking(const std::function<void()>& work, std::chrono::microseco
     int status = 0;
     waitpid(child, &status, 0);
     return WIFSIGNALED(status) ? 1 : 0;
-}
-
-// Answers stop at one chosen report.
-std::atomic<int> reportsLeft { -1 };
-int stopAtChosenReport(std::uint32_t operation, std::int64_t, std::int64_t, KvxUtils::UserParameter*)
-{
-    if (operation == OpError)
-        return 1;
-    return reportsLeft.fetch_sub(1) == 0 ? 0 : 1;
-}
-std::atomic<int> reportsSeen { 0 };
-int countReports(std::uint32_t operation, std::int64_t, std::int64_t, KvxUtils::UserParameter*)
-{
-    if (operation != OpError)
-        ++reportsSeen;
-    return 1;
 }
 
 } // namespace
@@ -266,27 +251,33 @@ TEST_F(HardeningTest, AStopAtAnyReportLeavesNoPackageAndNoTemporaries)
     const FileSet files = someFiles(folder);
     const fs::path package = folder / "p.kvx";
     std::mt19937 random(42);
+    package_tests::Recorder recorder;
+    package_tests::active = &recorder;
     for (const bool creating : { true, false }) {
-        auto run = [&](EngineCallback callback) {
+        auto run = [&] {
             fs::remove_all(folder / "out");
+            recorder.reports.clear();
+            const EngineCallback callback = package_tests::recordingCallback;
             return creating ? create(files, package, callback) : extract(package, folder / "out", callback);
         };
-        reportsSeen = 0;
-        ASSERT_TRUE(run(countReports).ok());
-        const int reports = reportsSeen;
+        recorder.stopWhen = nullptr;
+        ASSERT_TRUE(run().ok());
+        const int reports = static_cast<int>(recorder.reports.size()) - recorder.count(OpError);
         ASSERT_GT(reports, 20);
         if (creating)
             fs::remove(package);
         for (int i = 0, n = rounds(100); i < n; ++i) {
-            const int at = static_cast<int>(random() % static_cast<unsigned>(reports));
-            reportsLeft = at;
-            EXPECT_FALSE(run(stopAtChosenReport).ok()) << "stop at report " << at;
+            // Reports of failures don't count: a stop is an answer to progress.
+            int left = static_cast<int>(random() % static_cast<unsigned>(reports));
+            const int at = left;
+            recorder.stopWhen
+                = [&left](const package_tests::Report& r) { return r.operation != OpError && left-- == 0; };
+            EXPECT_FALSE(run().ok()) << "stop at report " << at;
             EXPECT_TRUE(!creating || !fs::exists(package)) << "stop at report " << at;
             EXPECT_TRUE(leftoverTempFiles().empty()) << "stop at report " << at;
         }
         ASSERT_TRUE(create(files, package, goOn).ok());
     }
-    reportsLeft = -1;
 }
 
 TEST_F(HardeningTest, StoresSurviveAKillAtAnyMomentOfASave)
