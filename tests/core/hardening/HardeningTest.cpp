@@ -77,11 +77,6 @@ int rounds(int normal)
 // The kill loops are slow by nature: a few rounds on every run, more in the long form.
 int killRounds() { return std::getenv("HALVOREN_STRESS_ROUNDS") ? 20 : 3; }
 
-bool holds(const Bytes& haystack, const std::string& needle)
-{
-    return std::search(haystack.begin(), haystack.end(), needle.begin(), needle.end()) != haystack.end();
-}
-
 int goOn(std::uint32_t, std::int64_t, std::int64_t, KvxUtils::UserParameter*) { return 1; }
 
 // Runs `work` over and over in a child process and kills it after `delay`; 1 if the kill ended
@@ -418,7 +413,8 @@ TEST_F(HardeningTest, AKillDuringEncryptionOrDecryptionLeavesNoPlainText)
                 if (source != sources.end() && source->second == bytes)
                     continue; // a whole extracted file is what the user asked for
             }
-            if (holds(bytes, marker) || path.filename().string().rfind(".", 0) == 0)
+            if (std::search(bytes.begin(), bytes.end(), marker.begin(), marker.end()) != bytes.end()
+                || path.filename().string().rfind(".", 0) == 0)
                 found.push_back(path.string());
         }
         return found;

@@ -308,30 +308,24 @@ TEST_F(PackageEngineTest, AStopOrFailureInAnyPhaseLeavesTheEarlierPackageAndNoTe
 {
     const fs::path package = folder / "keep.kvx";
     writeText(package, "earlier package");
-    struct Case {
-        const char* what;
-        std::function<bool(const Report&)> stopWhen;
-        bool encrypted;
-        std::uint32_t code;
-        std::uint32_t severity;
-    };
-    const std::vector<Case> cases {
-        { "copy, plain", at(OpWriteFile), false, 0, SeverityStopped },
-        { "copy", at(OpWriteFile), true, 0, SeverityStopped },
-        { "hash, plain", at(OpHash), false, win::NTE_BAD_HASH, SeverityError },
-        { "hash", at(OpHash), true, win::NTE_BAD_HASH, SeverityError },
-        { "encrypt", at(OpEncrypt), true, win::ERROR_CANNOT_MAKE, SeverityError },
+    // What stops, for whom the package is (nobody: a plain one), and the status that comes back.
+    using Recipients = std::vector<const ContactRecord*>;
+    const std::vector<std::tuple<const char*, StopWhen, Recipients, std::uint32_t, std::uint32_t>> cases {
+        { "copy, plain", at(OpWriteFile), {}, 0, SeverityStopped },
+        { "copy", at(OpWriteFile), { bob }, 0, SeverityStopped },
+        { "hash, plain", at(OpHash), {}, win::NTE_BAD_HASH, SeverityError },
+        { "hash", at(OpHash), { bob }, win::NTE_BAD_HASH, SeverityError },
+        { "encrypt", at(OpEncrypt), { bob }, win::ERROR_CANNOT_MAKE, SeverityError },
         { "outer copy", [](const Report& r) { return r.operation == OpWriteFile && r.fileName.rfind(u"KVX", 0) == 0; },
-            true, 0, SeverityStopped },
+            { bob }, 0, SeverityStopped },
     };
-    for (const Case& c : cases) {
-        const EngineStatus status = create(sourceFiles(), package,
-            c.encrypted ? std::vector<const ContactRecord*> { bob } : std::vector<const ContactRecord*> {}, c.stopWhen);
-        EXPECT_EQ(status.code(), c.code) << c.what;
-        EXPECT_EQ(status.severity(), c.severity) << c.what;
-        EXPECT_EQ(readText(package), "earlier package") << c.what;
-        EXPECT_TRUE(leftoverTempFiles().empty()) << c.what;
-        EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 2) << c.what;
+    for (const auto& [what, stopWhen, recipients, code, severity] : cases) {
+        const EngineStatus status = create(sourceFiles(), package, recipients, stopWhen);
+        EXPECT_EQ(status.code(), code) << what;
+        EXPECT_EQ(status.severity(), severity) << what;
+        EXPECT_EQ(readText(package), "earlier package") << what;
+        EXPECT_TRUE(leftoverTempFiles().empty()) << what;
+        EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 2) << what;
     }
 
     // A full disk at any write is the hardening test's; here a folder that isn't there, and a
@@ -557,10 +551,6 @@ TEST_F(PackageEngineTest, ExtractionReplacesAFileOnlyWithTheWholeEntry)
     };
     EXPECT_EQ(extract(*bob, folder / "p.kvx", out, inBigEntry).code(), win::ERROR_CANCELLED);
     expectEarlierFiles("stop");
-    const Report* stopAt = session.last(OpExtractFile);
-    ASSERT_TRUE(stopAt);
-    EXPECT_EQ(stopAt->processed, 3 * 4096);
-    EXPECT_EQ(stopAt->total, 70000);
 
     // A full disk at each write of the run up to the large entry's.
     for (int at = 0; at < 3; ++at) {

@@ -36,7 +36,7 @@ mode_t modeOf(platform::FileHandle handle)
 }
 } // namespace
 
-TEST(PrivateTemp, HasNoNameIsPrivateAndReachableByItsPathWhileItLives)
+TEST(PrivateTemp, HasNoNameIsPrivateAndLeavesNoTrace)
 {
     const fs::path tmp = std::getenv("TMPDIR");
     const auto before = namesIn(tmp);
