@@ -203,8 +203,7 @@ TEST(CrashGuard, WritesAReportAndStillEndsTheProcessBySignal)
     for (const auto& entry : fs::directory_iterator(folder / "crash"))
         reports.push_back(entry.path());
     ASSERT_EQ(reports.size(), 1u);
-    const auto text = readBytes(reports[0]);
-    const std::string report(text.begin(), text.end());
+    const std::string report = readText(reports[0]);
     EXPECT_NE(report.find("Halvoren 9.9 crashed"), std::string::npos) << report;
     EXPECT_NE(report.find("signal: 6"), std::string::npos) << report;
     EXPECT_NE(report.find("backtrace:"), std::string::npos) << report;

@@ -710,7 +710,8 @@ TEST_F(PackageEngineTest, EveryFailureNamesWhatItConcernsInWordsAUserCanActOn)
     EXPECT_EQ(textOf(folder / "d.kvx", out).second,
         u"entry \"x/dir\": " + u16(out / "x" / "dir") + u": a folder of that name is there already");
 
-    // A folder that can't be written, by its path, after the entry that was to go there.
+    // A folder that can't be written, by its path, after the entry that was to go there, as a
+    // denied access.
     const fs::path locked = folder / "locked";
     fs::create_directories(locked);
     {
@@ -721,6 +722,7 @@ TEST_F(PackageEngineTest, EveryFailureNamesWhatItConcernsInWordsAUserCanActOn)
             const std::u16string entry = u"entry \"" + u16(fs::relative(source, "/").begin()->string()) + u"/";
             EXPECT_EQ(text.rfind(entry, 0), 0u) << u8(text);
             EXPECT_NE(text.find(u"\": " + u16(locked)), std::u16string::npos) << u8(text);
+            EXPECT_NE(text.find(platform::errorText(win::ERROR_ACCESS_DENIED)), std::u16string::npos) << u8(text);
         }
     }
 
