@@ -254,9 +254,7 @@ TEST_F(CliTest, PeopleExchangeKeysAndOnlyRecipientsOpenThePackage)
     writeText(source / "empty", "");
     const fs::path package = *root / "tree.kvx";
     const ToolRun made = as("ann", { "encrypt", "-o", package.string(), "-r", "Bob", "-r", "Cid", source.string() });
-    ASSERT_EQ(made.exitCode, 0) << made.err;
-    EXPECT_TRUE(made.out.empty());
-    EXPECT_TRUE(made.err.empty()) << made.err;
+    ASSERT_TRUE(made.exitCode == 0 && made.out.empty() && made.err.empty()) << made.err;
 
     for (const char* reader : { "bob", "cid" }) {
         const fs::path out = *root / (std::string("out-") + reader);
@@ -347,7 +345,6 @@ TEST_F(CliTest, UnreadableSourcesStopTheRunUnlessSkippingIsAsked)
     // Nothing readable is no package, with the option too.
     EXPECT_TRUE(ended(as("ann", { "encrypt", "--plain", "--skip-unreadable", "-o", package.string(), locked.string() }),
         1, "no package was made"));
-    EXPECT_EQ(as("ann", { "decrypt", package.string(), "--skip-unreadable", "-C", folder.string() }).exitCode, 2);
     EXPECT_TRUE(leftoverTempFiles().empty());
 
     // A kernel file that says it is empty but holds text is refused by name, never stored empty.
@@ -440,8 +437,7 @@ TEST_F(CliTest, TwoImportsAtOnceBothArrive)
 TEST_F(CliTest, BrokenProfileIsExplainedAndRepaired)
 {
     const fs::path profile = freshProfile("broken");
-    ASSERT_EQ(
-        in(profile, { "contacts", "import", (*root / "bob.kvxk").string(), "--email", "bob@example.org" }).exitCode, 0);
+    ASSERT_EQ(in(profile, { "contacts", "import", (*root / "bob.kvxk").string() }).exitCode, 0);
     // The state an interrupted import used to leave: Bob's certificate without his entry.
     writeText(profile / "RecipientsList.xml", "<Recipients><Recipient Name=\"C\"/></Recipients>");
     ToolRun list = in(profile, { "contacts", "list" });
@@ -450,23 +446,17 @@ TEST_F(CliTest, BrokenProfileIsExplainedAndRepaired)
     const ToolRun repaired = in(profile, { "contacts", "repair" });
     ASSERT_EQ(repaired.exitCode, 0) << repaired.err;
     EXPECT_EQ(repaired.out, "filed again: Bob\n");
-    list = in(profile, { "contacts", "list" });
-    EXPECT_EQ(list.out, "C\t\t(me)\nBob\t\n");
+    EXPECT_EQ(in(profile, { "contacts", "list" }).out, "C\t\t(me)\nBob\t\n");
 
     // A contact list that isn't XML at all is kept aside, and every certificate filed again.
     writeText(profile / "RecipientsList.xml", "garbage <");
     EXPECT_TRUE(ended(in(profile, { "contacts", "list" }), 1, "contacts repair"));
     ASSERT_EQ(in(profile, { "contacts", "repair" }).exitCode, 0);
-    EXPECT_EQ(
-        readBytes(profile / "RecipientsList.xml.unreadable"), (Bytes { 'g', 'a', 'r', 'b', 'a', 'g', 'e', ' ', '<' }));
+    EXPECT_EQ(readText(profile / "RecipientsList.xml.unreadable"), "garbage <");
     EXPECT_EQ(in(profile, { "contacts", "list" }).out, "C\t\t(me)\nBob\t\n");
 
     // A certificate file that can't be read is named and kept (its mending by a new import is the
     // certificate store's test).
-    writeText(profile / "RecipientsList.xml",
-        "<Recipients><Recipient Name=\"C\"/><Recipient Name=\"Bob\"><EMail>bob@example.org</EMail>"
-        "</Recipient></Recipients>");
-    ASSERT_EQ(in(profile, { "contacts", "list" }).out, "C\t\t(me)\nBob\tbob@example.org\n");
     fs::path bobFile;
     for (const auto& entry : fs::directory_iterator(profile / "certificates")) {
         if (entry.path().extension() == ".der" && readBytes(entry.path()) != readBytes(*root / "c.kvxk"))
@@ -478,45 +468,23 @@ TEST_F(CliTest, BrokenProfileIsExplainedAndRepaired)
     list = in(profile, { "contacts", "list" });
     EXPECT_TRUE(ended(list, 0, "the certificate of 'Bob' can't be read (" + bobFile.string()));
     EXPECT_EQ(list.out, "C\t\t(me)\n");
-    EXPECT_EQ(readBytes(bobFile).size(), 40u);
+    EXPECT_EQ(fs::file_size(bobFile), 40u);
 }
 
+// Which name finds which certificate is the certificate store's test; here the tool's own
+// look-ups by name, at import and removal, go by the whole name in any case.
 TEST_F(CliTest, OnePersonIsNeverTakenForAnother)
 {
     const fs::path folder = freshFolder("who");
     const fs::path own = folder / "own";
-    const fs::path joann = folder / "joann";
     ASSERT_EQ(in(own, { "identity", "create", "Ann Short" }).exitCode, 0);
-    ASSERT_EQ(in(joann, { "identity", "create", "Joann Tester" }).exitCode, 0);
-    ASSERT_EQ(in(joann, { "identity", "export", "-o", (folder / "joann.kvxk").string() }).exitCode, 0);
-    ASSERT_EQ(in(own, { "contacts", "import", (folder / "joann.kvxk").string() }).exitCode, 0);
-
-    // Names that are pieces of another name, or of the title, are other people; the same name in
-    // another case is the same person.
-    for (const char* name : { "Ann Tester", "T", "Al", "Oren", "Ann" }) {
-        const ToolRun imported = in(own, { "contacts", "import", keyFileFor(folder, name).string() });
-        EXPECT_EQ(imported.exitCode, 0) << name << ": " << imported.err;
-    }
+    // Names that are pieces of another name, or of the title, are other people.
+    for (const char* name : { "Joann Tester", "Ann Tester", "T", "Oren", "Ann" })
+        EXPECT_TRUE(ended(in(own, { "contacts", "import", keyFileFor(folder, name).string() }), 0, "")) << name;
     EXPECT_TRUE(ended(
         in(own, { "contacts", "import", keyFileFor(folder, "ann short").string() }), 1, "Contact already exists."));
-
-    // Removing Ann Tester takes her certificate and nobody else's.
     EXPECT_TRUE(ended(in(own, { "contacts", "remove", "Ann Tester" }), 0, ""));
-    EXPECT_EQ(in(own, { "contacts", "list" }).out, "Ann Short\t\t(me)\nJoann Tester\t\nT\t\nAl\t\nOren\t\nAnn\t\n");
-
-    // "Ann" may be the owner next to Joann Tester, and a package for herself is hers alone.
-    const fs::path ann = folder / "ann";
-    ASSERT_EQ(in(ann, { "contacts", "import", (folder / "joann.kvxk").string() }).exitCode, 0);
-    ASSERT_TRUE(ended(in(ann, { "identity", "create", "Ann" }), 0, ""));
-    writeText(folder / "secret.txt", "for Ann");
-    const fs::path package = folder / "self.kvx";
-    ASSERT_EQ(
-        in(ann, { "encrypt", "--self", "--flat", "-o", package.string(), (folder / "secret.txt").string() }).exitCode,
-        0);
-    EXPECT_TRUE(
-        ended(in(joann, { "decrypt", package.string(), "-C", (folder / "joann-out").string() }), 1, NotARecipient));
-    ASSERT_EQ(in(ann, { "decrypt", package.string(), "-C", (folder / "ann-out").string() }).exitCode, 0);
-    EXPECT_EQ(readText(folder / "ann-out" / "secret.txt"), "for Ann");
+    EXPECT_EQ(in(own, { "contacts", "list" }).out, "Ann Short\t\t(me)\nJoann Tester\t\nT\t\nOren\t\nAnn\t\n");
 }
 
 TEST_F(CliTest, TheOwnIdentityOutlivesItsSettings)
@@ -537,13 +505,12 @@ TEST_F(CliTest, TheOwnIdentityOutlivesItsSettings)
     EXPECT_NE(readText(profile / "KvxCfg.xml").find("<OwnerName>C</OwnerName>"), std::string::npos);
 
     // A damaged key file is told as such, never as a package that isn't for this identity.
-    fs::copy(profile / "keys", folder / "keys-saved");
-    for (const auto& key : fs::directory_iterator(profile / "keys"))
+    const fs::path damaged = folder / "damaged";
+    fs::copy(profile, damaged, fs::copy_options::recursive);
+    for (const auto& key : fs::directory_iterator(damaged / "keys"))
         fs::resize_file(key.path(), 100);
-    EXPECT_TRUE(ended(in(profile, { "decrypt", package.string(), "-C", (folder / "out2").string() }), 1,
+    EXPECT_TRUE(ended(in(damaged, { "decrypt", package.string(), "-C", (folder / "out2").string() }), 1,
         "Your private key can't be read"));
-    fs::remove_all(profile / "keys");
-    fs::copy(folder / "keys-saved", profile / "keys");
 
     // Settings cut short are named and left as they are; the identity is neither removed nor
     // replaced, and still opens what was sent to it.
@@ -588,14 +555,9 @@ TEST_F(CliTest, TheUsersOwnFilesAreLeftAlone)
         "out.kvx is read-only"));
     EXPECT_EQ(readText(home / "out.kvx"), "keep");
 
-    // What a read-only folder stops is told as a denied access: sub-folders of an extraction, and
-    // a contact's certificate on its way into the store.
-    writeBytes(home / "plain.kvx", craftedPackage({ { EntryTypeData, u"sub\\f.txt", { 'x' } } }));
-    fs::create_directories(home / "ro");
-    fs::permissions(home / "ro", fs::perms::owner_read | fs::perms::owner_exec);
+    // What a read-only folder stops is told as a denied access: here a contact's certificate on its
+    // way into the store (an extraction's sub-folders are the engine's test).
     fs::permissions(home / "p" / "certificates", fs::perms::owner_read | fs::perms::owner_exec);
-    EXPECT_TRUE(ended(
-        runAsOrdinaryUser(home, { "--profile", "p", "decrypt", "plain.kvx", "-C", "ro" }), 1, "Access is denied"));
     EXPECT_TRUE(
         ended(runAsOrdinaryUser(home, { "--profile", "p", "contacts", "import", (*root / "bob.kvxk").string() }), 1,
             "Access is denied"));
@@ -617,15 +579,12 @@ TEST_F(CliTest, UsageErrorsHelpAndExitCodes)
     writeText(folder / "f", "1");
     const std::string f = (folder / "f").string();
     const std::string o = (folder / "o.kvx").string();
-    EXPECT_EQ(runTool({ "frobnicate" }).exitCode, 2);
-    EXPECT_EQ(runTool({ "encrypt", "--bogus" }).exitCode, 2);
-    EXPECT_EQ(as("ann", { "encrypt", "-o", o, f }).exitCode, 2);
-    EXPECT_EQ(as("ann", { "encrypt", "-o", o, "--plain", "--self", f }).exitCode, 2);
-    EXPECT_EQ(as("ann", { "encrypt", "-o", o, "-r", "Nobody", f }).exitCode, 2);
-    EXPECT_EQ(as("ann", { "encrypt", "-o", o, "--self" }).exitCode, 2);
-    EXPECT_EQ(as("ann", { "decrypt", o }).exitCode, 2);
-    EXPECT_EQ(as("ann", { "verify" }).exitCode, 2);
-    EXPECT_EQ(as("ann", { "list", o, "-C", folder.string() }).exitCode, 2);
+    const std::vector<std::vector<std::string>> mistakes { { "frobnicate" }, { "encrypt", "--bogus" },
+        { "encrypt", "-o", o, f }, { "encrypt", "-o", o, "--plain", "--self", f },
+        { "encrypt", "-o", o, "-r", "Nobody", f }, { "encrypt", "-o", o, "--self" }, { "decrypt", o }, { "verify" },
+        { "list", o, "-C", folder.string() }, { "decrypt", o, "--skip-unreadable", "-C", folder.string() } };
+    for (const auto& args : mistakes)
+        EXPECT_EQ(as("ann", args).exitCode, 2) << args[0] << " with " << args.size() - 1 << " more";
     // A name from the command line is echoed with its control characters spelled out.
     const ToolRun missing = as("ann", { "encrypt", "--self", "-o", o, "\x1b]2;owned\x07\x1b[2J" });
     EXPECT_TRUE(ended(missing, 1, "\\x1b]2;owned\\x07\\x1b[2J"));
@@ -681,33 +640,19 @@ TEST_F(CliTest, AnInterruptStopsTheRunLeavesNothingAndSaysOnlyThatItStopped)
     EXPECT_EQ(run->err.find(InvalidPackage), std::string::npos) << run->err;
 }
 
-TEST_F(CliTest, AHostilePackageWritesNothingAnywhereAndNamesTheEntryPlainly)
+// Which names are refused, and why, is the engine's test; here the refusal reaches the terminal
+// as the engine words it, with no control character from the sender, and nothing is written.
+TEST_F(CliTest, AHostilePackageWritesNothingAndNamesTheEntryPlainly)
 {
     const fs::path folder = freshFolder("hostile");
-    const fs::path out = folder / "a" / "b" / "out";
-    // Good entries, one of them large, come before the refused name.
-    const std::vector<std::pair<std::u16string, std::string>> cases {
-        { u"d", "entry \"d\": a file of the same name is a folder of another entry (\"d/b.bin\")" },
-        { u"d/b.bin", "entry \"d/b.bin\": an earlier entry has the same name" },
-        { u"evil\x1b]0;owned\x07\\..\\x", "entry \"evil\\x1B]0;owned\\x07/../x\": the name holds \"..\"" },
-        { u"a\\..\\..\\..\\x", "entry \"a/../../../x\": the name holds \"..\"" },
-        { u"C:\\x", "entry \"C:/x\": the name starts with a drive" },
-    };
-    for (const auto& [name, says] : cases) {
-        writeBytes(folder / "h.kvx",
-            craftedPackage({ { EntryTypeData, u"d\\b.bin", randomBytes(70000, 2) }, { EntryTypeData, u"x", { 'x' } },
-                { EntryTypeData, name, { '!' } } }));
-        const ToolRun run = as("bob", { "decrypt", (folder / "h.kvx").string(), "-C", out.string() });
-        EXPECT_TRUE(ended(run, 1, says + "; nothing was extracted"));
-        // The terminal gets no control character from a sender.
-        EXPECT_EQ(controlsIn(run.err), 0) << run.err;
-        EXPECT_TRUE(fs::is_empty(out)) << says;
-    }
-    // A name from the root lands inside the folder, and nothing lies anywhere else.
-    writeBytes(folder / "h.kvx", craftedPackage({ { EntryTypeData, u"\\etc\\x", { 'x' } } }));
-    EXPECT_EQ(as("bob", { "decrypt", (folder / "h.kvx").string(), "-C", out.string() }).exitCode, 0);
-    EXPECT_EQ(filesBelow(folder),
-        (std::vector<std::string> { "a", "a/b", "a/b/out", "a/b/out/etc", "a/b/out/etc/x", "h.kvx" }));
+    const fs::path out = folder / "out";
+    writeBytes(folder / "h.kvx",
+        craftedPackage({ { EntryTypeData, u"d\\b.bin", randomBytes(70000, 2) },
+            { EntryTypeData, u"evil\x1b]0;owned\x07\\..\\x", { '!' } } }));
+    const ToolRun run = as("bob", { "decrypt", (folder / "h.kvx").string(), "-C", out.string() });
+    EXPECT_TRUE(ended(run, 1, "entry \"evil\\x1B]0;owned\\x07/../x\": the name holds \"..\"; nothing was extracted"));
+    EXPECT_EQ(controlsIn(run.err), 0) << run.err;
+    EXPECT_TRUE(fs::is_empty(out));
 }
 
 TEST_F(CliTest, ListAndVerifyCheckEveryDigestAndWriteNothing)
@@ -776,12 +721,4 @@ TEST_F(CliTest, ListAndVerifyCheckEveryDigestAndWriteNothing)
     EXPECT_TRUE(outsider.out.empty());
     EXPECT_EQ(filesBelow(work), workBefore);
     EXPECT_EQ(filesBelow(temporary), temporaryBefore);
-    const ToolRun decrypt
-        = in(profile, { "decrypt", sealed.string(), "-C", (freshFolder("check-out") / "x").string() });
-    EXPECT_EQ(decrypt.exitCode, 1);
-    EXPECT_EQ(outsider.err, decrypt.err);
-    // Decrypt too calls a file shorter than a header, or an index that can't be walked, no package.
-    for (const fs::path& package : { work / "short.kvx", work / "index.kvx" })
-        EXPECT_TRUE(ended(as("bob", { "decrypt", package.string(), "-C", (freshFolder("check-out") / "x").string() }),
-            1, package.string() + ": " + InvalidPackage));
 }

@@ -30,12 +30,6 @@ struct Recorder {
         return static_cast<int>(
             std::count_if(reports.begin(), reports.end(), [&](const Report& r) { return r.operation == operation; }));
     }
-    const Report* first(std::uint32_t operation) const
-    {
-        const auto found
-            = std::find_if(reports.begin(), reports.end(), [&](const Report& r) { return r.operation == operation; });
-        return found == reports.end() ? nullptr : &*found;
-    }
     const Report* last(std::uint32_t operation) const
     {
         const auto found
