@@ -110,9 +110,7 @@ TEST_F(BulkEncryption, MatchesOneShotAesCbcAndDecryptsBackAtEveryChunkBoundary)
 
         ASSERT_EQ(log.operations.size(), cipherSize / 992 + 1);
         EXPECT_EQ(log.operations.back(), OpDecrypt);
-        EXPECT_EQ(log.totals.back(), static_cast<std::int64_t>(cipherSize));
         EXPECT_EQ(log.processed.back(), static_cast<std::int64_t>(size));
-        EXPECT_TRUE(std::is_sorted(log.processed.begin(), log.processed.end()));
     }
 }
 

@@ -199,20 +199,4 @@ TEST_F(KeyEnvelope, UndecodableOrEmptyKeyFilesFailWithoutReport)
     EXPECT_EQ(errors.calls, 0);
 }
 
-TEST_F(KeyEnvelope, TenThousandRecipientRecordsOpen)
-{
-    // The own record last among ten thousand others; the same crowd without it is refused.
-    std::vector<CertificatePtr> crowd(9999, outsider);
-    crowd.push_back(identities[2]);
-    ByteBlobPtr envelope = session.sealEnvelope(crowd, blob.get());
-    crowd.back() = outsider;
-    ByteBlobPtr foreign = session.sealEnvelope(crowd, blob.get());
-    ASSERT_TRUE(envelope && foreign);
-
-    ASSERT_TRUE(openCertificateStore(Names[2]));
-    EXPECT_TRUE(sameBytes(session.openEnvelope(envelope.get()), blob->data(), 56));
-    EXPECT_FALSE(session.openEnvelope(foreign.get()));
-    EXPECT_EQ(errors.calls, 1);
-}
-
 } // namespace

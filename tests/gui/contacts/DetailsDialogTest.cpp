@@ -113,12 +113,6 @@ private slots:
         edit(dialog, "FirstNameLE")->setText(QStringLiteral("late"));
         QTest::keyClicks(edit(dialog, "FirstNameLE"), QStringLiteral("r"));
         QVERIFY(okButton(dialog)->isEnabled());
-        dialog.hide();
-        // A new show measures against the fields as they stand then.
-        dialog.show();
-        QTest::keyClick(edit(dialog, "FirstNameLE"), Qt::Key_Backspace);
-        QTest::keyClicks(edit(dialog, "FirstNameLE"), QStringLiteral("r"));
-        QVERIFY(!okButton(dialog)->isEnabled());
     }
 };
 
