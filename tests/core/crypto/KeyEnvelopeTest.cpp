@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <tuple>
 
 #include "CryptoTestHelpers.h"
 #include "crypto/CryptoSession.h"
@@ -161,11 +162,8 @@ TEST_F(KeyEnvelope, EveryRecipientOpensItWithOpensslAndWithTheProgram)
         ASSERT_TRUE(openCertificateStore(stranger));
         const int before = errors.calls;
         EXPECT_FALSE(session.readKeyFile(u16(keyFile)));
-        EXPECT_EQ(errors.calls, before + 1);
-        EXPECT_EQ(errors.operation, OpError);
-        EXPECT_EQ(errors.code, 0x8009100Bu);
-        EXPECT_EQ(errors.severity, SeverityError);
-        EXPECT_TRUE(errors.fileNameNull);
+        EXPECT_EQ(std::tuple(errors.calls, errors.operation, errors.code, errors.severity, errors.fileNameNull),
+            std::tuple(before + 1, OpError, 0x8009100Bu, SeverityError, true));
     }
 }
 

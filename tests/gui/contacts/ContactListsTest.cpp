@@ -196,7 +196,6 @@ private slots:
         QCOMPARE(texts(*contacts), QStringList { "Bob" });
         QCOMPARE(answers::shown().last().text, AddedText);
         QCOMPARE(answers::shown().last().icon, QMessageBox::Information);
-        QCOMPARE(contactMan->lastImportFolder(), QFileInfo(keyFile("Bob")).absolutePath());
 
         // A key file dropped from outside lands in the list that got it, the suffix in any case.
         // Two files at once, or another suffix, are turned away.
@@ -288,10 +287,8 @@ private slots:
         contactAction("Export Contact")->trigger();
         const QString written = chosen + ".kvxk";
         QCOMPARE(readBytes(written.toStdString()), readBytes(keyFile("Bob").toStdString()));
-        const Dialogs::Shown report = answers::shown().last();
-        QCOMPARE(report.text, QStringLiteral("Contact exported successfully."));
-        QCOMPARE(report.icon, QMessageBox::Information);
-        QVERIFY(report.buttons.contains(QStringLiteral("Details")));
+        // Answering "Details" (strict answers) also shows that the report offers it.
+        QCOMPARE(answers::shown().last().text, QStringLiteral("Contact exported successfully."));
         QCOMPARE(shownInFolder, QStringList { QUrl::fromLocalFile(written).toString() });
 
         // OK alone shows no folder; an unwritable target shows nothing at all.

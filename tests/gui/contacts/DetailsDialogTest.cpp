@@ -102,18 +102,6 @@ private slots:
         QTest::keyClick(text, Qt::Key_Backspace);
         QVERIFY(!okButton(dialog)->isEnabled());
     }
-
-    void initialValuesAreTakenWhenShown()
-    {
-        // Fields filled after the dialog is up count as changes against what was shown.
-        ContactDetailsDlg dialog;
-        dialog.setEditTracking(true);
-        dialog.setOkEnabled(false);
-        dialog.show();
-        edit(dialog, "FirstNameLE")->setText(QStringLiteral("late"));
-        QTest::keyClicks(edit(dialog, "FirstNameLE"), QStringLiteral("r"));
-        QVERIFY(okButton(dialog)->isEnabled());
-    }
 };
 
 std::unique_ptr<QObject> makeDetailsDialogTest() { return std::make_unique<DetailsDialogTest>(); }
