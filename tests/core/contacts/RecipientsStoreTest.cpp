@@ -220,8 +220,10 @@ TEST_F(RecipientsStoreTest, FailedChangesLeaveTheProfileAsItWas)
     EXPECT_EQ(storedCertificates(), 1u);
     EXPECT_EQ(namesOnDisk(), std::vector<std::u16string> { u"Bo" });
     // An update that can't write the file fails and keeps the old one (no certificate moves).
+    ContactRecord bo = contact(1);
+    bo.comments = u"changed";
     platform::faults::failAfter(Kind::Write, 0, win::ERROR_DISK_FULL);
-    EXPECT_EQ(store.update(contact(1)).severity(), SeverityError);
+    EXPECT_EQ(store.update(bo).severity(), SeverityError);
     platform::faults::reset();
     EXPECT_EQ(readText(file), withBo);
 

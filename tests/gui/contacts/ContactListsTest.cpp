@@ -187,7 +187,7 @@ private slots:
         ShowInFolder::setHooks({});
     }
 
-    void importsDerAndPemKeyFiles()
+    void importsKeyFilesByActionAndDrop()
     {
         answers::answerPath(keyFile("Bob"));
         answerImportDialog(QStringLiteral("Bob"), QStringLiteral("Robert"));
