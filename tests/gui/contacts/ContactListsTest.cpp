@@ -523,7 +523,6 @@ private slots:
         recipients->clearSelection();
         QTest::keyClick(recipients, Qt::Key_Delete);
         QCOMPARE(recipients->count(), 1);
-        window->hide();
     }
 };
 
