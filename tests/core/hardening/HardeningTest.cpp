@@ -125,15 +125,14 @@ protected:
     }
     void TearDown() override { platform::faults::reset(); }
 
-    EngineStatus create(const FileSet& files, const fs::path& package, EngineCallback callback, bool encrypted = true)
+    EngineStatus create(const FileSet& files, const fs::path& package, EngineCallback callback)
     {
         PackageEngine engine(*me);
         KvxUtils::UserParameter record;
         engine.setNameMode(NameModeFullPath);
         engine.setFiles(files);
         engine.setPackagePath(u16(package));
-        engine.setRecipients(
-            encrypted ? std::vector<const ContactRecord*> { me } : std::vector<const ContactRecord*> {});
+        engine.setRecipients({ me });
         engine.setCallback(callback);
         engine.setUserParameter(&record);
         return engine.create();
