@@ -29,7 +29,7 @@ struct ToolRun {
     std::string out;
     std::string err;
     // The whole outcome, to be compared in one go.
-    auto said() const { return std::tie(exitCode, out, err); }
+    auto said() const { return std::tuple(exitCode, out, err); }
 };
 
 // Another user to run a copy of the tool as.
@@ -667,8 +667,8 @@ TEST_F(CliTest, ListAndVerifyCheckEveryDigestAndWriteNothing)
     ASSERT_EQ(in(profile, { "encrypt", "-r", "Bob", "-o", sealed.string(), "tree" }, work).exitCode, 0);
 
     // Damage that each check must find: the outer digest, the inner digest behind a recomputed
-    // outer one, the padding of the last block, an entry of a plain package, an index that runs
-    // past the end of a package whose digest matches, and a file shorter than a header.
+    // outer one, the padding of the last block, and an index that runs past the end of a package
+    // whose digest matches (a damaged plain package or one too short is the engine's test).
     auto flipped = [](Bytes bytes, std::size_t at, bool mended) {
         bytes[at] ^= 0x01;
         if (mended)
@@ -676,11 +676,9 @@ TEST_F(CliTest, ListAndVerifyCheckEveryDigestAndWriteNothing)
         return bytes;
     };
     const Bytes s = readBytes(sealed);
-    const Bytes p = readBytes(plain);
     const std::vector<std::pair<std::string, Bytes>> damaged { { "outer", flipped(s, s.size() / 2, false) },
         { "inner", flipped(s, s.size() / 2, true) }, { "padding", flipped(s, s.size() - 1, true) },
-        { "entry", flipped(p, p.size() - 3, false) }, { "index", craftedPackage(1, entryHeader(EntryTypeData, 0, 5)) },
-        { "short", { 'k', 'v', 'x' } } };
+        { "index", craftedPackage(1, entryHeader(EntryTypeData, 0, 5)) } };
     for (const auto& [name, bytes] : damaged)
         writeBytes(work / (name + ".kvx"), bytes);
 
