@@ -7,10 +7,12 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "PackageBytes.h"
 #include "contacts/ConfigStore.h"
 #include "contacts/RecipientsStore.h"
 #include "crypto/CertificateStore.h"
@@ -69,16 +71,12 @@ namespace {
 
     // Mutations almost never keep the digest right, and the digest check is simple; mending it lets
     // the fuzzer reach the entry walk and extraction behind it.
-    void mendDigest(const fs::path& path)
+    void writeMended(const fs::path& path, const std::uint8_t* data, std::size_t size, bool mend)
     {
-        ScopedFile mend;
-        if (mend.open(u16(path), win::OPEN_EXISTING, win::GENERIC_READ | win::GENERIC_WRITE, 3)
-            && platform::seekFile(mend.handle(), HashedRangeStart, platform::SeekFrom::Begin)) {
-            if (const auto digest = hashFile(mend.handle(), nullptr, nullptr)) {
-                platform::seekFile(mend.handle(), 4, platform::SeekFrom::Begin);
-                platform::writeFile(mend.handle(), digest->data(), digest->size());
-            }
-        }
+        testing_support::Bytes bytes(data, data + size);
+        if (mend && size >= ContainerHeader::Size)
+            testing_support::rehash(bytes);
+        writeInput(path, bytes.data(), bytes.size());
     }
 
     // The whole road a received package takes, as the window and the command line take it, into a
@@ -111,34 +109,25 @@ namespace {
         }
     }
 
+    testing_support::Bytes readInput(const fs::path& path)
+    {
+        std::ifstream in(path, std::ios::binary);
+        return { std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>() };
+    }
+
     // The inner package wrapped for the owner, as a sender with the owner's key file would: a fresh
     // session key and envelope each time.
     bool wrapForOwner(const fs::path& inner, const fs::path& package)
     {
-        ScopedFile plain;
-        std::int64_t size = 0;
-        if (!plain.open(u16(inner), win::OPEN_EXISTING, win::GENERIC_READ, 3)
-            || !platform::fileSize(plain.handle(), size))
-            return false;
+        const fs::path data = root / "tmp" / "data", key = root / "tmp" / "key";
         CryptoSession session;
-        const SessionKeyPtr key = session.createSessionKey(true);
-        const ByteBlobPtr envelope = key ? session.sealKey(key.get(), { owner.identity.certificate() }) : nullptr;
-        ScopedFile out;
-        if (!envelope || !out.open(u16(package), win::CREATE_ALWAYS, win::GENERIC_READ | win::GENERIC_WRITE, 3))
+        if (!session.encryptFile(u16(inner), u16(data), u16(key), { owner.identity.certificate() }))
             return false;
-        const std::int64_t cipherSize = CryptoSession::cipherLength(size);
-        ContainerFile container;
-        bool done = container.openForWrite(out.release(), ContainerTypeEncrypted).ok();
-        container.expectEntries(2);
-        done = done && container.addEntry(u"KVXkey", EntryTypeKey, envelope->data(), envelope->size()).ok()
-            && container.beginEntry(u"KVXdata", EntryTypeData, cipherSize).ok()
-            && session.encryptRange(plain.handle(), size, container.handle(), key.get(),
-                [&container](const std::uint8_t* data, std::size_t length) { container.digestWritten(data, length); })
-            && container.endEntry(u"KVXdata", cipherSize).ok();
-        done = container.close().ok() && done;
-        if (container.handle() != platform::InvalidHandle)
-            platform::closeFile(container.handle());
-        return done;
+        const auto wrapped = testing_support::craftedPackage(
+            { { EntryTypeKey, u"KVXkey", readInput(key) }, { EntryTypeData, u"KVXdata", readInput(data) } },
+            ContainerTypeEncrypted);
+        writeInput(package, wrapped.data(), wrapped.size());
+        return fs::remove(data) && fs::remove(key);
     }
 } // namespace
 
@@ -171,9 +160,7 @@ void container(const std::uint8_t* data, std::size_t size)
 {
     prepare();
     const fs::path input = root / "input";
-    writeInput(input, data, size);
-    if (size >= ContainerHeader::Size)
-        mendDigest(input);
+    writeMended(input, data, size, true);
 
     KvxUtils::UserParameter record;
     ContainerFile file;
@@ -201,11 +188,9 @@ void encryptedPackage(const std::uint8_t* data, std::size_t size)
         return;
     prepare();
     const fs::path inner = root / "inner";
-    writeInput(inner, data, size);
     // One input in eight keeps its digest as it came: that package is refused after its entries
     // were decrypted ahead, which must leave nothing either.
-    if (size >= ContainerHeader::Size && size % 8 != 7)
-        mendDigest(inner);
+    writeMended(inner, data, size, size % 8 != 7);
     if (!wrapForOwner(inner, root / "input"))
         std::abort();
     KvxUtils::UserParameter record;

@@ -199,11 +199,9 @@ TEST(CrashGuard, WritesAReportAndStillEndsTheProcessBySignal)
     ASSERT_EQ(waitpid(child, &status, 0), child);
     ASSERT_TRUE(WIFSIGNALED(status)) << "exit " << WEXITSTATUS(status);
     EXPECT_EQ(WTERMSIG(status), SIGABRT);
-    std::vector<fs::path> reports;
-    for (const auto& entry : fs::directory_iterator(folder / "crash"))
-        reports.push_back(entry.path());
+    const auto reports = treeContents(folder / "crash");
     ASSERT_EQ(reports.size(), 1u);
-    const std::string report = readText(reports[0]);
+    const std::string report(reports.begin()->second.begin(), reports.begin()->second.end());
     EXPECT_NE(report.find("Halvoren 9.9 crashed"), std::string::npos) << report;
     EXPECT_NE(report.find("signal: 6"), std::string::npos) << report;
     EXPECT_NE(report.find("backtrace:"), std::string::npos) << report;

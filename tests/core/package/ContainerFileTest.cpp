@@ -139,9 +139,8 @@ TEST(ContainerFile, RoundTripsEntriesOfEveryShapeWithProgress)
     // Extraction reports the entry's size and name with each block.
     const Report* last = reader.last(OpExtractFile);
     ASSERT_TRUE(last);
-    EXPECT_EQ(last->total, 300000);
-    EXPECT_EQ(last->processed, 300000);
-    EXPECT_EQ(last->fileName, u"\u00e9t\u00e9\\\U0001F600.txt");
+    EXPECT_EQ(std::tie(last->total, last->processed, last->fileName),
+        std::tuple(300000, 300000, u"\u00e9t\u00e9\\\U0001F600.txt"));
 }
 
 // The digest taken while writing (the engine gives the count of entries, which is wrong when a
