@@ -9,6 +9,7 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <iostream>
 #include <map>
 #include <thread>
 
@@ -234,6 +235,8 @@ TEST_F(PackageEngineTest, EachRecipientOpensTheEncryptedPackageAndEveryOtherEndI
         // A package that can't be written (read-only media, where this system allows making one)
         // opens all the same.
         const Unwritable readOnly(folder / "secret.kvx");
+        if (!readOnly.works())
+            std::cerr << "the package can't be made read-only here; it is opened writable\n";
         for (const ContactRecord* reader : { bob, cid }) {
             const fs::path out = folder / ("out-" + u8(reader->name));
             ASSERT_TRUE(extract(*reader, folder / "secret.kvx", out).ok()) << u8(reader->name);
