@@ -22,17 +22,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-void chooseRecipient(MainWindow& window, const QString& name)
-{
-    KvxListWidget* contacts = window.form()->contactListWidget;
-    contacts->clearSelection();
-    const auto found = contacts->findItems(name, Qt::MatchExactly);
-    QVERIFY(found.size() == 1);
-    found.first()->setSelected(true);
-    window.form()->contactManButtonBox->button(QDialogButtonBox::Ok)->click();
-    QCoreApplication::processEvents();
-}
-
 // The window of `profile`, shown, with nothing left from the case before.
 std::unique_ptr<MainWindow> openWindow(const fs::path& profile)
 {
@@ -47,7 +36,7 @@ std::unique_ptr<MainWindow> openWindow(const fs::path& profile)
 void collect(MainWindow& window, const QList<QUrl>& urls, const QString& recipient = QStringLiteral("Anna Example"))
 {
     QVERIFY(dropOnWindow(window, urls));
-    chooseRecipient(window, recipient);
+    toRecipients(window, recipient);
 }
 
 void waitForTheRunToEnd(MainWindow& window)
@@ -237,7 +226,7 @@ private slots:
         const int before = contacts->count();
         auto coras = [&] { return contacts->findItems(QStringLiteral("Cora Example"), Qt::MatchExactly).size(); };
         // Bert waits among the recipients, selected; the change outside keeps him there.
-        chooseRecipient(*window, QStringLiteral("Bert Example"));
+        toRecipients(*window, QStringLiteral("Bert Example"));
         recipients->item(0)->setSelected(true);
 
         QCOMPARE(cli(anna, { "contacts", "import", qpath(cora / "cora.kvxk") }), 0);

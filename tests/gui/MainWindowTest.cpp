@@ -124,13 +124,6 @@ QStringList stateOf(MainWindow& window)
 const QString Empty = QStringLiteral("Drop <b>Files</b> or <b>Package</b> Here");
 const QString Collected = QStringLiteral("<b>Double-Click</b> Here to View Files");
 
-void moveAllToRecipients(MainWindow& window)
-{
-    window.form()->contactListWidget->selectAll();
-    window.form()->contactManButtonBox->button(QDialogButtonBox::Ok)->click();
-    QCoreApplication::processEvents();
-}
-
 // The names of the controls that Tab reaches from `from` on, `from` first.
 QStringList tabOrderFrom(QWidget* from, int steps)
 {
@@ -422,7 +415,7 @@ private slots:
         QCOMPARE(stateOf(*window), (QStringList { "Halvoren", "Encrypt off", Collected, "11110" }));
         ui->contactListWidget->item(0)->setSelected(true);
         QVERIFY(ui->contactManButtonBox->button(QDialogButtonBox::Ok)->isEnabled());
-        moveAllToRecipients(*window);
+        toRecipients(*window);
         QVERIFY(ui->BtnEncDec->isEnabled());
 
         // New names the package: row 1 and the title; nothing is written yet.
@@ -441,7 +434,7 @@ private slots:
         QVERIFY(window->files().empty());
 
         // Opened: a single package dropped (suffix in any case) switches to decrypt mode.
-        moveAllToRecipients(*window);
+        toRecipients(*window);
         QVERIFY(dropOnWindow(*window, { fileUrl(sources / "x.KVX") }));
         QCOMPARE(window->mode(), ModeDecrypt);
         QCOMPARE(stateOf(*window),
@@ -540,7 +533,7 @@ private slots:
         auto runHidden = [&](const fs::path& package) {
             restore();
             QVERIFY(dropOnWindow(*window, { fileUrl(source) }));
-            moveAllToRecipients(*window);
+            toRecipients(*window);
             hide();
             answers::answerPath(qpath(package));
             window->form()->BtnEncDec->click();
