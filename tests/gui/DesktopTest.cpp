@@ -25,49 +25,7 @@ using namespace testing_support;
 
 namespace {
 
-// Points PATH at the given folders for as long as it lives.
-class PathOverride {
-public:
-    explicit PathOverride(const QStringList& dirs)
-        : saved(qgetenv("PATH"))
-    {
-        qputenv("PATH", dirs.join(QLatin1Char(':')).toLocal8Bit());
-    }
-    ~PathOverride() { qputenv("PATH", saved); }
-
-private:
-    QByteArray saved;
-};
-
 void writeFile(const QString& path, const std::string& text) { writeText(path.toStdString(), text); }
-
-void writeScript(const QString& path, const std::string& text)
-{
-    writeFile(path, text);
-    std::filesystem::permissions(path.toStdString(), std::filesystem::perms::owner_all);
-}
-
-// A stand-in for a program that writes its arguments, NUL-terminated, to <its folder>/<n>.args,
-// renamed into place only when complete.
-const std::string recorder = "#!/bin/sh\n"
-                             "out=\"$(dirname \"$0\")/$$.args\"\n"
-                             "printf '%s\\0' \"$@\" > \"$out.tmp\" && mv \"$out.tmp\" \"$out\"\n";
-
-// Waits for the one record in `dir` and returns its arguments.
-QStringList waitForRecord(const QString& dir)
-{
-    QStringList records;
-    for (int i = 0; i < 100 && records.isEmpty(); ++i) {
-        QTest::qWait(50);
-        records = QDir(dir).entryList({ QStringLiteral("*.args") }, QDir::Files);
-    }
-    QFile file(QDir(dir).filePath(records.value(0)));
-    if (records.size() != 1 || !file.open(QIODevice::ReadOnly))
-        return { QStringLiteral("<%1 records>").arg(records.size()) };
-    QStringList args = QString::fromUtf8(file.readAll()).split(QChar(0));
-    args.removeLast(); // behind the last terminator
-    return args;
-}
 
 // The message of the package flow, with the awkward cases a real address book holds.
 void fillPackageMail(MapiMail& mail, const QString& packagePath)
@@ -140,7 +98,7 @@ private slots:
         QTemporaryDir bin;
         writeScript(bin.filePath(QStringLiteral("xdg-email")), recorder);
         const QString package = bin.filePath(QStringLiteral("Q3 $(touch pwned) 'final'; ü.kvx"));
-        PathOverride path({ bin.path(), QStringLiteral("/usr/bin"), QStringLiteral("/bin") });
+        const auto path = pathFirst(bin.path());
         MapiMail mail(0, 0);
         QVERIFY(mail.load());
         fillPackageMail(mail, package);
@@ -162,7 +120,7 @@ private slots:
         QTemporaryDir bin;
         writeScript(bin.filePath(QStringLiteral("xdg-open")),
             "#!/bin/sh\necho \"xdg-open: no method available for opening '$1'\" >&2\nexit 3\n");
-        PathOverride path({ bin.path(), QStringLiteral("/usr/bin"), QStringLiteral("/bin") });
+        const auto path = pathFirst(bin.path());
         QStringList heard;
         const QUrl page(QStringLiteral("https://example.org/page"));
         openWithDesktop(page, [&](const QString& why) { heard << why; });
@@ -186,7 +144,7 @@ private slots:
         writeScript(bin.filePath(QStringLiteral("xdg-email-hook.sh")), recorder);
         const QString package = bin.filePath(QStringLiteral("Q3 report & more.kvx"));
         writeFile(package, {}); // xdg-email refuses a missing attachment
-        PathOverride path({ bin.path(), QFileInfo(real).path(), QStringLiteral("/usr/bin"), QStringLiteral("/bin") });
+        const auto path = pathFirst(bin.path());
         MapiMail mail(0, 0);
         QVERIFY(mail.load());
         fillPackageMail(mail, package);

@@ -15,10 +15,6 @@
 using namespace testing_support;
 namespace fs = std::filesystem;
 
-namespace {
-std::u16string key(const fs::path& path) { return u16(path); }
-} // namespace
-
 class FolderWalkTest : public QObject {
     Q_OBJECT
 
@@ -48,8 +44,8 @@ private slots:
         ProgressDialog dialog(&files, nullptr);
         dialog.startTraverse({ fileUrl(root / "docs" / "a.txt"), fileUrl(root / "docs"), fileUrl(root / "docs"),
             fileUrl(root / "nothing"), fileUrl(root / "docs" / "fifo") });
-        const FileSet expected { key(root / "docs" / "a.txt"), key(root / "docs" / ".hidden"),
-            key(root / "docs" / ".hidden-folder" / "b.txt"), key(root / "docs" / "file-link") };
+        const FileSet expected { u16(root / "docs" / "a.txt"), u16(root / "docs" / ".hidden"),
+            u16(root / "docs" / ".hidden-folder" / "b.txt"), u16(root / "docs" / "file-link") };
         QVERIFY(files == expected);
         QVERIFY(!dialog.isVisible());
         // The folder was walked twice, the FIFO met three times.
@@ -59,7 +55,7 @@ private slots:
         // A path named directly goes in as given, even one that is gone by now.
         dialog.startTraverse({ fileUrl(root / "vanished.txt") });
         QCOMPARE(files.size(), 5u);
-        QVERIFY(files.count(key(root / "vanished.txt")));
+        QVERIFY(files.count(u16(root / "vanished.txt")));
     }
 
     void cancelAndEscapeStopTheWalkAndAddNothing()
@@ -70,7 +66,7 @@ private slots:
             for (int file = 0; file < 1000; ++file)
                 std::ofstream(root / std::to_string(folder) / (std::to_string(file) + ".txt"));
         }
-        const std::u16string earlier = key(root / "earlier.txt");
+        const std::u16string earlier = u16(root / "earlier.txt");
         for (const bool byEscape : { false, true }) {
             FileSet files { earlier };
             ProgressDialog dialog(&files, nullptr);

@@ -176,9 +176,7 @@ private slots:
         fs::create_directories(folder / "out");
         runAndWait(PackageOperationExtract);
         QCOMPARE(thread->result().code(), win::NTE_BAD_HASH);
-        QCOMPARE(std::count_if(receiver.updates.begin(), receiver.updates.end(),
-                     [](const Seen& s) { return s.operation == OpHash; }),
-            std::ptrdiff_t(1));
+        QCOMPARE(std::ranges::count(receiver.updates, unsigned(OpHash), &Seen::operation), 1);
         QVERIFY(fs::is_empty(folder / "out"));
 
         // Set before the start, the flag stops the run at its very first callback.

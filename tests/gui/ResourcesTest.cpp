@@ -10,8 +10,8 @@
 #include <QIcon>
 #include <QImage>
 #include <QRegularExpression>
-#include <QSet>
 #include <QTest>
+#include <map>
 
 #include "QtTestSupport.h"
 
@@ -24,26 +24,18 @@ const int iconSize = 32;
 
 // The icon path literals of the program's code and forms, each once, with the first file that
 // names it.
-QList<QPair<QString, QString>> scanSources()
+std::map<QString, QString> scanSources()
 {
     static const QRegularExpression literal(QStringLiteral(":/ico/MainWindow/Res/[^\"'<>\\s]+?\\.png"));
-    QList<QPair<QString, QString>> result;
-    QSet<QString> seen;
+    std::map<QString, QString> result;
     for (const QString& folder : { QStringLiteral("src"), QStringLiteral("forms") }) {
         QDirIterator files(
             sourceDir + '/' + folder, { "*.cpp", "*.h", "*.ui" }, QDir::Files, QDirIterator::Subdirectories);
         while (files.hasNext()) {
-            const QString path = files.next();
-            QFile file(path);
-            if (!file.open(QIODevice::ReadOnly))
-                continue;
-            for (auto it = literal.globalMatch(QString::fromUtf8(file.readAll())); it.hasNext();) {
-                const QString icon = it.next().captured();
-                if (!seen.contains(icon)) {
-                    seen.insert(icon);
-                    result.append({ icon, QDir(sourceDir).relativeFilePath(path) });
-                }
-            }
+            QFile file(files.next());
+            if (file.open(QIODevice::ReadOnly))
+                for (const QRegularExpressionMatch& match : literal.globalMatch(QString::fromUtf8(file.readAll())))
+                    result.try_emplace(match.captured(), QDir(sourceDir).relativeFilePath(file.fileName()));
         }
     }
     return result;

@@ -42,6 +42,17 @@ inline void answerFirstStartAs(const QString& name, std::function<void(ContactDe
     });
 }
 
+// Moves the contact of that name, or every contact, to the recipients, as the arrow button does.
+inline void toRecipients(MainWindow& window, const QString& name = QStringLiteral("*"))
+{
+    KvxListWidget* contacts = window.form()->contactListWidget;
+    contacts->clearSelection();
+    for (QListWidgetItem* item : contacts->findItems(name, Qt::MatchWildcard))
+        item->setSelected(true);
+    window.form()->contactManButtonBox->button(QDialogButtonBox::Ok)->click();
+    QCoreApplication::processEvents();
+}
+
 inline QUrl fileUrl(const std::filesystem::path& path) { return QUrl::fromLocalFile(qpath(path)); }
 
 // Drops the URLs on the window's drop area, which alone takes a drag, and so must be laid out.
