@@ -501,7 +501,7 @@ bool checkEntryNames(const FileSet& files, bool flat, std::string& error)
     const std::uint32_t mode = flat ? NameModeBareName : NameModeFullPath;
     std::map<std::u16string, const std::u16string*> stored;
     for (const std::u16string& path : files) {
-        // Made only for a refusal: made for each of thousands of names, it cost more than the check.
+        // Only a refusal shows the name; made for each of thousands of names, it cost more than the check.
         auto shown = [&path] { return shownSource(u8(path)); };
         const auto cut = flat ? path.rfind(NativeSeparator) : path.find(NativeSeparator);
         if (path.find(u'\\', cut == std::u16string::npos ? 0 : cut + 1) != std::u16string::npos) {
