@@ -215,13 +215,18 @@ bool PrivateTemp::createInTempDirectory()
     return made;
 }
 
-bool PrivateTemp::publish(FileHandle directory, const std::u16string& name)
+bool PrivateTemp::readyToPublish() const
 {
     if (!isOpen()) {
         setLastError(win::ERROR_INVALID_HANDLE);
         return false;
     }
-    if (faults::shouldFail(faults::Kind::Rename))
+    return !faults::shouldFail(faults::Kind::Rename);
+}
+
+bool PrivateTemp::publish(FileHandle directory, const std::u16string& name)
+{
+    if (!readyToPublish())
         return false;
     const std::string target = toUtf8(name);
     if (isNamed()) {
@@ -279,11 +284,7 @@ bool PrivateTemp::publish(FileHandle directory, const std::u16string& name)
 
 bool PrivateTemp::publishIfFree(FileHandle directory, const std::u16string& name)
 {
-    if (!isOpen()) {
-        setLastError(win::ERROR_INVALID_HANDLE);
-        return false;
-    }
-    if (faults::shouldFail(faults::Kind::Rename))
+    if (!readyToPublish())
         return false;
     const std::string target = toUtf8(name);
     const bool done = isNamed()

@@ -58,6 +58,9 @@ public:
     void discard();
 
 private:
+    // Whether the file may be given a name now: open, and no rename fault planted.
+    bool readyToPublish() const;
+
     FileHandle handle_ = InvalidHandle;
     FileHandle directory_ = InvalidHandle;
     std::string record_;
