@@ -3,12 +3,10 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -31,15 +29,13 @@ namespace fs = std::filesystem;
 namespace fuzzing {
 
 namespace {
+    using testing_support::u16;
     fs::path root;
     ContactRecord owner;
 
-    std::u16string u16(const fs::path& path) { return platform::fromUtf8(path.string()); }
-
     void writeInput(const fs::path& path, const std::uint8_t* data, std::size_t size)
     {
-        std::ofstream out(path, std::ios::binary | std::ios::trunc);
-        out.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
+        testing_support::writeBytes(path, testing_support::Bytes(data, data + size));
     }
 
     // A report must never lead anywhere: any answer is fine, so go on, and read the record as a
@@ -57,18 +53,6 @@ namespace {
         return 1;
     }
 
-    void expectNothingOutside(const fs::path& folder)
-    {
-        // The scratch area holds the input, the extraction folder and the profile; anything else is
-        // a file that extraction put where it must not.
-        for (const auto& entry : fs::directory_iterator(folder.parent_path())) {
-            const std::string name = entry.path().filename().string();
-            if (name != "input" && name != "inner" && name != "out" && name != "profile" && name != "scratch"
-                && name != "tmp")
-                std::abort();
-        }
-    }
-
     // Mutations almost never keep the digest right, and the digest check is simple; mending it lets
     // the fuzzer reach the entry walk and extraction behind it.
     void writeMended(const fs::path& path, const std::uint8_t* data, std::size_t size, bool mend)
@@ -76,7 +60,7 @@ namespace {
         testing_support::Bytes bytes(data, data + size);
         if (mend && size >= ContainerHeader::Size)
             testing_support::rehash(bytes);
-        writeInput(path, bytes.data(), bytes.size());
+        testing_support::writeBytes(path, bytes);
     }
 
     // The whole road a received package takes, as the window and the command line take it, into a
@@ -92,7 +76,12 @@ namespace {
         engine.setCallback(readingCallback);
         engine.setUserParameter(&record);
         const EngineStatus status = engine.extract();
-        expectNothingOutside(out);
+        // The scratch area holds the input, the extraction folder and the profile; anything else is
+        // a file that extraction put where it must not.
+        static const std::set<std::string> ours { "input", "out", "profile", "scratch", "tmp" };
+        for (const auto& entry : fs::directory_iterator(root))
+            if (!ours.count(entry.path().filename().string()))
+                std::abort();
         if (!fs::is_empty(root / "tmp"))
             std::abort();
         // A refused name writes nothing at all; and nothing of the program's own is ever left.
@@ -107,27 +96,6 @@ namespace {
                 if (unit < 0x20 || (unit >= 0x7F && unit <= 0x9F))
                     std::abort();
         }
-    }
-
-    testing_support::Bytes readInput(const fs::path& path)
-    {
-        std::ifstream in(path, std::ios::binary);
-        return { std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>() };
-    }
-
-    // The inner package wrapped for the owner, as a sender with the owner's key file would: a fresh
-    // session key and envelope each time.
-    bool wrapForOwner(const fs::path& inner, const fs::path& package)
-    {
-        const fs::path data = root / "tmp" / "data", key = root / "tmp" / "key";
-        CryptoSession session;
-        if (!session.encryptFile(u16(inner), u16(data), u16(key), { owner.identity.certificate() }))
-            return false;
-        const auto wrapped = testing_support::craftedPackage(
-            { { EntryTypeKey, u"KVXkey", readInput(key) }, { EntryTypeData, u"KVXdata", readInput(data) } },
-            ContainerTypeEncrypted);
-        writeInput(package, wrapped.data(), wrapped.size());
-        return fs::remove(data) && fs::remove(key);
     }
 } // namespace
 
@@ -187,12 +155,16 @@ void encryptedPackage(const std::uint8_t* data, std::size_t size)
     if (size == 0)
         return;
     prepare();
-    const fs::path inner = root / "inner";
     // One input in eight keeps its digest as it came: that package is refused after its entries
-    // were decrypted ahead, which must leave nothing either.
-    writeMended(inner, data, size, size % 8 != 7);
-    if (!wrapForOwner(inner, root / "input"))
+    // were decrypted ahead, which must leave nothing either. The fresh session key and envelope
+    // each time are a sender's with the owner's key file.
+    testing_support::Bytes inner(data, data + size);
+    if (size >= ContainerHeader::Size && size % 8 != 7)
+        testing_support::rehash(inner);
+    const auto package = testing_support::encryptedPackage(inner, owner.identity.certificate(), root / "tmp");
+    if (package.empty())
         std::abort();
+    testing_support::writeBytes(root / "input", package);
     KvxUtils::UserParameter record;
     extractChecked(root / "input", record);
 }

@@ -5,10 +5,13 @@
 #include <openssl/evp.h>
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "TestSupport.h"
+#include "crypto/CryptoSession.h"
 #include "package/ContainerFormat.h"
 
 namespace testing_support {
@@ -58,8 +61,8 @@ inline Bytes craftedPackage(std::uint32_t entryCount, const Bytes& body, std::ui
 }
 
 // A well-formed package of the given entries (type, name, data), written byte by byte.
-inline Bytes craftedPackage(const std::vector<std::tuple<std::uint32_t, std::u16string, Bytes>>& entries,
-                            std::uint32_t containerType = 1)
+inline Bytes craftedPackage(
+    const std::vector<std::tuple<std::uint32_t, std::u16string, Bytes>>& entries, std::uint32_t containerType = 1)
 {
     Bytes body;
     for (const auto& [type, name, data] : entries) {
@@ -72,4 +75,24 @@ inline Bytes craftedPackage(const std::vector<std::tuple<std::uint32_t, std::u16
     return craftedPackage(static_cast<std::uint32_t>(entries.size()), body, containerType);
 }
 
-}  // namespace testing_support
+// An encrypted package around `inner` for `reader`, made without the engine as a sender would
+// make it: a fresh session key and envelope each time, `cipherTail` added to the cipher text. The
+// pieces pass through `scratch`, which is left empty; no package if the encryption failed.
+inline Bytes encryptedPackage(const Bytes& inner, const CertificatePtr& reader, const std::filesystem::path& scratch,
+    const Bytes& cipherTail = {})
+{
+    writeBytes(scratch / "inner", inner);
+    CryptoSession session;
+    const bool made
+        = session.encryptFile(u16(scratch / "inner"), u16(scratch / "data"), u16(scratch / "key"), { reader });
+    Bytes data = readBytes(scratch / "data");
+    data.insert(data.end(), cipherTail.begin(), cipherTail.end());
+    const Bytes package = craftedPackage(
+        { { EntryTypeKey, u"KVXkey", readBytes(scratch / "key") }, { EntryTypeData, u"KVXdata", data } },
+        ContainerTypeEncrypted);
+    for (const char* piece : { "inner", "data", "key" })
+        std::filesystem::remove(scratch / piece);
+    return made ? package : Bytes();
+}
+
+} // namespace testing_support

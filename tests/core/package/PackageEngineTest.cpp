@@ -192,18 +192,6 @@ protected:
 
     static inline fs::path* profile = nullptr;
     static inline ContactRecord *ann = nullptr, *bob = nullptr, *cid = nullptr, *dan = nullptr;
-    // An encrypted package around the given inner package, for `reader`, made without the engine.
-    Bytes encryptedFor(const ContactRecord& reader, const Bytes& inner)
-    {
-        writeBytes(folder / "inner.plain", inner);
-        CryptoSession crypto;
-        EXPECT_TRUE(crypto.encryptFile(u16(folder / "inner.plain"), u16(folder / "inner.data"),
-            u16(folder / "inner.key"), { reader.identity.certificate() }));
-        return craftedPackage({ { EntryTypeKey, u"k", readBytes(folder / "inner.key") },
-                                  { EntryTypeData, u"d", readBytes(folder / "inner.data") } },
-            ContainerTypeEncrypted);
-    }
-
     fs::path folder;
     fs::path source;
     Recorder session;
@@ -401,7 +389,8 @@ TEST_F(PackageEngineTest, ARefusedNameWritesNothingAndTheMessageNamesTheEntryAnd
         for (const auto& [name, code, says] : cases) {
             const Bytes inner = craftedPackage({ { EntryTypeData, u"d\\b.bin", randomBytes(70000, 4) },
                 { EntryTypeData, u"x", { 'x' } }, { EntryTypeData, name, { '!' } } });
-            writeBytes(folder / "h.kvx", encrypted ? encryptedFor(*bob, inner) : inner);
+            writeBytes(
+                folder / "h.kvx", encrypted ? encryptedPackage(inner, bob->identity.certificate(), folder) : inner);
             fs::remove_all(out);
             const EngineStatus status = extract(*bob, folder / "h.kvx", out);
             EXPECT_EQ(status.code(), code) << u8(says);
@@ -475,7 +464,7 @@ TEST_F(PackageEngineTest, LargeFilesGiveTheSameResultsAndTrustNothingBeforeTheCh
     // was decrypted, and that file never reaches the folder.
     Bytes badInner = craftedPackage({ { EntryTypeData, u"x", randomBytes(90000, 7) } });
     badInner[4] ^= 1;
-    writeBytes(folder / "badinner.kvx", encryptedFor(*bob, badInner));
+    writeBytes(folder / "badinner.kvx", encryptedPackage(badInner, bob->identity.certificate(), folder));
     EXPECT_EQ(extract(*bob, folder / "badinner.kvx", folder / "badinner").code(), win::ERROR_BAD_FORMAT);
     EXPECT_TRUE(fs::is_empty(folder / "badinner"));
     EXPECT_TRUE(leftoverTempFiles().empty());
