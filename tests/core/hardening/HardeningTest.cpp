@@ -124,27 +124,24 @@ protected:
     }
     void TearDown() override { platform::faults::reset(); }
 
-    EngineStatus create(const FileSet& files, const fs::path& package, EngineCallback callback)
+    // The owner's package of `files`, for the owner; or, given a folder `into`, that package read
+    // into it.
+    EngineStatus run(
+        const FileSet& files, const fs::path& package, const fs::path& into = {}, EngineCallback callback = goOn)
     {
         PackageEngine engine(*me);
         KvxUtils::UserParameter record;
         engine.setNameMode(NameModeFullPath);
-        engine.setFiles(files);
         engine.setPackagePath(u16(package));
-        engine.setRecipients({ me });
         engine.setCallback(callback);
         engine.setUserParameter(&record);
-        return engine.create();
-    }
-    EngineStatus extract(const fs::path& package, const fs::path& folder, EngineCallback callback = goOn)
-    {
-        fs::create_directories(folder);
-        PackageEngine engine(*me);
-        KvxUtils::UserParameter record;
-        engine.setPackagePath(u16(package));
-        engine.setExtractFolder(u16(folder));
-        engine.setCallback(callback);
-        engine.setUserParameter(&record);
+        if (into.empty()) {
+            engine.setFiles(files);
+            engine.setRecipients({ me });
+            return engine.create();
+        }
+        fs::create_directories(into);
+        engine.setExtractFolder(u16(into));
         return engine.extract();
     }
     FileSet someFiles(const fs::path& folder)
@@ -187,7 +184,7 @@ TEST_F(HardeningTest, HostilePackagesAreRefusedWithoutBigAllocations)
         writeBytes(folder / "h.kvx", bytes);
         peakBytes = liveBytes.load();
         const long long before = liveBytes.load();
-        EXPECT_EQ(extract(folder / "h.kvx", out).code(), code) << what;
+        EXPECT_EQ(run({}, folder / "h.kvx", out).code(), code) << what;
         EXPECT_TRUE(!CountingAllocations || peakBytes.load() - before < (8ll << 20)) << what;
         EXPECT_TRUE(leftoverTempFiles().empty()) << what;
     }
@@ -208,7 +205,7 @@ TEST_F(HardeningTest, AFullDiskAtAnyWriteLeavesNoPackageAndNoTemporaries)
         for (int at = 0; at < 40; ++at, ++failures) {
             fs::remove_all(folder / "out");
             platform::faults::failAfter(platform::faults::Kind::Write, at, win::ERROR_DISK_FULL, true);
-            const EngineStatus status = creating ? create(files, package, goOn) : extract(package, folder / "out");
+            const EngineStatus status = run(files, package, creating ? fs::path() : folder / "out");
             platform::faults::reset();
             if (status.ok())
                 break;
@@ -223,7 +220,7 @@ TEST_F(HardeningTest, AFullDiskAtAnyWriteLeavesNoPackageAndNoTemporaries)
         return failures;
     };
     EXPECT_GE(failuresOf(true), 5);
-    ASSERT_TRUE(create(files, package, goOn).ok());
+    ASSERT_TRUE(run(files, package).ok());
     EXPECT_GE(failuresOf(false), 3);
 }
 
@@ -236,14 +233,13 @@ TEST_F(HardeningTest, AStopAtAnyReportLeavesNoPackageAndNoTemporaries)
     package_tests::Recorder recorder;
     package_tests::active = &recorder;
     for (const bool creating : { true, false }) {
-        auto run = [&] {
+        auto recorded = [&] {
             fs::remove_all(folder / "out");
             recorder.reports.clear();
-            const EngineCallback callback = package_tests::recordingCallback;
-            return creating ? create(files, package, callback) : extract(package, folder / "out", callback);
+            return run(files, package, creating ? fs::path() : folder / "out", package_tests::recordingCallback);
         };
         recorder.stopWhen = nullptr;
-        ASSERT_TRUE(run().ok());
+        ASSERT_TRUE(recorded().ok());
         const int reports = static_cast<int>(recorder.reports.size()) - recorder.count(OpError);
         ASSERT_GT(reports, 20);
         if (creating)
@@ -254,11 +250,11 @@ TEST_F(HardeningTest, AStopAtAnyReportLeavesNoPackageAndNoTemporaries)
             const int at = left;
             recorder.stopWhen
                 = [&left](const package_tests::Report& r) { return r.operation != OpError && left-- == 0; };
-            EXPECT_FALSE(run().ok()) << "stop at report " << at;
+            EXPECT_FALSE(recorded().ok()) << "stop at report " << at;
             EXPECT_TRUE(!creating || !fs::exists(package)) << "stop at report " << at;
             EXPECT_TRUE(leftoverTempFiles().empty()) << "stop at report " << at;
         }
-        ASSERT_TRUE(create(files, package, goOn).ok());
+        ASSERT_TRUE(run(files, package).ok());
     }
 }
 
@@ -360,10 +356,10 @@ TEST_F(HardeningTest, AHugeIndexStaysWithinItsMemoryLimitAndDeepNamesAreRefused)
         return name + std::u16string(total - length - 1, u'f');
     };
     writeBytes(folder / "over.kvx", craftedPackage({ { EntryTypeData, nameOfPathLength(4096), { 'z' } } }));
-    EXPECT_EQ(extract(folder / "over.kvx", out).code(), win::ERROR_FILENAME_EXCED_RANGE);
+    EXPECT_EQ(run({}, folder / "over.kvx", out).code(), win::ERROR_FILENAME_EXCED_RANGE);
     EXPECT_TRUE(fs::is_empty(out));
     writeBytes(folder / "edge.kvx", craftedPackage({ { EntryTypeData, nameOfPathLength(4095), { 'y' } } }));
-    EXPECT_TRUE(extract(folder / "edge.kvx", out).ok());
+    EXPECT_TRUE(run({}, folder / "edge.kvx", out).ok());
 }
 
 TEST_F(HardeningTest, AKillDuringEncryptionOrDecryptionLeavesNoPlainText)
@@ -385,7 +381,7 @@ TEST_F(HardeningTest, AKillDuringEncryptionOrDecryptionLeavesNoPlainText)
     const fs::path package = folder / "p.kvx";
     const fs::path out = folder / "out";
     const fs::path tmp = std::getenv("TMPDIR");
-    ASSERT_TRUE(create(files, package, goOn).ok());
+    ASSERT_TRUE(run(files, package).ok());
 
     // Anything with the marker outside the sources and the finished extracted files is a leak.
     auto leaks = [&](const fs::path& top) {
@@ -411,7 +407,7 @@ TEST_F(HardeningTest, AKillDuringEncryptionOrDecryptionLeavesNoPlainText)
     for (const bool encrypting : { true, false }) {
         int killed = 0;
         for (int round = 0; round < killRounds(); ++round) {
-            killed += killedWhileWorking([&] { encrypting ? create(files, package, goOn) : extract(package, out); },
+            killed += killedWhileWorking([&] { run(files, package, encrypting ? fs::path() : out); },
                 std::chrono::milliseconds(20 + random() % 150));
             // A file that replaces an earlier one takes a name of its own for the moment between
             // two system calls; a kill right there leaves it, complete, for the next run to sweep.
@@ -429,7 +425,7 @@ TEST_F(HardeningTest, AKillDuringEncryptionOrDecryptionLeavesNoPlainText)
         EXPECT_EQ(killed, killRounds());
         // The package a killed run leaves is the last whole one.
         if (encrypting) {
-            ASSERT_TRUE(extract(package, out).ok());
+            ASSERT_TRUE(run(files, package, out).ok());
         }
     }
 }

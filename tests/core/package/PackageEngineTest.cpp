@@ -578,39 +578,28 @@ TEST_F(PackageEngineTest, ExtractionReplacesAFileOnlyWithTheWholeEntry)
 
 TEST_F(PackageEngineTest, NewFilesHonourTheUmaskAndReplacedOnesKeepTheirMode)
 {
+    // The umask, the mode of the file replaced (none: 0), whether the package is encrypted, and
+    // the mode the package and a file extracted from it then have. Content from a package must not
+    // run with the rights of whoever owned what it replaced.
+    const std::vector<std::tuple<mode_t, unsigned, bool, mode_t>> cases { { 077, 0, false, 0600 },
+        { 002, 0, true, 0664 }, { 002, 0640, true, 0640 }, { 002, 0604, false, 0604 }, { 002, 04755, false, 0755 },
+        { 002, 02755, true, 0755 } };
     const fs::path package = folder / "m.kvx";
-    {
-        const UmaskScope mask(077);
-        ASSERT_TRUE(create(sourceFiles(), package, {}).ok());
-        EXPECT_EQ(modeOf(package), 0600u);
-        ASSERT_TRUE(extract(*bob, package, folder / "o1").ok());
-        EXPECT_EQ(modeOf(folder / "o1" / fs::relative(source / "a.txt", "/")), 0600u);
-    }
-    {
-        const UmaskScope mask(002);
-        fs::remove(package);
-        ASSERT_TRUE(create(sourceFiles(), package, { bob }).ok());
-        EXPECT_EQ(modeOf(package), 0664u);
-        // A package that replaces an earlier file keeps that file's mode, encrypted or not.
-        fs::permissions(package, fs::perms(0640));
-        ASSERT_TRUE(create(sourceFiles(), package, { bob }).ok());
-        EXPECT_EQ(modeOf(package), 0640u);
-        fs::permissions(package, fs::perms(0604));
-        ASSERT_TRUE(create(sourceFiles(), package, {}).ok());
-        EXPECT_EQ(modeOf(package), 0604u);
-        const fs::path extracted = folder / "o1" / fs::relative(source / "a.txt", "/");
-        fs::permissions(extracted, fs::perms(0640));
-        ASSERT_TRUE(extract(*bob, package, folder / "o1").ok());
-        EXPECT_EQ(modeOf(extracted), 0640u);
-        // Content from a package must not run with the rights of whoever owned what it replaced.
-        for (const unsigned setId : { 04755u, 02755u }) {
-            fs::permissions(extracted, fs::perms(setId));
-            ASSERT_TRUE(extract(*bob, package, folder / "o1").ok());
-            EXPECT_EQ(modeOf(extracted), 0755u);
-            fs::permissions(package, fs::perms(setId));
-            ASSERT_TRUE(create(sourceFiles(), package, {}).ok());
-            EXPECT_EQ(modeOf(package), 0755u);
+    const fs::path extracted = folder / "o" / fs::relative(source / "a.txt", "/");
+    for (const auto& [mask, earlier, encrypted, mode] : cases) {
+        const UmaskScope scope(mask);
+        for (const fs::path& file : { package, extracted }) {
+            fs::remove(file);
+            if (earlier) {
+                fs::create_directories(file.parent_path());
+                writeText(file, "earlier");
+                fs::permissions(file, fs::perms(earlier));
+            }
         }
+        using Recipients = std::vector<const ContactRecord*>;
+        ASSERT_TRUE(create(sourceFiles(), package, encrypted ? Recipients { bob } : Recipients {}).ok());
+        ASSERT_TRUE(extract(*bob, package, folder / "o").ok());
+        EXPECT_EQ(std::pair(modeOf(package), modeOf(extracted)), std::pair(mode, mode)) << std::oct << earlier;
     }
 
     // While it is being made, nothing of the package shows beside its path.
