@@ -18,12 +18,10 @@
 #include <QLineEdit>
 #include <QMainWindow>
 #include <QMessageBox>
-#include <QPointer>
 #include <QPushButton>
 #include <QTimer>
 #include <QToolButton>
 #include <QWindow>
-#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -50,11 +48,14 @@ public:
 private:
     void step()
     {
+        QMainWindow* window = nullptr;
         for (QWidget* widget : QApplication::topLevelWidgets()) {
             if (!widget->isVisible() || !widget->windowHandle() || !widget->windowHandle()->isExposed())
                 continue;
-            if (!seen(widget)) {
-                seen_.append(widget);
+            // Marked on the widget itself, since a new window may come at the address of one that
+            // is gone.
+            if (!widget->property("driverSeen").toBool()) {
+                widget->setProperty("driverSeen", true);
                 say(QStringLiteral("shown %1 \"%2\"")
                         .arg(QString::fromLatin1(widget->metaObject()->className()), widget->windowTitle()));
             }
@@ -64,11 +65,10 @@ private:
                 return chooseFolder(files);
             if (widget->objectName() == QLatin1String("ContactDetailsDlg"))
                 return enterIdentity(qobject_cast<QDialog*>(widget));
+            window = window ? window : qobject_cast<QMainWindow*>(widget);
         }
-        for (QWidget* widget : QApplication::topLevelWidgets()) {
-            if (auto* window = qobject_cast<QMainWindow*>(widget); window && seen(window))
-                return driveWindow(window);
-        }
+        if (window)
+            driveWindow(window);
     }
 
     void enterIdentity(QDialog* dialog)
@@ -101,10 +101,9 @@ private:
     void answerMessage(QMessageBox* box)
     {
         say(QStringLiteral("message \"%1\"").arg(box->text().replace(u'\n', u' ')));
+        // OK where there is one, else the first button, else Escape.
         QAbstractButton* ok = box->button(QMessageBox::Ok);
-        if (!ok && !box->buttons().isEmpty())
-            ok = box->buttons().first();
-        if (ok)
+        if ((ok = ok ? ok : box->buttons().value(0)))
             ok->click();
         else
             box->reject();
@@ -133,14 +132,6 @@ private:
         QMetaObject::invokeMethod(button, &QAbstractButton::click, Qt::QueuedConnection);
     }
 
-    // Guarded, since a new window may come at the address of one that is gone.
-    bool seen(QWidget* widget)
-    {
-        seen_.removeAll(nullptr);
-        return std::any_of(seen_.begin(), seen_.end(), [widget](const QPointer<QWidget>& w) { return w == widget; });
-    }
-
-    QList<QPointer<QWidget>> seen_;
     bool decryptPressed_ = false;
     bool reported_ = false;
     bool closing_ = false;
