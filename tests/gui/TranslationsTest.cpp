@@ -80,7 +80,6 @@ private slots:
         QVERIFY2(files.contains(QStringLiteral("halvoren_de.ts")) && files.contains(QStringLiteral("halvoren_fr.ts")),
             qPrintable(files.join(u' ')));
         QTemporaryDir copies;
-        QVERIFY(copies.isValid());
         for (const QString& name : files) {
             // lupdate on a copy adds every text of the sources that the file lacks, unfinished.
             const QString copy = copies.filePath(name);

@@ -19,7 +19,6 @@
 #include <QMainWindow>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QTimer>
 #include <QToolButton>
 #include <QWindow>
 #include <cstdio>
@@ -38,15 +37,12 @@ public:
     {
         // Dialogs run their own event loops from the window's constructor on; a timer of the
         // application ticks in all of them.
-        auto* timer = new QTimer(this);
-        timer->setInterval(100);
-        connect(timer, &QTimer::timeout, this, &Driver::step);
-        timer->start();
+        startTimer(100);
         say(QStringLiteral("platform %1").arg(QGuiApplication::platformName()));
     }
 
 private:
-    void step()
+    void timerEvent(QTimerEvent*) override
     {
         QMainWindow* window = nullptr;
         for (QWidget* widget : QApplication::topLevelWidgets()) {
@@ -61,8 +57,11 @@ private:
             }
             if (auto* box = qobject_cast<QMessageBox*>(widget))
                 return answerMessage(box);
-            if (auto* files = qobject_cast<QFileDialog*>(widget))
-                return chooseFolder(files);
+            if (auto* files = qobject_cast<QFileDialog*>(widget)) {
+                files->setDirectory(qEnvironmentVariable("HALVOREN_DRIVE_FOLDER"));
+                say(QStringLiteral("folder chosen %1").arg(qEnvironmentVariable("HALVOREN_DRIVE_FOLDER")));
+                return static_cast<QDialog*>(files)->accept();
+            }
             if (widget->objectName() == QLatin1String("ContactDetailsDlg"))
                 return enterIdentity(qobject_cast<QDialog*>(widget));
             window = window ? window : qobject_cast<QMainWindow*>(widget);
@@ -88,14 +87,6 @@ private:
             return say(QStringLiteral("the identity dialog's OK button stays disabled"));
         say(QStringLiteral("identity entered"));
         ok->click();
-    }
-
-    void chooseFolder(QFileDialog* dialog)
-    {
-        const QString folder = qEnvironmentVariable("HALVOREN_DRIVE_FOLDER");
-        dialog->setDirectory(folder);
-        say(QStringLiteral("folder chosen %1").arg(folder));
-        static_cast<QDialog*>(dialog)->accept();
     }
 
     void answerMessage(QMessageBox* box)
@@ -128,7 +119,7 @@ private:
         say(QStringLiteral("window \"%1\", pressing %2").arg(window->windowTitle(), button->text()));
         decryptPressed_ = true;
         // Queued: the click opens a modal folder dialog, whose event loop must not run inside
-        // this timer's tick, or the timer would never tick again.
+        // this tick, or the timer would never tick again.
         QMetaObject::invokeMethod(button, &QAbstractButton::click, Qt::QueuedConnection);
     }
 
