@@ -113,13 +113,6 @@ bool endsAtOnce(const Started& started)
         && started->exitCode() == 0;
 }
 
-// Whether the program is still running a moment after its start.
-bool keepsRunning(const Started& started)
-{
-    QTest::qWait(1500);
-    return started->state() == QProcess::Running;
-}
-
 const QString Done = QStringLiteral("The process of Encryption has been completed successfully.");
 const QString Opened = QStringLiteral("The process of Decryption has been completed successfully.");
 } // namespace
@@ -161,6 +154,10 @@ private slots:
         QCOMPARE(answers::unanswered(), 0);
     }
 
+    // Every dialog a test met was answered. A loop that opens the window anew, which clears the
+    // count, checks each round itself.
+    void cleanup() { QCOMPARE(answers::unanswered(), 0); }
+
     void annaEncryptsForBertAndBertOpensIt()
     {
         auto window = openWindow(anna);
@@ -175,8 +172,6 @@ private slots:
         });
         answers::answer(QMessageBox::Ok);
         window->form()->act_MW_new_contact->trigger();
-        QCOMPARE(window->form()->contactListWidget->count(), 2);
-
         collect(
             *window, { fileUrl(sources / "tree"), fileUrl(sources / "single.bin") }, QStringLiteral("Bert Example"));
         const fs::path package = freshFolder("made") / "for-bert";
@@ -184,7 +179,6 @@ private slots:
         answers::answer(QMessageBox::Ok);
         runAndWait(*window);
         QVERIFY(texts().contains(Done));
-        QVERIFY(fs::exists(package.string() + ".kvx"));
         QCOMPARE(window->form()->recipientsListWidget->count(), 0);
         QVERIFY(leftoverTempFiles().empty());
 
@@ -199,13 +193,11 @@ private slots:
         QVERIFY(treeContents(into) == treeContents(sources));
         // The status line names entries the way paths read here, with slashes.
         KvxUtils::UserParameter report;
-        const std::u16string entry = u"tree\\deeper\\b.bin";
-        report.fileName = entry.c_str();
+        report.fileName = u"tree\\deeper\\b.bin";
         QVERIFY(
             QMetaObject::invokeMethod(window.get(), "on_StatusUpdate", Qt::DirectConnection, Q_ARG(uint, OpExtractFile),
                 Q_ARG(qint64, 100), Q_ARG(qint64, 37), Q_ARG(KvxUtils::UserParameter*, &report)));
         QCOMPARE(window->form()->lineEdit->text(), QStringLiteral("Extracting File: tree/deeper/b.bin"));
-        QCOMPARE(answers::unanswered(), 0);
     }
 
     // One profile, two programs: what the window filed the command line sees, and what the command
@@ -258,9 +250,8 @@ private slots:
         runAndWait(*window);
         QVERIFY(nothingWritten());
         // Back to where it was before Encrypt: the files, the recipient, and a way to try again.
-        QCOMPARE(window->files().size(), 1u);
-        QCOMPARE(ui->recipientsListWidget->count(), 1);
-        QCOMPARE(ui->contactListWidget->count(), 1);
+        QCOMPARE(std::tuple(window->files().size(), ui->recipientsListWidget->count(), ui->contactListWidget->count()),
+            std::tuple(std::size_t(1), 1, 1));
         QVERIFY(ui->BtnEncDec->isEnabled() && ui->menuBar->isEnabled());
         QCOMPARE(ui->lineEdit->text(), QStringLiteral("Stopped. No package was written."));
 
@@ -308,7 +299,6 @@ private slots:
                 + QStringLiteral(
                     "\n\n1 item that is not a file (a socket, FIFO, device or broken link) was left out."));
         QVERIFY(fs::file_size(folder / "pkg.kvx") > 100);
-        QCOMPARE(answers::unanswered(), 0);
     }
 
     void aFailedRunSaysWhyAndNamesAreNeverMarkup()
@@ -332,7 +322,6 @@ private slots:
         QVERIFY2(seen[0].contains(trap + QStringLiteral("/p.kvx: The system cannot find")), qPrintable(seen[0]));
         QCOMPARE(window->files().size(), 1u);
         QCOMPARE(window->form()->lineEdit->text(), QStringLiteral("Failed. No package was written."));
-        QCOMPARE(answers::unanswered(), 0);
     }
 
     void packagesThatCantBeOpenedSayWhy()
@@ -443,7 +432,6 @@ private slots:
         QCOMPARE(answers::shown().size(), 2);
         QVERIFY(answers::shown()[1].text.contains(
             QStringLiteral("xdg-email, which hands messages to the mail program, is not installed")));
-        QCOMPARE(answers::unanswered(), 0);
     }
 
     void helpUpdatesAndFeedbackOpenTheirPages()
@@ -485,7 +473,6 @@ private slots:
         QCOMPARE(answers::shown().size(), 1);
         QVERIFY(answers::shown()[0].text.contains(QStringLiteral("xdg-open: no method available")));
         QVERIFY(answers::shown()[0].text.contains(opened[2].toLocalFile()));
-        QCOMPARE(answers::unanswered(), 0);
     }
 
     // Collections that can't become a package are refused before anything is written, with the
@@ -558,7 +545,6 @@ private slots:
             QCOMPARE(readBytes(out / "single.bin"), readBytes(sources / "single.bin"));
         }
         QVERIFY(setOptions(false));
-        QCOMPARE(answers::unanswered(), 0);
     }
 
     void aSecondStartHandsItsArgumentsToTheRunningWindow()
@@ -592,15 +578,13 @@ private slots:
         // keeps running; a first that was killed leaves a lock that the next start takes over.
         const fs::path cleo = freshFolder("cleo-home");
         QCOMPARE(cli(cleo / "Halvoren", { "identity", "create", "Cleo Example" }), 0);
-        auto running = startProgram(cleo, runtime, {});
-        QVERIFY(keepsRunning(running));
-        QVERIFY(endsAtOnce(startProgram(cleo, runtime, {})));
-        QCOMPARE(running->state(), QProcess::Running);
-        running->kill();
-        running->waitForFinished();
-        auto afterCrash = startProgram(cleo, runtime, {});
-        QVERIFY(keepsRunning(afterCrash));
-        QVERIFY(endsAtOnce(startProgram(cleo, runtime, {})));
+        for (int round = 0; round < 2; ++round) {
+            auto first = startProgram(cleo, runtime, {});
+            QTest::qWait(1500); // for the first to take the profile
+            QVERIFY(endsAtOnce(startProgram(cleo, runtime, {})));
+            QCOMPARE(first->state(), QProcess::Running);
+            first.reset(); // killed, as a crash would end it
+        }
     }
 
     void cleanupTestCase() { closeCertificateStore(); }

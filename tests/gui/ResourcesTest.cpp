@@ -48,15 +48,13 @@ QString imageProblem(const QString& path, int size)
     const QImage argb = QImage(path).convertToFormat(QImage::Format_ARGB32);
     if (argb.size() != QSize(size, size))
         return QStringLiteral("%1 is missing or not %2x%2").arg(path).arg(size);
-    qsizetype transparent = 0;
-    qsizetype drawn = 0;
-    for (int y = 0; y < size; ++y) {
-        for (int x = 0; x < size; ++x) {
-            transparent += qAlpha(argb.pixel(x, y)) == 0;
-            drawn += qAlpha(argb.pixel(x, y)) == 255;
-        }
+    int transparent = 0, drawn = 0;
+    for (int i = 0; i < size * size; ++i) {
+        const int alpha = qAlpha(argb.pixel(i % size, i / size));
+        transparent += alpha == 0;
+        drawn += alpha == 255;
     }
-    if (drawn < qsizetype(size) * size / 10)
+    if (drawn < size * size / 10)
         return path + QStringLiteral(": almost nothing drawn");
     return transparent == 0 ? path + QStringLiteral(": no transparent background") : QString();
 }

@@ -18,12 +18,9 @@
 #include <QLineEdit>
 #include <QMainWindow>
 #include <QMessageBox>
-#include <QPointer>
 #include <QPushButton>
-#include <QTimer>
 #include <QToolButton>
 #include <QWindow>
-#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -40,35 +37,37 @@ public:
     {
         // Dialogs run their own event loops from the window's constructor on; a timer of the
         // application ticks in all of them.
-        auto* timer = new QTimer(this);
-        timer->setInterval(100);
-        connect(timer, &QTimer::timeout, this, &Driver::step);
-        timer->start();
+        startTimer(100);
         say(QStringLiteral("platform %1").arg(QGuiApplication::platformName()));
     }
 
 private:
-    void step()
+    void timerEvent(QTimerEvent*) override
     {
+        QMainWindow* window = nullptr;
         for (QWidget* widget : QApplication::topLevelWidgets()) {
             if (!widget->isVisible() || !widget->windowHandle() || !widget->windowHandle()->isExposed())
                 continue;
-            if (!seen(widget)) {
-                seen_.append(widget);
+            // Marked on the widget itself, since a new window may come at the address of one that
+            // is gone.
+            if (!widget->property("driverSeen").toBool()) {
+                widget->setProperty("driverSeen", true);
                 say(QStringLiteral("shown %1 \"%2\"")
                         .arg(QString::fromLatin1(widget->metaObject()->className()), widget->windowTitle()));
             }
             if (auto* box = qobject_cast<QMessageBox*>(widget))
                 return answerMessage(box);
-            if (auto* files = qobject_cast<QFileDialog*>(widget))
-                return chooseFolder(files);
+            if (auto* files = qobject_cast<QFileDialog*>(widget)) {
+                files->setDirectory(qEnvironmentVariable("HALVOREN_DRIVE_FOLDER"));
+                say(QStringLiteral("folder chosen %1").arg(qEnvironmentVariable("HALVOREN_DRIVE_FOLDER")));
+                return static_cast<QDialog*>(files)->accept();
+            }
             if (widget->objectName() == QLatin1String("ContactDetailsDlg"))
                 return enterIdentity(qobject_cast<QDialog*>(widget));
+            window = window ? window : qobject_cast<QMainWindow*>(widget);
         }
-        for (QWidget* widget : QApplication::topLevelWidgets()) {
-            if (auto* window = qobject_cast<QMainWindow*>(widget); window && seen(window))
-                return driveWindow(window);
-        }
+        if (window)
+            driveWindow(window);
     }
 
     void enterIdentity(QDialog* dialog)
@@ -90,21 +89,12 @@ private:
         ok->click();
     }
 
-    void chooseFolder(QFileDialog* dialog)
-    {
-        const QString folder = qEnvironmentVariable("HALVOREN_DRIVE_FOLDER");
-        dialog->setDirectory(folder);
-        say(QStringLiteral("folder chosen %1").arg(folder));
-        static_cast<QDialog*>(dialog)->accept();
-    }
-
     void answerMessage(QMessageBox* box)
     {
         say(QStringLiteral("message \"%1\"").arg(box->text().replace(u'\n', u' ')));
+        // OK where there is one, else the first button, else Escape.
         QAbstractButton* ok = box->button(QMessageBox::Ok);
-        if (!ok && !box->buttons().isEmpty())
-            ok = box->buttons().first();
-        if (ok)
+        if ((ok = ok ? ok : box->buttons().value(0)))
             ok->click();
         else
             box->reject();
@@ -129,18 +119,10 @@ private:
         say(QStringLiteral("window \"%1\", pressing %2").arg(window->windowTitle(), button->text()));
         decryptPressed_ = true;
         // Queued: the click opens a modal folder dialog, whose event loop must not run inside
-        // this timer's tick, or the timer would never tick again.
+        // this tick, or the timer would never tick again.
         QMetaObject::invokeMethod(button, &QAbstractButton::click, Qt::QueuedConnection);
     }
 
-    // Guarded, since a new window may come at the address of one that is gone.
-    bool seen(QWidget* widget)
-    {
-        seen_.removeAll(nullptr);
-        return std::any_of(seen_.begin(), seen_.end(), [widget](const QPointer<QWidget>& w) { return w == widget; });
-    }
-
-    QList<QPointer<QWidget>> seen_;
     bool decryptPressed_ = false;
     bool reported_ = false;
     bool closing_ = false;
