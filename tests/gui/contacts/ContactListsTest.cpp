@@ -59,18 +59,6 @@ std::shared_ptr<ContactRecord> named(const char16_t* name)
     return record;
 }
 
-// A drop the way a drag from outside the program delivers it: no source, the given URLs.
-struct OutsideDrop {
-    QMimeData data;
-    explicit OutsideDrop(const QStringList& paths)
-    {
-        QList<QUrl> urls;
-        for (const QString& path : paths)
-            urls << QUrl::fromLocalFile(path);
-        data.setUrls(urls);
-    }
-};
-
 bool sendDragEnter(QListWidget& list, const QMimeData* data)
 {
     QDragEnterEvent enter(QPoint(4, 4), Qt::CopyAction | Qt::MoveAction, data, Qt::LeftButton, Qt::NoModifier);
@@ -203,13 +191,17 @@ private slots:
         const QString carolKey = qpath(folder / "CAROL.KVXK");
         fs::copy_file(keyFile("Carol").toStdString(), carolKey.toStdString());
         fs::copy_file(keyFile("Bob").toStdString(), folder / "bob.cer");
-        OutsideDrop two({ carolKey, keyFile("Bob") }), wrongSuffix({ qpath(folder / "bob.cer") }), one({ carolKey });
-        QVERIFY(!sendDragEnter(*recipients, &two.data));
-        QVERIFY(!sendDragEnter(*recipients, &wrongSuffix.data));
-        QVERIFY(!sendDrop(*recipients, &wrongSuffix.data));
-        QVERIFY(sendDragEnter(*recipients, &one.data));
+        // As a drag from outside the program delivers them: no source, the URLs.
+        QMimeData two, wrongSuffix, one;
+        two.setUrls({ QUrl::fromLocalFile(carolKey), QUrl::fromLocalFile(keyFile("Bob")) });
+        wrongSuffix.setUrls({ QUrl::fromLocalFile(qpath(folder / "bob.cer")) });
+        one.setUrls({ QUrl::fromLocalFile(carolKey) });
+        QVERIFY(!sendDragEnter(*recipients, &two));
+        QVERIFY(!sendDragEnter(*recipients, &wrongSuffix));
+        QVERIFY(!sendDrop(*recipients, &wrongSuffix));
+        QVERIFY(sendDragEnter(*recipients, &one));
         answerImportDialog(QStringLiteral("Carol"), QStringLiteral("Caroline"));
-        QVERIFY(sendDrop(*recipients, &one.data));
+        QVERIFY(sendDrop(*recipients, &one));
         QCOMPARE(texts(*recipients), QStringList { "Carol" });
         QCOMPARE(texts(*contacts), QStringList { "Bob" });
 
@@ -497,9 +489,7 @@ private slots:
         const auto carol = addContact(*store, "Carol");
         const QString bobTip = addItem(*contacts, bob)->toolTip();
         addItem(*contacts, carol);
-        window->show();
-        QApplication::setActiveWindow(window.get());
-        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        showActive(*window);
 
         contacts->setFocus();
         QTest::keyClick(contacts, Qt::Key_A, Qt::ControlModifier);

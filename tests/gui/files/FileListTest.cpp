@@ -4,17 +4,16 @@
 
 #include <QApplication>
 #include <QFileSystemModel>
-#include <QMenu>
 #include <QMimeData>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
 #include <QTreeView>
 #include <QTreeWidget>
+#include <QTreeWidgetItemIterator>
 #include <filesystem>
 
-#include "QtTestSupport.h"
-#include "TestSupport.h"
+#include "FileTrees.h"
 #include "ui/Dialogs.h"
 #include "ui/contacts/QuickSearchLineEdit.h"
 #include "ui/desktop/ItemActions.h"
@@ -32,19 +31,6 @@ namespace answers = Dialogs::testing;
 
 namespace {
 
-// Writes the files below the folder and returns their absolute paths.
-QStringList makeFiles(const fs::path& folder, const QStringList& relative)
-{
-    QStringList paths;
-    for (const QString& name : relative) {
-        const fs::path file = folder / name.toStdString();
-        fs::create_directories(file.parent_path());
-        writeText(file, "x");
-        paths << qpath(file);
-    }
-    return paths;
-}
-
 FileSet setOf(const QStringList& paths)
 {
     FileSet files;
@@ -53,23 +39,16 @@ FileSet setOf(const QStringList& paths)
     return files;
 }
 
-// The item for a path among the items that exist, without opening anything.
+// The item for a path (a folder's with or without its slash) among the items that exist, without
+// opening anything.
 QTreeWidgetItem* itemFor(QTreeWidget* tree, const QString& path)
 {
-    QTreeWidgetItem* current = tree->invisibleRootItem();
-    for (const std::u16string& part : splitTreePath(path.toStdU16String())) {
-        if (part.empty())
-            continue;
-        QTreeWidgetItem* next = nullptr;
-        for (int i = 0; i < current->childCount() && !next; ++i) {
-            if (current->child(i)->text(0) == QString::fromStdU16String(part))
-                next = current->child(i);
-        }
-        if (!next)
-            return nullptr;
-        current = next;
+    for (QTreeWidgetItemIterator it(tree); *it; ++it) {
+        const QString itemPath = (*it)->data(0, Qt::UserRole).toString();
+        if (itemPath == path || itemPath == path + u'/')
+            return *it;
     }
-    return current;
+    return nullptr;
 }
 
 int countItems(QTreeWidgetItem* item)
@@ -437,27 +416,13 @@ private slots:
         QTreeWidget* tree = dialog.form()->fileTreeWidget;
         dialog.goToPath(paths.at(1));
 
-        auto visibleCaptions = [&]() {
-            QStringList captions;
-            QTimer::singleShot(0, &dialog, [&captions] {
-                auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-                if (!menu)
-                    return;
-                for (QAction* action : menu->actions()) {
-                    if (action->isVisible() && !action->isSeparator())
-                        captions << action->text() + "|" + action->shortcut().toString();
-                }
-                menu->close();
-            });
-            emit tree->customContextMenuRequested(QPoint(5, 5));
-            return captions;
-        };
         tree->clearSelection();
-        QCOMPARE(visibleCaptions(), QStringList { "Add Files...|Ctrl+I" });
+        QCOMPARE(menuCaptions(*tree, QPoint(5, 5)), QStringList { "Add Files...|Ctrl+I" });
         itemFor(tree, paths.at(0))->setSelected(true);
-        QCOMPARE(visibleCaptions(), (QStringList { "Add Files...|Ctrl+I", "Remove|Del", "Properties|Ctrl+P" }));
+        QCOMPARE(menuCaptions(*tree, QPoint(5, 5)),
+            (QStringList { "Add Files...|Ctrl+I", "Remove|Del", "Properties|Ctrl+P" }));
         itemFor(tree, paths.at(1))->setSelected(true);
-        QCOMPARE(visibleCaptions(), (QStringList { "Add Files...|Ctrl+I", "Remove|Del" }));
+        QCOMPARE(menuCaptions(*tree, QPoint(5, 5)), (QStringList { "Add Files...|Ctrl+I", "Remove|Del" }));
 
         QList<QUrl> opened;
         QStringList asked;
