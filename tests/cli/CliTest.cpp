@@ -265,39 +265,6 @@ TEST_F(CliTest, PeopleExchangeKeysAndOnlyRecipientsOpenThePackage)
     EXPECT_EQ(as("ann", { "contacts", "remove", "Ann" }).exitCode, 1);
 }
 
-TEST_F(CliTest, FoldersAreWalkedThroughFileLinksButNotLinkedFolders)
-{
-    const fs::path folder = freshFolder("walk");
-    fs::create_directories(folder / "tree" / "sub");
-    fs::create_directories(folder / "outside");
-    writeText(folder / "tree" / "sub" / "f1", "one");
-    writeText(folder / "outside" / "f2", "two");
-    fs::create_symlink("../outside/f2", folder / "tree" / "filelink");
-    fs::create_symlink("../outside", folder / "tree" / "dirlink");
-    fs::create_symlink("../nowhere", folder / "tree" / "broken");
-    ASSERT_EQ(::mkfifo((folder / "tree" / "fifo").c_str(), 0600), 0);
-    const bool root = geteuid() == 0;
-    if (!root) {
-        fs::create_directories(folder / "tree" / "locked");
-        writeText(folder / "tree" / "locked" / "hidden", "x");
-        fs::permissions(folder / "tree" / "locked", fs::perms::none);
-    }
-
-    // A path with "." and ".." goes into the package as the plain path it stands for.
-    std::string told;
-    const auto opened
-        = packedAndOpened({ "--skip-unreadable", (folder / "tree" / "sub" / ".." / "." / "").string() }, folder, &told);
-    if (!root)
-        fs::permissions(folder / "tree" / "locked", fs::perms::owner_all);
-    EXPECT_EQ(told.find("skipping the folder") != std::string::npos, !root) << told;
-    // The linked folder, the FIFO and the broken link are left out at walk time, and told.
-    EXPECT_NE(told.find("1 link to a folder and 2 items that are not files"), std::string::npos) << told;
-    const std::string tree = fs::relative(folder / "tree", "/").string();
-    EXPECT_EQ(opened,
-        (std::map<std::string, Bytes> {
-            { tree + "/filelink", { 't', 'w', 'o' } }, { tree + "/sub/f1", { 'o', 'n', 'e' } } }));
-}
-
 TEST_F(CliTest, UnreadableSourcesStopTheRunUnlessSkippingIsAsked)
 {
     const fs::path folder = freshFolder("unreadable");
@@ -346,7 +313,7 @@ TEST_F(CliTest, UnreadableSourcesStopTheRunUnlessSkippingIsAsked)
     EXPECT_FALSE(fs::exists(proc));
 }
 
-TEST_F(CliTest, EntriesAreStoredUnderThePathsAsGiven)
+TEST_F(CliTest, EntriesAreStoredUnderThePathsAsGivenOrRefusedByName)
 {
     const fs::path folder = freshFolder("tarlike");
     const fs::path work = folder / "work";
@@ -355,56 +322,68 @@ TEST_F(CliTest, EntriesAreStoredUnderThePathsAsGiven)
     writeText(work / "docs" / "sub" / "b.txt", "b");
     writeText(work / "top.txt", "t");
     writeText(folder / "outside.txt", "o");
-    const std::string absolute = (folder / "outside.txt").string();
+    // Two names that are not UTF-8, which once both became U+FFFD.
+    fs::create_directories(work / "odd");
+    writeText(work / "odd" / "caf\xff", "ff");
+    writeText(work / "odd" / "caf\xfe", "fe");
 
-    // Relative paths are taken from the current folder, and keep their form.
-    EXPECT_EQ(packedAndOpened({ "docs/", "./docs/sub/../sub", "top.txt", absolute }, work),
+    // Relative paths are taken from the current folder, and keep their form; names keep their bytes.
+    EXPECT_EQ(
+        packedAndOpened({ "docs/", "./docs/sub/../sub", "top.txt", (folder / "outside.txt").string(), "odd" }, work),
         (std::map<std::string, Bytes> {
             { "docs/a.txt", { 'a' } },
             { "docs/sub/b.txt", { 'b' } },
             { fs::relative(folder / "outside.txt", "/").string(), { 'o' } },
+            { "odd/caf\xfe", { 'f', 'e' } },
+            { "odd/caf\xff", { 'f', 'f' } },
             { "top.txt", { 't' } },
         }));
+    // A folder is walked through links to files but not into linked folders; those, a FIFO and a
+    // broken link are left out at walk time, and told. A path with "." and ".." goes into the
+    // package as the plain path it stands for.
+    const fs::path links = work / "links";
+    fs::create_directories(links);
+    fs::create_symlink("../top.txt", links / "filelink");
+    fs::create_symlink("../docs", links / "dirlink");
+    fs::create_symlink("../nowhere", links / "broken");
+    ASSERT_EQ(::mkfifo((links / "fifo").c_str(), 0600), 0);
+    const bool root = geteuid() == 0;
+    if (!root) {
+        fs::create_directories(links / "locked");
+        writeText(links / "locked" / "hidden", "x");
+        fs::permissions(links / "locked", fs::perms::none);
+    }
+    std::string told;
+    EXPECT_EQ(
+        packedAndOpened({ "--skip-unreadable", (work / "docs" / ".." / "." / "links" / "").string() }, work, &told),
+        (std::map<std::string, Bytes> { { fs::relative(links, "/").string() + "/filelink", { 't' } } }));
+    if (!root)
+        fs::permissions(links / "locked", fs::perms::owner_all);
+    EXPECT_EQ(told.find("skipping the folder") != std::string::npos, !root) << told;
+    EXPECT_NE(told.find("1 link to a folder and 2 items that are not files"), std::string::npos) << told;
+
     // "." stores what lies in the folder; --flat stores bare names whatever the path.
     EXPECT_EQ(packedAndOpened({ "." }, work / "docs"),
         (std::map<std::string, Bytes> { { "a.txt", { 'a' } }, { "sub/b.txt", { 'b' } } }));
     EXPECT_EQ(packedAndOpened({ "--flat", "../outside.txt", "docs/sub" }, work),
         (std::map<std::string, Bytes> { { "b.txt", { 'b' } }, { "outside.txt", { 'o' } } }));
 
-    // A path above the current folder would give entries that no extraction accepts.
-    EXPECT_TRUE(ended(as("ann", { "encrypt", "--plain", "-o", "../up.kvx", "../outside.txt" }, work), 1,
-        "../outside.txt lies outside the current folder"));
-    EXPECT_FALSE(fs::exists(folder / "up.kvx"));
-}
-
-TEST_F(CliTest, NamesThatCannotTravelAreKeptExactOrRefused)
-{
-    const fs::path folder = freshFolder("names");
-    const fs::path work = folder / "work";
-    fs::create_directories(work / "odd");
-    // Two names that are not UTF-8, which once both became U+FFFD.
-    writeText(work / "odd" / "caf\xff", "ff");
-    writeText(work / "odd" / "caf\xfe", "fe");
-    EXPECT_EQ(packedAndOpened({ "odd" }, work),
-        (std::map<std::string, Bytes> { { "odd/caf\xfe", { 'f', 'e' } }, { "odd/caf\xff", { 'f', 'f' } } }));
-
-    // A backslash would come back as a folder: refused before anything is written, by name.
-    fs::create_directories(work / "slash");
-    writeText(work / "slash" / "fine.txt", "1");
-    writeText(work / "slash" / "a\\b.txt", "2");
+    // Refused by name before anything is written: a path above the current folder (no extraction
+    // accepts its entries), a backslash (it would come back as a folder), and --flat with two
+    // files of one bare name.
+    writeText(work / "docs" / "sub" / "x.txt", "1");
+    writeText(work / "odd" / "x.txt", "2");
+    writeText(work / "docs" / "a\\b.txt", "2");
     writeText(folder / "kept.kvx", "earlier");
-    EXPECT_TRUE(ended(as("ann", { "encrypt", "--plain", "-o", "../kept.kvx", "slash" }, work), 1,
-        "slash/a\\b.txt: a name with a backslash"));
-    EXPECT_TRUE(ended(as("ann", { "encrypt", "--plain", "--flat", "-o", "../kept.kvx", "slash/a\\b.txt" }, work), 1,
-        "a\\b.txt: a name with a backslash"));
-
-    // --flat with two files of one bare name: refused, naming both.
-    fs::create_directories(work / "one");
-    fs::create_directories(work / "two");
-    writeText(work / "one" / "x.txt", "1");
-    writeText(work / "two" / "x.txt", "2");
-    EXPECT_TRUE(ended(as("ann", { "encrypt", "--self", "--flat", "-o", "../kept.kvx", "one", "two" }, work), 1,
-        "--flat would store both " + work.string() + "/one/x.txt and " + work.string() + "/two/x.txt as 'x.txt'"));
+    auto refused = [&](std::vector<std::string> sources, const std::string& says) {
+        sources.insert(sources.begin(), { "encrypt", "--plain", "-o", "../kept.kvx" });
+        return ended(as("ann", sources, work), 1, says);
+    };
+    EXPECT_TRUE(refused({ "../outside.txt" }, "../outside.txt lies outside the current folder"));
+    EXPECT_TRUE(refused({ "docs" }, "docs/a\\b.txt: a name with a backslash"));
+    EXPECT_TRUE(refused({ "--flat", "docs/a\\b.txt" }, "a\\b.txt: a name with a backslash"));
+    EXPECT_TRUE(refused({ "--flat", "docs/sub", "odd" },
+        "--flat would store both " + work.string() + "/docs/sub/x.txt and " + work.string() + "/odd/x.txt as 'x.txt'"));
     EXPECT_EQ(readText(folder / "kept.kvx"), "earlier");
     EXPECT_TRUE(leftoverTempFiles().empty());
 }

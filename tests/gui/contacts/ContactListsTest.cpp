@@ -392,11 +392,6 @@ private slots:
         QCOMPARE(recipients->count(), 3);
         QCOMPARE(contacts->count(), 0);
         KvxListWidget::setDragRunnerForTesting({});
-
-        // Foreign data that isn't a key file isn't the list's to take.
-        QMimeData text;
-        text.setText(QStringLiteral("hello"));
-        QVERIFY(!sendDragEnter(*recipients, &text));
     }
 
     void removingKeepsTheOwnContact()

@@ -108,6 +108,16 @@ void pressInTree(FileListDlg& dialog, Qt::Key key, Qt::KeyboardModifiers modifie
     QTest::keyClick(dialog.form()->fileTreeWidget, key, modifiers);
 }
 
+// Marks exactly the items of these paths and presses Delete.
+void removeItems(FileListDlg& dialog, const QStringList& paths)
+{
+    QTreeWidget* tree = dialog.form()->fileTreeWidget;
+    tree->clearSelection();
+    for (const QString& path : paths)
+        itemFor(tree, path)->setSelected(true);
+    pressInTree(dialog, Qt::Key_Delete);
+}
+
 void search(FileListDlg& dialog, const QString& text)
 {
     dialog.form()->fileSearchBox->setText(text);
@@ -173,75 +183,50 @@ private slots:
         QCOMPARE(docs->childCount(), 3);
     }
 
-    void removingTakesEntriesOfUnopenedFoldersAndNeverTouchesFreedItems()
+    // Delete takes what is marked out of the package, not only its items out of the tree.
+    void removingTakesUnopenedFoldersWholeAndKeepsFoldersThatDifferInCaseApart()
     {
         const fs::path root = freshFolder("remove");
-        const QStringList paths = makeFiles(
-            root, { "keep/k.txt", "closed/x.txt", "closed/deep/y.txt", "open/a.txt", "open/b.txt", "open/in/z.txt" });
-        FileSet files = setOf(paths);
+        const QString h = qpath(root);
+        FileSet files = setOf(makeFiles(root,
+            { "keep/k.txt", "closed/x.txt", "closed/deep/y.txt", "open/a.txt", "open/b.txt", "open/in/z.txt",
+                "Photos/a.jpg", "Photos/in/c.jpg", "photos/b.jpg" }));
         FileListDlg dialog(&files);
         showActive(dialog);
         QTreeWidget* tree = dialog.form()->fileTreeWidget;
-        dialog.goToPath(qpath(root) + "/open/in/z.txt");
-        tree->clearSelection();
 
         // A folder that was never opened, an opened folder, and items inside that opened folder
         // all at once: the items below go with their folder and are not touched again.
-        QTreeWidgetItem* closed = itemFor(tree, qpath(root) + "/closed");
-        QCOMPARE(closed->childCount(), 0);
-        closed->setSelected(true);
-        itemFor(tree, qpath(root) + "/open")->setSelected(true);
-        itemFor(tree, qpath(root) + "/open/in/z.txt")->setSelected(true);
-        itemFor(tree, qpath(root) + "/open/a.txt")->setSelected(true);
-        pressInTree(dialog, Qt::Key_Delete);
+        dialog.goToPath(h + "/open/in/z.txt");
+        QCOMPARE(itemFor(tree, h + "/closed")->childCount(), 0);
+        removeItems(dialog, { h + "/closed", h + "/open", h + "/open/in/z.txt", h + "/open/a.txt" });
+        QCOMPARE(files, setOf({ h + "/Photos/a.jpg", h + "/Photos/in/c.jpg", h + "/keep/k.txt", h + "/photos/b.jpg" }));
+        QCOMPARE(childTexts(itemFor(tree, h)), (QStringList { "Photos", "keep", "photos" }));
 
-        QCOMPARE(files, setOf({ qpath(root) + "/keep/k.txt" }));
-        QCOMPARE(childTexts(itemFor(tree, qpath(root))), QStringList { "keep" });
-
-        // The last file of a folder goes, and the folder's item stays, empty.
-        dialog.goToPath(qpath(root) + "/keep/k.txt");
-        pressInTree(dialog, Qt::Key_Delete);
-        QVERIFY(files.empty());
-        QTreeWidgetItem* keep = itemFor(tree, qpath(root) + "/keep");
-        QVERIFY(keep);
-        QCOMPARE(keep->childCount(), 0);
-    }
-
-    void foldersThatDifferOnlyInCaseStayApart()
-    {
-        const fs::path root = freshFolder("case");
-        const QString h = qpath(root);
-        FileSet files = setOf(makeFiles(root, { "Photos/a.jpg", "Photos/in/c.jpg", "photos/b.jpg" }));
-        FileListDlg dialog(&files);
-        showActive(dialog);
-        QTreeWidget* tree = dialog.form()->fileTreeWidget;
-
-        // Each folder holds its own files, and a path leads into its own folder.
+        // Each folder of one name but for case holds its own files, and a path leads into its own
+        // folder; a file added later joins the folder of its own name.
         dialog.goToPath(h + "/photos/b.jpg");
         QCOMPARE(selectedPaths(tree), QStringList { h + "/photos/b.jpg" });
-        QCOMPARE(childTexts(itemFor(tree, h)), (QStringList { "Photos", "photos" }));
         QCOMPARE(childTexts(itemFor(tree, h + "/photos")), QStringList { "b.jpg" });
         itemFor(tree, h + "/Photos")->setExpanded(true);
         QCOMPARE(childTexts(itemFor(tree, h + "/Photos")), (QStringList { "a.jpg", "in" }));
-
-        // A file added later joins the folder of its own name.
         const QStringList added = makeFiles(root, { "photos/new.jpg" });
         dropFromOutside(dialog, *tree, { QUrl::fromLocalFile(added.at(0)) });
-        QTRY_COMPARE(files.size(), std::size_t(4));
+        QTRY_COMPARE(files.size(), std::size_t(5));
         QCOMPARE(childTexts(itemFor(tree, h + "/photos")), (QStringList { "b.jpg", "new.jpg" }));
 
-        // Delete takes the file out of the package, not only its item out of the tree.
-        tree->clearSelection();
-        itemFor(tree, h + "/photos/b.jpg")->setSelected(true);
-        pressInTree(dialog, Qt::Key_Delete);
-        QCOMPARE(files, setOf(QStringList { h + "/Photos/a.jpg", h + "/Photos/in/c.jpg" } + added));
+        // Removing one file, or one folder, leaves the other folder's files.
+        removeItems(dialog, { h + "/photos/b.jpg" });
+        QCOMPARE(files, setOf(QStringList { h + "/Photos/a.jpg", h + "/Photos/in/c.jpg", h + "/keep/k.txt" } + added));
+        removeItems(dialog, { h + "/Photos" });
+        QCOMPARE(files, setOf(QStringList { h + "/keep/k.txt" } + added));
+        QCOMPARE(childTexts(itemFor(tree, h)), (QStringList { "keep", "photos" }));
 
-        // Removing one folder leaves the other one's files.
-        tree->clearSelection();
-        itemFor(tree, h + "/Photos")->setSelected(true);
+        // The last file of a folder goes, and the folder's item stays, empty.
+        dialog.goToPath(h + "/keep/k.txt");
         pressInTree(dialog, Qt::Key_Delete);
         QCOMPARE(files, setOf(added));
-        QCOMPARE(childTexts(itemFor(tree, h)), QStringList { "photos" });
+        QCOMPARE(itemFor(tree, h + "/keep")->childCount(), 0);
     }
 
     void addingMergesNewPathsOnlyAndShowsOnlyOpenedLevels()
@@ -328,9 +313,7 @@ private slots:
         QVERIFY(itemFor(tree, qpath(root) + "/a/x")->isExpanded());
 
         // A change of the list makes the next press search afresh, from the first match.
-        tree->clearSelection();
-        itemFor(tree, qpath(root) + "/a/x/report1.txt")->setSelected(true);
-        pressInTree(dialog, Qt::Key_Delete);
+        removeItems(dialog, { qpath(root) + "/a/x/report1.txt" });
         search(dialog, "Report");
         QCOMPARE(searches.shows, 2);
         QCOMPARE(selectedPaths(tree), QStringList { expected.at(0) });
