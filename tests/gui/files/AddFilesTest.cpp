@@ -36,11 +36,6 @@ void showChooser(AddFilesDialog& dialog)
     showActive(dialog);
 }
 
-int entriesOnDisk(const QString& path)
-{
-    return int(QDir(path).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden).size());
-}
-
 // Opens every folder from the top of the file system down to the path and waits until the model
 // holds all of the path's own entries.
 bool openFolder(AddFilesDialog& dialog, const QString& path)
@@ -60,7 +55,8 @@ bool openFolder(AddFilesDialog& dialog, const QString& path)
             model->fetchMore(index);
     }
     const QModelIndex index = model->index(path);
-    return QTest::qWaitFor([&] { return model->rowCount(index) == entriesOnDisk(path); }, 10000);
+    const qsizetype onDisk = QDir(path).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden).size();
+    return QTest::qWaitFor([&] { return model->rowCount(index) == onDisk; }, 10000);
 }
 
 // A click on the row's name, as the user marks and unmarks.
@@ -158,22 +154,18 @@ private slots:
         const QString root = makeTree("ok", { "one.txt", "two.txt", "folder/inner.txt" });
         // Marks then OK, marks then Cancel, and OK with nothing marked: accepted with an empty
         // list, which the callers take as Cancel.
-        struct Case {
-            QStringList clicked;
-            bool ok;
-            QStringList handed;
-        };
-        for (const Case& test : { Case { { "two.txt", "folder" }, true, { root + "/two.txt", root + "/folder" } },
-                 Case { { "one.txt" }, false, {} }, Case { {}, true, {} } }) {
+        for (const auto& [clicked, ok, handed] : std::vector<std::tuple<QStringList, bool, QStringList>> {
+                 { { "two.txt", "folder" }, true, { root + "/two.txt", root + "/folder" } },
+                 { { "one.txt" }, false, {} }, { QStringList(), true, QStringList() } }) {
             QStringList paths;
             AddFilesDialog dialog(&paths);
             showChooser(dialog);
             QVERIFY(openFolder(dialog, root));
-            for (const QString& name : test.clicked)
+            for (const QString& name : clicked)
                 click(dialog, root + u'/' + name);
-            (test.ok ? dialog.form()->OKButton : dialog.form()->CancelButton)->click();
-            QCOMPARE(dialog.result(), int(test.ok ? QDialog::Accepted : QDialog::Rejected));
-            QCOMPARE(paths, test.handed);
+            (ok ? dialog.form()->OKButton : dialog.form()->CancelButton)->click();
+            QCOMPARE(dialog.result(), int(ok ? QDialog::Accepted : QDialog::Rejected));
+            QCOMPARE(paths, handed);
         }
 
         // A folder never listed knows only the rows on the way to a path below it; marking them
