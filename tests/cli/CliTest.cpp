@@ -129,15 +129,6 @@ std::vector<std::string> filesBelow(const fs::path& folder)
     return found;
 }
 
-// Control characters other than the line feed: what a sender could use to drive the terminal.
-long controlsIn(const std::string& text)
-{
-    return std::count_if(text.begin(), text.end(), [](char c) {
-        const auto byte = static_cast<unsigned char>(c);
-        return (byte < 0x20 && byte != '\n') || byte == 0x7F;
-    });
-}
-
 // Waits until the tool has the file open, so that a signal sent then finds it at work with its
 // handlers in place, however slowly it started (a sanitizer build starts slowly).
 void waitUntilOpen(pid_t child, const fs::path& file)
@@ -274,39 +265,6 @@ TEST_F(CliTest, PeopleExchangeKeysAndOnlyRecipientsOpenThePackage)
     EXPECT_EQ(as("ann", { "contacts", "remove", "Ann" }).exitCode, 1);
 }
 
-TEST_F(CliTest, FoldersAreWalkedThroughFileLinksButNotLinkedFolders)
-{
-    const fs::path folder = freshFolder("walk");
-    fs::create_directories(folder / "tree" / "sub");
-    fs::create_directories(folder / "outside");
-    writeText(folder / "tree" / "sub" / "f1", "one");
-    writeText(folder / "outside" / "f2", "two");
-    fs::create_symlink("../outside/f2", folder / "tree" / "filelink");
-    fs::create_symlink("../outside", folder / "tree" / "dirlink");
-    fs::create_symlink("../nowhere", folder / "tree" / "broken");
-    ASSERT_EQ(::mkfifo((folder / "tree" / "fifo").c_str(), 0600), 0);
-    const bool root = geteuid() == 0;
-    if (!root) {
-        fs::create_directories(folder / "tree" / "locked");
-        writeText(folder / "tree" / "locked" / "hidden", "x");
-        fs::permissions(folder / "tree" / "locked", fs::perms::none);
-    }
-
-    // A path with "." and ".." goes into the package as the plain path it stands for.
-    std::string told;
-    const auto opened
-        = packedAndOpened({ "--skip-unreadable", (folder / "tree" / "sub" / ".." / "." / "").string() }, folder, &told);
-    if (!root)
-        fs::permissions(folder / "tree" / "locked", fs::perms::owner_all);
-    EXPECT_EQ(told.find("skipping the folder") != std::string::npos, !root) << told;
-    // The linked folder, the FIFO and the broken link are left out at walk time, and told.
-    EXPECT_NE(told.find("1 link to a folder and 2 items that are not files"), std::string::npos) << told;
-    const std::string tree = fs::relative(folder / "tree", "/").string();
-    EXPECT_EQ(opened,
-        (std::map<std::string, Bytes> {
-            { tree + "/filelink", { 't', 'w', 'o' } }, { tree + "/sub/f1", { 'o', 'n', 'e' } } }));
-}
-
 TEST_F(CliTest, UnreadableSourcesStopTheRunUnlessSkippingIsAsked)
 {
     const fs::path folder = freshFolder("unreadable");
@@ -355,7 +313,7 @@ TEST_F(CliTest, UnreadableSourcesStopTheRunUnlessSkippingIsAsked)
     EXPECT_FALSE(fs::exists(proc));
 }
 
-TEST_F(CliTest, EntriesAreStoredUnderThePathsAsGiven)
+TEST_F(CliTest, EntriesAreStoredUnderThePathsAsGivenOrRefusedByName)
 {
     const fs::path folder = freshFolder("tarlike");
     const fs::path work = folder / "work";
@@ -364,74 +322,83 @@ TEST_F(CliTest, EntriesAreStoredUnderThePathsAsGiven)
     writeText(work / "docs" / "sub" / "b.txt", "b");
     writeText(work / "top.txt", "t");
     writeText(folder / "outside.txt", "o");
-    const std::string absolute = (folder / "outside.txt").string();
+    // Two names that are not UTF-8, which once both became U+FFFD.
+    fs::create_directories(work / "odd");
+    writeText(work / "odd" / "caf\xff", "ff");
+    writeText(work / "odd" / "caf\xfe", "fe");
 
-    // Relative paths are taken from the current folder, and keep their form.
-    EXPECT_EQ(packedAndOpened({ "docs/", "./docs/sub/../sub", "top.txt", absolute }, work),
+    // Relative paths are taken from the current folder, and keep their form; names keep their bytes.
+    EXPECT_EQ(
+        packedAndOpened({ "docs/", "./docs/sub/../sub", "top.txt", (folder / "outside.txt").string(), "odd" }, work),
         (std::map<std::string, Bytes> {
             { "docs/a.txt", { 'a' } },
             { "docs/sub/b.txt", { 'b' } },
             { fs::relative(folder / "outside.txt", "/").string(), { 'o' } },
+            { "odd/caf\xfe", { 'f', 'e' } },
+            { "odd/caf\xff", { 'f', 'f' } },
             { "top.txt", { 't' } },
         }));
+    // A folder is walked through links to files but not into linked folders; those, a FIFO and a
+    // broken link are left out at walk time, and told. A path with "." and ".." goes into the
+    // package as the plain path it stands for.
+    const fs::path links = work / "links";
+    fs::create_directories(links);
+    fs::create_symlink("../top.txt", links / "filelink");
+    fs::create_symlink("../docs", links / "dirlink");
+    fs::create_symlink("../nowhere", links / "broken");
+    ASSERT_EQ(::mkfifo((links / "fifo").c_str(), 0600), 0);
+    const bool root = geteuid() == 0;
+    if (!root) {
+        fs::create_directories(links / "locked");
+        writeText(links / "locked" / "hidden", "x");
+        fs::permissions(links / "locked", fs::perms::none);
+    }
+    std::string told;
+    EXPECT_EQ(
+        packedAndOpened({ "--skip-unreadable", (work / "docs" / ".." / "." / "links" / "").string() }, work, &told),
+        (std::map<std::string, Bytes> { { fs::relative(links, "/").string() + "/filelink", { 't' } } }));
+    if (!root)
+        fs::permissions(links / "locked", fs::perms::owner_all);
+    EXPECT_EQ(told.find("skipping the folder") != std::string::npos, !root) << told;
+    EXPECT_NE(told.find("1 link to a folder and 2 items that are not files"), std::string::npos) << told;
+
     // "." stores what lies in the folder; --flat stores bare names whatever the path.
     EXPECT_EQ(packedAndOpened({ "." }, work / "docs"),
         (std::map<std::string, Bytes> { { "a.txt", { 'a' } }, { "sub/b.txt", { 'b' } } }));
     EXPECT_EQ(packedAndOpened({ "--flat", "../outside.txt", "docs/sub" }, work),
         (std::map<std::string, Bytes> { { "b.txt", { 'b' } }, { "outside.txt", { 'o' } } }));
 
-    // A path above the current folder would give entries that no extraction accepts.
-    EXPECT_TRUE(ended(as("ann", { "encrypt", "--plain", "-o", "../up.kvx", "../outside.txt" }, work), 1,
-        "../outside.txt lies outside the current folder"));
-    EXPECT_FALSE(fs::exists(folder / "up.kvx"));
-}
-
-TEST_F(CliTest, NamesThatCannotTravelAreKeptExactOrRefused)
-{
-    const fs::path folder = freshFolder("names");
-    const fs::path work = folder / "work";
-    fs::create_directories(work / "odd");
-    // Two names that are not UTF-8, which once both became U+FFFD.
-    writeText(work / "odd" / "caf\xff", "ff");
-    writeText(work / "odd" / "caf\xfe", "fe");
-    EXPECT_EQ(packedAndOpened({ "odd" }, work),
-        (std::map<std::string, Bytes> { { "odd/caf\xfe", { 'f', 'e' } }, { "odd/caf\xff", { 'f', 'f' } } }));
-
-    // A backslash would come back as a folder: refused before anything is written, by name.
-    fs::create_directories(work / "slash");
-    writeText(work / "slash" / "fine.txt", "1");
-    writeText(work / "slash" / "a\\b.txt", "2");
+    // Refused by name before anything is written: a path above the current folder (no extraction
+    // accepts its entries), a backslash (it would come back as a folder), and --flat with two
+    // files of one bare name.
+    writeText(work / "docs" / "sub" / "x.txt", "1");
+    writeText(work / "odd" / "x.txt", "2");
+    writeText(work / "docs" / "a\\b.txt", "2");
     writeText(folder / "kept.kvx", "earlier");
-    EXPECT_TRUE(ended(as("ann", { "encrypt", "--plain", "-o", "../kept.kvx", "slash" }, work), 1,
-        "slash/a\\b.txt: a name with a backslash"));
-    EXPECT_TRUE(ended(as("ann", { "encrypt", "--plain", "--flat", "-o", "../kept.kvx", "slash/a\\b.txt" }, work), 1,
-        "a\\b.txt: a name with a backslash"));
-
-    // --flat with two files of one bare name: refused, naming both.
-    fs::create_directories(work / "one");
-    fs::create_directories(work / "two");
-    writeText(work / "one" / "x.txt", "1");
-    writeText(work / "two" / "x.txt", "2");
-    EXPECT_TRUE(ended(as("ann", { "encrypt", "--self", "--flat", "-o", "../kept.kvx", "one", "two" }, work), 1,
-        "--flat would store both " + work.string() + "/one/x.txt and " + work.string() + "/two/x.txt as 'x.txt'"));
+    auto refused = [&](std::vector<std::string> sources, const std::string& says) {
+        sources.insert(sources.begin(), { "encrypt", "--plain", "-o", "../kept.kvx" });
+        return ended(as("ann", sources, work), 1, says);
+    };
+    EXPECT_TRUE(refused({ "../outside.txt" }, "../outside.txt lies outside the current folder"));
+    EXPECT_TRUE(refused({ "docs" }, "docs/a\\b.txt: a name with a backslash"));
+    EXPECT_TRUE(refused({ "--flat", "docs/a\\b.txt" }, "a\\b.txt: a name with a backslash"));
+    EXPECT_TRUE(refused({ "--flat", "docs/sub", "odd" },
+        "--flat would store both " + work.string() + "/docs/sub/x.txt and " + work.string() + "/odd/x.txt as 'x.txt'"));
     EXPECT_EQ(readText(folder / "kept.kvx"), "earlier");
     EXPECT_TRUE(leftoverTempFiles().empty());
 }
 
 TEST_F(CliTest, TwoImportsAtOnceBothArrive)
 {
-    const int rounds = 50;
-    for (int round = 0; round < rounds; ++round) {
+    for (int round = 0; round < 50; ++round) {
         const fs::path profile = freshProfile("concurrent");
-        ToolRun first, second;
+        ToolRun second;
         std::thread other([&] { second = in(profile, { "contacts", "import", (*root / "cid.kvxk").string() }); });
-        first = in(profile, { "contacts", "import", (*root / "bob.kvxk").string() });
+        const ToolRun first = in(profile, { "contacts", "import", (*root / "bob.kvxk").string() });
         other.join();
-        ASSERT_EQ(first.exitCode, 0) << first.err;
-        ASSERT_EQ(second.exitCode, 0) << second.err;
-        const ToolRun list = in(profile, { "contacts", "list" });
-        ASSERT_TRUE(list.out == "C\t\t(me)\nBob\t\nCid\t\n" || list.out == "C\t\t(me)\nCid\t\nBob\t\n")
-            << "round " << round << ": " << list.out << list.err;
+        ASSERT_TRUE(first.exitCode == 0 && second.exitCode == 0) << first.err << second.err;
+        const std::string list = in(profile, { "contacts", "list" }).out;
+        ASSERT_TRUE(list == "C\t\t(me)\nBob\t\nCid\t\n" || list == "C\t\t(me)\nCid\t\nBob\t\n") << round << list;
     }
 }
 
@@ -565,13 +532,10 @@ TEST_F(CliTest, TheUsersOwnFilesAreLeftAlone)
 TEST_F(CliTest, UsageErrorsHelpAndExitCodes)
 {
     EXPECT_EQ(runTool({}).exitCode, 2);
-    for (const char* command : { "", "identity", "contacts", "encrypt", "decrypt", "list", "verify" }) {
-        const ToolRun help = runTool(
-            *command ? std::vector<std::string> { command, "--help" } : std::vector<std::string> { "--help" });
-        EXPECT_EQ(help.exitCode, 0) << command;
-        EXPECT_NE(
-            help.out.find(*command ? std::string("halvoren-cli ") + command : "Usage: halvoren-cli"), std::string::npos)
-            << command;
+    for (const std::string command : { "", "identity", "contacts", "encrypt", "decrypt", "list", "verify" }) {
+        const ToolRun help = command.empty() ? runTool({ "--help" }) : runTool({ command, "--help" });
+        const std::string heading = command.empty() ? "Usage: halvoren-cli" : "halvoren-cli " + command;
+        EXPECT_TRUE(help.exitCode == 0 && help.out.find(heading) != std::string::npos) << command;
     }
     const fs::path folder = freshFolder("usage");
     writeText(folder / "f", "1");
@@ -586,7 +550,7 @@ TEST_F(CliTest, UsageErrorsHelpAndExitCodes)
     // A name from the command line is echoed with its control characters spelled out.
     const ToolRun missing = as("ann", { "encrypt", "--self", "-o", o, "\x1b]2;owned\x07\x1b[2J" });
     EXPECT_TRUE(ended(missing, 1, "\\x1b]2;owned\\x07\\x1b[2J"));
-    EXPECT_EQ(controlsIn(missing.err), 0) << missing.err;
+    EXPECT_EQ(missing.err.find_first_of("\x1b\x07"), std::string::npos) << missing.err;
     EXPECT_EQ(as("ann", { "identity", "create", "Another" }).exitCode, 1);
     EXPECT_EQ(as("fresh", { "identity", "show" }).exitCode, 1);
     EXPECT_FALSE(fs::exists(o));
@@ -648,7 +612,7 @@ TEST_F(CliTest, AHostilePackageWritesNothingAndNamesTheEntryPlainly)
             { EntryTypeData, u"evil\x1b]0;owned\x07\\..\\x", { '!' } } }));
     const ToolRun run = as("bob", { "decrypt", (folder / "h.kvx").string(), "-C", out.string() });
     EXPECT_TRUE(ended(run, 1, "entry \"evil\\x1B]0;owned\\x07/../x\": the name holds \"..\"; nothing was extracted"));
-    EXPECT_EQ(controlsIn(run.err), 0) << run.err;
+    EXPECT_EQ(run.err.find_first_of("\x1b\x07"), std::string::npos) << run.err;
     EXPECT_TRUE(fs::is_empty(out));
 }
 
@@ -666,21 +630,14 @@ TEST_F(CliTest, ListAndVerifyCheckEveryDigestAndWriteNothing)
     ASSERT_EQ(in(profile, { "encrypt", "--plain", "-o", plain.string(), "tree" }, work).exitCode, 0);
     ASSERT_EQ(in(profile, { "encrypt", "-r", "Bob", "-o", sealed.string(), "tree" }, work).exitCode, 0);
 
-    // Damage that each check must find: the outer digest, the inner digest behind a recomputed
-    // outer one, the padding of the last block, and an index that runs past the end of a package
-    // whose digest matches (a damaged plain package or one too short is the engine's test).
-    auto flipped = [](Bytes bytes, std::size_t at, bool mended) {
-        bytes[at] ^= 0x01;
-        if (mended)
-            rehash(bytes);
-        return bytes;
-    };
-    const Bytes s = readBytes(sealed);
-    const std::vector<std::pair<std::string, Bytes>> damaged { { "outer", flipped(s, s.size() / 2, false) },
-        { "inner", flipped(s, s.size() / 2, true) }, { "padding", flipped(s, s.size() - 1, true) },
-        { "index", craftedPackage(1, entryHeader(EntryTypeData, 0, 5)) } };
-    for (const auto& [name, bytes] : damaged)
-        writeBytes(work / (name + ".kvx"), bytes);
+    // Damage that only a check finds or words: the padding of the last block behind digests that
+    // match, and an index that runs past the end of a package whose digest matches. (Digests that
+    // don't match are found by the same reading an extraction does: the engine's test.)
+    Bytes padding = readBytes(sealed);
+    padding.back() ^= 0x01;
+    rehash(padding);
+    writeBytes(work / "padding.kvx", padding);
+    writeBytes(work / "index.kvx", craftedPackage(1, entryHeader(EntryTypeData, 0, 5)));
 
     // The checks run in an empty folder of their own, where anything written would show.
     const fs::path here = work / "here";
@@ -700,7 +657,7 @@ TEST_F(CliTest, ListAndVerifyCheckEveryDigestAndWriteNothing)
                     + "; 3 files, 300006 bytes)\n",
                 ""));
     }
-    for (const auto& [name, bytes] : damaged) {
+    for (const std::string name : { "padding", "index" }) {
         for (const char* command : { "list", "verify" })
             EXPECT_EQ(as("bob", { command, "../" + name + ".kvx" }, here).said(),
                 std::tuple(1, "", "halvoren-cli: ../" + name + ".kvx: " + InvalidPackage + "\n"))

@@ -22,8 +22,6 @@ void focus(QWidget& widget, QEvent::Type type)
     QFocusEvent event(type, Qt::MouseFocusReason);
     QCoreApplication::sendEvent(&widget, &event);
 }
-void focusIn(QWidget& widget) { focus(widget, QEvent::FocusIn); }
-void focusOut(QWidget& widget) { focus(widget, QEvent::FocusOut); }
 
 QColor textColour(const QWidget& widget) { return widget.palette().color(QPalette::Active, QPalette::Text); }
 
@@ -61,7 +59,7 @@ private slots:
         QCOMPARE(box.text(), QStringLiteral("Type here to search"));
         QCOMPARE(visibleRows(list).size(), 4);
 
-        focusIn(box);
+        focus(box, QEvent::FocusIn);
         QVERIFY(box.text().isEmpty());
         QTest::keyClicks(&box, QStringLiteral("AN"));
         QCOMPARE(textColour(box), QColor(Qt::black));
@@ -71,20 +69,20 @@ private slots:
 
         // Leaving the box is no edit: the user's text and the filter stay. Emptying it by editing
         // shows every row, and leaving it empty brings the placeholder back.
-        focusOut(box);
-        focusIn(box);
+        focus(box, QEvent::FocusOut);
+        focus(box, QEvent::FocusIn);
         QCOMPARE(box.text(), QStringLiteral("AN"));
         QCOMPARE(visibleRows(list), QStringList({ "Anna", "Joanne" }));
         QTest::keyClick(&box, Qt::Key_Backspace);
         QTest::keyClick(&box, Qt::Key_Backspace);
         QCOMPARE(visibleRows(list).size(), 4);
-        focusOut(box);
+        focus(box, QEvent::FocusOut);
         QCOMPARE(box.text(), QStringLiteral("Type here to search"));
         QCOMPARE(textColour(box), QColor(Qt::lightGray));
 
         // Switched off, typing no longer filters.
         box.setFilterEnabled(false);
-        focusIn(box);
+        focus(box, QEvent::FocusIn);
         QTest::keyClicks(&box, QStringLiteral("zzz"));
         QCOMPARE(visibleRows(list).size(), 4);
     }

@@ -2,19 +2,15 @@
 // folders and up to complete ones, a folder marked before it was opened marks its children when
 // they have loaded, OK and Cancel, and the menu that works on the clicked item.
 
-#include <QApplication>
 #include <QCheckBox>
 #include <QDir>
 #include <QFileSystemModel>
-#include <QMenu>
 #include <QPushButton>
 #include <QTest>
-#include <QTimer>
 #include <QTreeView>
 #include <filesystem>
 
-#include "QtTestSupport.h"
-#include "TestSupport.h"
+#include "FileTrees.h"
 #include "ui/desktop/ItemActions.h"
 #include "ui/desktop/ShowInFolder.h"
 #include "ui/files/AddFilesDialog.h"
@@ -25,16 +21,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A fresh folder "T" in the sandbox holding the given files (a trailing slash makes a folder).
+// A fresh folder "T" in the sandbox holding the given files.
 QString makeTree(const char* hint, const QStringList& relative)
 {
     const fs::path root = freshFolder(hint) / "T";
-    for (const QString& name : relative) {
-        const fs::path file = root / name.toStdString();
-        fs::create_directories(file.parent_path());
-        if (!name.endsWith(u'/'))
-            writeText(file, "x");
-    }
+    makeFiles(root, relative);
     return qpath(root);
 }
 
@@ -43,11 +34,6 @@ void showChooser(AddFilesDialog& dialog)
 {
     dialog.resize(700, 900);
     showActive(dialog);
-}
-
-int entriesOnDisk(const QString& path)
-{
-    return int(QDir(path).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden).size());
 }
 
 // Opens every folder from the top of the file system down to the path and waits until the model
@@ -69,7 +55,8 @@ bool openFolder(AddFilesDialog& dialog, const QString& path)
             model->fetchMore(index);
     }
     const QModelIndex index = model->index(path);
-    return QTest::qWaitFor([&] { return model->rowCount(index) == entriesOnDisk(path); }, 10000);
+    const qsizetype onDisk = QDir(path).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden).size();
+    return QTest::qWaitFor([&] { return model->rowCount(index) == onDisk; }, 10000);
 }
 
 // A click on the row's name, as the user marks and unmarks.
@@ -167,22 +154,18 @@ private slots:
         const QString root = makeTree("ok", { "one.txt", "two.txt", "folder/inner.txt" });
         // Marks then OK, marks then Cancel, and OK with nothing marked: accepted with an empty
         // list, which the callers take as Cancel.
-        struct Case {
-            QStringList clicked;
-            bool ok;
-            QStringList handed;
-        };
-        for (const Case& test : { Case { { "two.txt", "folder" }, true, { root + "/two.txt", root + "/folder" } },
-                 Case { { "one.txt" }, false, {} }, Case { {}, true, {} } }) {
+        for (const auto& [clicked, ok, handed] : std::vector<std::tuple<QStringList, bool, QStringList>> {
+                 { { "two.txt", "folder" }, true, { root + "/two.txt", root + "/folder" } },
+                 { { "one.txt" }, false, {} }, { QStringList(), true, QStringList() } }) {
             QStringList paths;
             AddFilesDialog dialog(&paths);
             showChooser(dialog);
             QVERIFY(openFolder(dialog, root));
-            for (const QString& name : test.clicked)
+            for (const QString& name : clicked)
                 click(dialog, root + u'/' + name);
-            (test.ok ? dialog.form()->OKButton : dialog.form()->CancelButton)->click();
-            QCOMPARE(dialog.result(), int(test.ok ? QDialog::Accepted : QDialog::Rejected));
-            QCOMPARE(paths, test.handed);
+            (ok ? dialog.form()->OKButton : dialog.form()->CancelButton)->click();
+            QCOMPARE(dialog.result(), int(ok ? QDialog::Accepted : QDialog::Rejected));
+            QCOMPARE(paths, handed);
         }
 
         // A folder never listed knows only the rows on the way to a path below it; marking them
@@ -231,7 +214,8 @@ private slots:
         QVERIFY(marked("proj/visible.txt") && !marked("proj"));
     }
 
-    void keysMoveTheCurrentItemAndOnlySpaceMarks()
+    // Keys move and mark; the menu works on the clicked item and marks nothing.
+    void keysMarkWhatTheyPassAndTheMenuNothing()
     {
         const QString root = makeTree("keys", { "bin/f", "etc/f", "sys/f", "tmp/f", "usr/f" });
         QStringList paths;
@@ -266,19 +250,6 @@ private slots:
         QTest::keyClick(tree, Qt::Key_Space);
         QTest::keyClick(tree, Qt::Key_Up, Qt::ControlModifier);
         QVERIFY(!marked("etc") && !marked("bin") && !marked("usr") && !marked(""));
-        dialog.form()->OKButton->click();
-        paths.sort();
-        QCOMPARE(paths, (QStringList { root + "/sys", root + "/tmp", root + "/tmp/f" }));
-    }
-
-    void menuWorksOnTheClickedItemAndLeavesTheMarks()
-    {
-        const QString root = makeTree("menu", { "marked.txt", "clicked.txt" });
-        QStringList paths;
-        AddFilesDialog dialog(&paths);
-        showChooser(dialog);
-        QVERIFY(openFolder(dialog, root));
-        click(dialog, root + "/marked.txt");
 
         // Each desktop call notes what it was and the URIs it got.
         QStringList calls;
@@ -290,40 +261,21 @@ private slots:
         };
         ItemActions::setHooks({ {}, note("properties"), {} });
         ShowInFolder::setHooks({ note("show"), {} });
-
-        QTreeView* tree = dialog.form()->filesTree;
+        // Where the row is now: rows above it may still be coming in and move it.
         auto pick = [&](const QString& caption) {
-            // Where the row is now: rows above it may still be coming in and move it.
-            const QPoint at = tree->visualRect(dialog.model()->index(root + "/clicked.txt")).center();
-            QStringList captions;
-            QTimer::singleShot(0, &dialog, [&captions, caption] {
-                auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-                if (!menu)
-                    return;
-                QAction* chosen = nullptr;
-                for (QAction* action : menu->actions()) {
-                    captions << action->text() + "|" + action->shortcut().toString();
-                    if (action->text() == caption)
-                        chosen = action;
-                }
-                menu->close();
-                if (chosen)
-                    chosen->trigger();
-            });
-            emit tree->customContextMenuRequested(at);
-            return captions;
+            return menuCaptions(*tree, tree->visualRect(dialog.model()->index(root + "/usr")).center(), caption);
         };
         QCOMPARE(pick("Properties"), (QStringList { "Show in File Manager|Ctrl+G", "Properties|Ctrl+P" }));
         pick("Show in File Manager");
-        const QString clicked = QUrl::fromLocalFile(root + "/clicked.txt").toString();
+        const QString clicked = QUrl::fromLocalFile(root + "/usr").toString();
         QCOMPARE(calls, (QStringList { "properties " + clicked, "show " + clicked }));
-
-        // The right click changed no mark.
-        QItemSelectionModel* selection = tree->selectionModel();
-        QVERIFY(selection->isSelected(dialog.model()->index(root + "/marked.txt")));
-        QVERIFY(!selection->isSelected(dialog.model()->index(root + "/clicked.txt")));
         // The menu's shortcuts belong to the menu, not to the tree.
         QVERIFY(tree->actions().isEmpty());
+
+        // OK hands over what the keys marked, and nothing the menu's item.
+        dialog.form()->OKButton->click();
+        paths.sort();
+        QCOMPARE(paths, (QStringList { root + "/sys", root + "/tmp", root + "/tmp/f" }));
     }
 };
 

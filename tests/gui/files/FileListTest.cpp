@@ -4,17 +4,16 @@
 
 #include <QApplication>
 #include <QFileSystemModel>
-#include <QMenu>
 #include <QMimeData>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
 #include <QTreeView>
 #include <QTreeWidget>
+#include <QTreeWidgetItemIterator>
 #include <filesystem>
 
-#include "QtTestSupport.h"
-#include "TestSupport.h"
+#include "FileTrees.h"
 #include "ui/Dialogs.h"
 #include "ui/contacts/QuickSearchLineEdit.h"
 #include "ui/desktop/ItemActions.h"
@@ -32,19 +31,6 @@ namespace answers = Dialogs::testing;
 
 namespace {
 
-// Writes the files below the folder and returns their absolute paths.
-QStringList makeFiles(const fs::path& folder, const QStringList& relative)
-{
-    QStringList paths;
-    for (const QString& name : relative) {
-        const fs::path file = folder / name.toStdString();
-        fs::create_directories(file.parent_path());
-        writeText(file, "x");
-        paths << qpath(file);
-    }
-    return paths;
-}
-
 FileSet setOf(const QStringList& paths)
 {
     FileSet files;
@@ -53,23 +39,16 @@ FileSet setOf(const QStringList& paths)
     return files;
 }
 
-// The item for a path among the items that exist, without opening anything.
+// The item for a path (a folder's with or without its slash) among the items that exist, without
+// opening anything.
 QTreeWidgetItem* itemFor(QTreeWidget* tree, const QString& path)
 {
-    QTreeWidgetItem* current = tree->invisibleRootItem();
-    for (const std::u16string& part : splitTreePath(path.toStdU16String())) {
-        if (part.empty())
-            continue;
-        QTreeWidgetItem* next = nullptr;
-        for (int i = 0; i < current->childCount() && !next; ++i) {
-            if (current->child(i)->text(0) == QString::fromStdU16String(part))
-                next = current->child(i);
-        }
-        if (!next)
-            return nullptr;
-        current = next;
+    for (QTreeWidgetItemIterator it(tree); *it; ++it) {
+        const QString itemPath = (*it)->data(0, Qt::UserRole).toString();
+        if (itemPath == path || itemPath == path + u'/')
+            return *it;
     }
-    return current;
+    return nullptr;
 }
 
 int countItems(QTreeWidgetItem* item)
@@ -97,25 +76,20 @@ QStringList selectedPaths(QTreeWidget* tree)
 }
 
 // Counts the dialogs of one class that come up: a search dialog is a fresh scan of the list, a
-// progress dialog a walk of what was added.
-class ShowCounter : public QObject {
-public:
+// progress dialog a walk of what was added. (A filter that is destroyed is dropped by Qt itself.)
+struct ShowCounter : QObject {
     explicit ShowCounter(const char* className)
         : className(className)
     {
         qApp->installEventFilter(this);
     }
-    ~ShowCounter() override { qApp->removeEventFilter(this); }
-    int shows = 0;
     bool eventFilter(QObject* object, QEvent* event) override
     {
-        if (event->type() == QEvent::Show && object->inherits(className))
-            ++shows;
+        shows += event->type() == QEvent::Show && object->inherits(className);
         return false;
     }
-
-private:
     const char* className;
+    int shows = 0;
 };
 
 // A key in the tree, with the list the active window again as after the search dialog it is.
@@ -127,6 +101,16 @@ void pressInTree(FileListDlg& dialog, Qt::Key key, Qt::KeyboardModifiers modifie
     dialog.form()->fileTreeWidget->setFocus();
     QTRY_VERIFY(dialog.form()->fileTreeWidget->hasFocus());
     QTest::keyClick(dialog.form()->fileTreeWidget, key, modifiers);
+}
+
+// Marks exactly the items of these paths and presses Delete.
+void removeItems(FileListDlg& dialog, const QStringList& paths)
+{
+    QTreeWidget* tree = dialog.form()->fileTreeWidget;
+    tree->clearSelection();
+    for (const QString& path : paths)
+        itemFor(tree, path)->setSelected(true);
+    pressInTree(dialog, Qt::Key_Delete);
 }
 
 void search(FileListDlg& dialog, const QString& text)
@@ -165,10 +149,10 @@ private slots:
         FileListDlg dialog(&files);
         QTreeWidget* tree = dialog.form()->fileTreeWidget;
 
-        QCOMPARE(tree->topLevelItemCount(), 1);
+        // One closed item for the top of the file system, that can be opened.
+        QCOMPARE(childTexts(tree->invisibleRootItem()), QStringList { "/" });
+        QCOMPARE(countItems(tree->invisibleRootItem()), 1);
         QTreeWidgetItem* top = tree->topLevelItem(0);
-        QCOMPARE(top->text(0), QStringLiteral("/"));
-        QCOMPARE(top->childCount(), 0);
         QCOMPARE(top->childIndicatorPolicy(), QTreeWidgetItem::ShowIndicator);
 
         top->setExpanded(true);
@@ -194,75 +178,50 @@ private slots:
         QCOMPARE(docs->childCount(), 3);
     }
 
-    void removingTakesEntriesOfUnopenedFoldersAndNeverTouchesFreedItems()
+    // Delete takes what is marked out of the package, not only its items out of the tree.
+    void removingTakesUnopenedFoldersWholeAndKeepsFoldersThatDifferInCaseApart()
     {
         const fs::path root = freshFolder("remove");
-        const QStringList paths = makeFiles(
-            root, { "keep/k.txt", "closed/x.txt", "closed/deep/y.txt", "open/a.txt", "open/b.txt", "open/in/z.txt" });
-        FileSet files = setOf(paths);
+        const QString h = qpath(root);
+        FileSet files = setOf(makeFiles(root,
+            { "keep/k.txt", "closed/x.txt", "closed/deep/y.txt", "open/a.txt", "open/b.txt", "open/in/z.txt",
+                "Photos/a.jpg", "Photos/in/c.jpg", "photos/b.jpg" }));
         FileListDlg dialog(&files);
         showActive(dialog);
         QTreeWidget* tree = dialog.form()->fileTreeWidget;
-        dialog.goToPath(qpath(root) + "/open/in/z.txt");
-        tree->clearSelection();
 
         // A folder that was never opened, an opened folder, and items inside that opened folder
         // all at once: the items below go with their folder and are not touched again.
-        QTreeWidgetItem* closed = itemFor(tree, qpath(root) + "/closed");
-        QCOMPARE(closed->childCount(), 0);
-        closed->setSelected(true);
-        itemFor(tree, qpath(root) + "/open")->setSelected(true);
-        itemFor(tree, qpath(root) + "/open/in/z.txt")->setSelected(true);
-        itemFor(tree, qpath(root) + "/open/a.txt")->setSelected(true);
-        pressInTree(dialog, Qt::Key_Delete);
+        dialog.goToPath(h + "/open/in/z.txt");
+        QCOMPARE(itemFor(tree, h + "/closed")->childCount(), 0);
+        removeItems(dialog, { h + "/closed", h + "/open", h + "/open/in/z.txt", h + "/open/a.txt" });
+        QCOMPARE(files, setOf({ h + "/Photos/a.jpg", h + "/Photos/in/c.jpg", h + "/keep/k.txt", h + "/photos/b.jpg" }));
+        QCOMPARE(childTexts(itemFor(tree, h)), (QStringList { "Photos", "keep", "photos" }));
 
-        QCOMPARE(files, setOf({ qpath(root) + "/keep/k.txt" }));
-        QCOMPARE(childTexts(itemFor(tree, qpath(root))), QStringList { "keep" });
-
-        // The last file of a folder goes, and the folder's item stays, empty.
-        dialog.goToPath(qpath(root) + "/keep/k.txt");
-        pressInTree(dialog, Qt::Key_Delete);
-        QVERIFY(files.empty());
-        QTreeWidgetItem* keep = itemFor(tree, qpath(root) + "/keep");
-        QVERIFY(keep);
-        QCOMPARE(keep->childCount(), 0);
-    }
-
-    void foldersThatDifferOnlyInCaseStayApart()
-    {
-        const fs::path root = freshFolder("case");
-        const QString h = qpath(root);
-        FileSet files = setOf(makeFiles(root, { "Photos/a.jpg", "Photos/in/c.jpg", "photos/b.jpg" }));
-        FileListDlg dialog(&files);
-        showActive(dialog);
-        QTreeWidget* tree = dialog.form()->fileTreeWidget;
-
-        // Each folder holds its own files, and a path leads into its own folder.
+        // Each folder of one name but for case holds its own files, and a path leads into its own
+        // folder; a file added later joins the folder of its own name.
         dialog.goToPath(h + "/photos/b.jpg");
         QCOMPARE(selectedPaths(tree), QStringList { h + "/photos/b.jpg" });
-        QCOMPARE(childTexts(itemFor(tree, h)), (QStringList { "Photos", "photos" }));
         QCOMPARE(childTexts(itemFor(tree, h + "/photos")), QStringList { "b.jpg" });
         itemFor(tree, h + "/Photos")->setExpanded(true);
         QCOMPARE(childTexts(itemFor(tree, h + "/Photos")), (QStringList { "a.jpg", "in" }));
-
-        // A file added later joins the folder of its own name.
         const QStringList added = makeFiles(root, { "photos/new.jpg" });
         dropFromOutside(dialog, *tree, { QUrl::fromLocalFile(added.at(0)) });
-        QTRY_COMPARE(files.size(), std::size_t(4));
+        QTRY_COMPARE(files.size(), std::size_t(5));
         QCOMPARE(childTexts(itemFor(tree, h + "/photos")), (QStringList { "b.jpg", "new.jpg" }));
 
-        // Delete takes the file out of the package, not only its item out of the tree.
-        tree->clearSelection();
-        itemFor(tree, h + "/photos/b.jpg")->setSelected(true);
-        pressInTree(dialog, Qt::Key_Delete);
-        QCOMPARE(files, setOf(QStringList { h + "/Photos/a.jpg", h + "/Photos/in/c.jpg" } + added));
+        // Removing one file, or one folder, leaves the other folder's files.
+        removeItems(dialog, { h + "/photos/b.jpg" });
+        QCOMPARE(files, setOf(QStringList { h + "/Photos/a.jpg", h + "/Photos/in/c.jpg", h + "/keep/k.txt" } + added));
+        removeItems(dialog, { h + "/Photos" });
+        QCOMPARE(files, setOf(QStringList { h + "/keep/k.txt" } + added));
+        QCOMPARE(childTexts(itemFor(tree, h)), (QStringList { "keep", "photos" }));
 
-        // Removing one folder leaves the other one's files.
-        tree->clearSelection();
-        itemFor(tree, h + "/Photos")->setSelected(true);
+        // The last file of a folder goes, and the folder's item stays, empty.
+        dialog.goToPath(h + "/keep/k.txt");
         pressInTree(dialog, Qt::Key_Delete);
         QCOMPARE(files, setOf(added));
-        QCOMPARE(childTexts(itemFor(tree, h)), QStringList { "photos" });
+        QCOMPARE(itemFor(tree, h + "/keep")->childCount(), 0);
     }
 
     void addingMergesNewPathsOnlyAndShowsOnlyOpenedLevels()
@@ -349,9 +308,7 @@ private slots:
         QVERIFY(itemFor(tree, qpath(root) + "/a/x")->isExpanded());
 
         // A change of the list makes the next press search afresh, from the first match.
-        tree->clearSelection();
-        itemFor(tree, qpath(root) + "/a/x/report1.txt")->setSelected(true);
-        pressInTree(dialog, Qt::Key_Delete);
+        removeItems(dialog, { qpath(root) + "/a/x/report1.txt" });
         search(dialog, "Report");
         QCOMPARE(searches.shows, 2);
         QCOMPARE(selectedPaths(tree), QStringList { expected.at(0) });
@@ -366,13 +323,12 @@ private slots:
         QCOMPARE(searches.shows, 3);
         search(dialog, "plain.txt/");
         QCOMPARE(searches.shows, 4);
-        QCOMPARE(answers::shown().size(), 3);
-        for (const Dialogs::Shown& shown : answers::shown()) {
-            QCOMPARE(shown.title, QStringLiteral("Find in Files"));
-            QCOMPARE(shown.icon, QMessageBox::Information);
-        }
-        QCOMPARE(answers::shown().at(1).text, QStringLiteral("No results found for: \"zebra\""));
-        QCOMPARE(answers::shown().at(2).text, QStringLiteral("No results found for: \"plain.txt/\""));
+        QStringList told;
+        for (const Dialogs::Shown& shown : answers::shown())
+            told << shown.title + u'|' + shown.text + u'|' + QString::number(shown.icon);
+        const QString noResults
+            = QStringLiteral("Find in Files|No results found for: \"%2\"|%1").arg(QMessageBox::Information);
+        QCOMPARE(told, (QStringList { noResults.arg("zebra"), noResults.arg("zebra"), noResults.arg("plain.txt/") }));
 
         // An empty list says so; an empty box leaves nothing to search for.
         FileSet none;
@@ -437,58 +393,40 @@ private slots:
         QTreeWidget* tree = dialog.form()->fileTreeWidget;
         dialog.goToPath(paths.at(1));
 
-        auto visibleCaptions = [&]() {
-            QStringList captions;
-            QTimer::singleShot(0, &dialog, [&captions] {
-                auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-                if (!menu)
-                    return;
-                for (QAction* action : menu->actions()) {
-                    if (action->isVisible() && !action->isSeparator())
-                        captions << action->text() + "|" + action->shortcut().toString();
-                }
-                menu->close();
-            });
-            emit tree->customContextMenuRequested(QPoint(5, 5));
-            return captions;
-        };
         tree->clearSelection();
-        QCOMPARE(visibleCaptions(), QStringList { "Add Files...|Ctrl+I" });
+        QCOMPARE(menuCaptions(*tree, QPoint(5, 5)), QStringList { "Add Files...|Ctrl+I" });
         itemFor(tree, paths.at(0))->setSelected(true);
-        QCOMPARE(visibleCaptions(), (QStringList { "Add Files...|Ctrl+I", "Remove|Del", "Properties|Ctrl+P" }));
+        QCOMPARE(menuCaptions(*tree, QPoint(5, 5)),
+            (QStringList { "Add Files...|Ctrl+I", "Remove|Del", "Properties|Ctrl+P" }));
         itemFor(tree, paths.at(1))->setSelected(true);
-        QCOMPARE(visibleCaptions(), (QStringList { "Add Files...|Ctrl+I", "Remove|Del" }));
+        QCOMPARE(menuCaptions(*tree, QPoint(5, 5)), (QStringList { "Add Files...|Ctrl+I", "Remove|Del" }));
 
-        QList<QUrl> opened;
-        QStringList asked;
-        QStringList ownWindow;
+        // Each desktop call notes what it was and what it got.
+        QStringList calls;
         bool busAnswers = true;
         ItemActions::setHooks({ [&](const QUrl& url) {
-                                   opened << url;
+                                   calls << "open " + url.toString();
                                    return true;
                                },
             [&](const QStringList& uris) {
-                asked << uris;
+                calls << "properties " + uris.join(u' ');
                 return busAnswers;
             },
-            [&](const QString& path, QWidget*) { ownWindow << path; } });
+            [&](const QString& path, QWidget*) { calls << "own " + path; } });
 
         // Properties of two items at once is nothing; of one it goes to the file manager, or to
-        // our own window where none answers.
+        // our own window where none answers. A double click opens files and folders alike.
         pressInTree(dialog, Qt::Key_P, Qt::ControlModifier);
-        QVERIFY(asked.isEmpty());
         itemFor(tree, paths.at(1))->setSelected(false);
         pressInTree(dialog, Qt::Key_P, Qt::ControlModifier);
-        QCOMPARE(asked, QStringList { QUrl::fromLocalFile(paths.at(0)).toString() });
         busAnswers = false;
         pressInTree(dialog, Qt::Key_P, Qt::ControlModifier);
-        QCOMPARE(ownWindow, QStringList { paths.at(0) });
-
-        // A double click opens files and folders alike.
-        QTreeWidgetItem* folder = itemFor(tree, qpath(root) + "/d");
-        emit tree->itemDoubleClicked(folder, 0);
+        emit tree->itemDoubleClicked(itemFor(tree, qpath(root) + "/d"), 0);
         emit tree->itemDoubleClicked(itemFor(tree, paths.at(0)), 0);
-        QCOMPARE(opened, (QList<QUrl> { QUrl::fromLocalFile(qpath(root) + "/d/"), QUrl::fromLocalFile(paths.at(0)) }));
+        const QString a = QUrl::fromLocalFile(paths.at(0)).toString();
+        QCOMPARE(calls,
+            (QStringList { "properties " + a, "properties " + a, "own " + paths.at(0),
+                "open " + QUrl::fromLocalFile(qpath(root) + "/d/").toString(), "open " + a }));
 
         // Our own properties window says what the file is.
         writeText(paths.at(0).toStdString(), std::string(1234, 'x'));
