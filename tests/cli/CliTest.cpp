@@ -630,14 +630,22 @@ TEST_F(CliTest, ListAndVerifyCheckEveryDigestAndWriteNothing)
     ASSERT_EQ(in(profile, { "encrypt", "--plain", "-o", plain.string(), "tree" }, work).exitCode, 0);
     ASSERT_EQ(in(profile, { "encrypt", "-r", "Bob", "-o", sealed.string(), "tree" }, work).exitCode, 0);
 
-    // Damage that only a check finds or words: the padding of the last block behind digests that
-    // match, and an index that runs past the end of a package whose digest matches. (Digests that
-    // don't match are found by the same reading an extraction does: the engine's test.)
-    Bytes padding = readBytes(sealed);
-    padding.back() ^= 0x01;
-    rehash(padding);
-    writeBytes(work / "padding.kvx", padding);
-    writeBytes(work / "index.kvx", craftedPackage(1, entryHeader(EntryTypeData, 0, 5)));
+    // Damage that each check must find: the outer digest, the inner digest behind a recomputed
+    // outer one, the padding of the last block, and an index that runs past the end of a package
+    // whose digest matches. A check reads as extraction does but writes nowhere, so a digest it
+    // skipped would show only here.
+    auto flipped = [](Bytes bytes, std::size_t at, bool mended) {
+        bytes[at] ^= 0x01;
+        if (mended)
+            rehash(bytes);
+        return bytes;
+    };
+    const Bytes s = readBytes(sealed);
+    const std::vector<std::pair<std::string, Bytes>> damaged { { "outer", flipped(s, s.size() / 2, false) },
+        { "inner", flipped(s, s.size() / 2, true) }, { "padding", flipped(s, s.size() - 1, true) },
+        { "index", craftedPackage(1, entryHeader(EntryTypeData, 0, 5)) } };
+    for (const auto& [name, bytes] : damaged)
+        writeBytes(work / (name + ".kvx"), bytes);
 
     // The checks run in an empty folder of their own, where anything written would show.
     const fs::path here = work / "here";
@@ -657,7 +665,7 @@ TEST_F(CliTest, ListAndVerifyCheckEveryDigestAndWriteNothing)
                     + "; 3 files, 300006 bytes)\n",
                 ""));
     }
-    for (const std::string name : { "padding", "index" }) {
+    for (const auto& [name, bytes] : damaged) {
         for (const char* command : { "list", "verify" })
             EXPECT_EQ(as("bob", { command, "../" + name + ".kvx" }, here).said(),
                 std::tuple(1, "", "halvoren-cli: ../" + name + ".kvx: " + InvalidPackage + "\n"))
