@@ -22,7 +22,6 @@
 namespace {
 
 constexpr std::size_t ChunksPerBuffer = 1057;  // 1057 × 992 bytes: just under 1 MiB
-constexpr std::size_t WritebackStep = 32u << 20;
 
 struct CipherContextFree {
     void operator()(EVP_CIPHER_CTX* context) const { EVP_CIPHER_CTX_free(context); }
@@ -94,7 +93,7 @@ bool runStream(Direction direction, platform::FileHandle in, std::int64_t source
               if (!platform::writeFile(out, data, size))
                   return false;
               sinceWriteback += size;
-              if (encrypting && sinceWriteback >= WritebackStep) {
+              if (encrypting && sinceWriteback >= platform::WritebackStep) {
                   platform::startWriteback(out);
                   sinceWriteback = 0;
               }
