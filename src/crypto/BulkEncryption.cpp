@@ -86,17 +86,14 @@ bool runStream(Direction direction, platform::FileHandle in, std::int64_t source
     // instead of all at once when it takes its name. Renaming over an older package makes the
     // file system write out the whole new one first, which for a large package would otherwise
     // stall the run's end for as long as the disk needs.
-    std::size_t sinceWriteback = 0;
+    platform::WritebackPacer writeback;
     const platform::WriteBehind::Sink sink = output.sink
         ? output.sink
-        : [out, encrypting, &sinceWriteback](const std::uint8_t* data, std::size_t size) {
+        : [out, encrypting, &writeback](const std::uint8_t* data, std::size_t size) {
               if (!platform::writeFile(out, data, size))
                   return false;
-              sinceWriteback += size;
-              if (encrypting && sinceWriteback >= platform::WritebackStep) {
-                  platform::startWriteback(out);
-                  sinceWriteback = 0;
-              }
+              if (encrypting)
+                  writeback.wrote(out, size);
               return true;
           };
     platform::WriteBehind writer(sink, outputBlock, static_cast<std::uint64_t>(sourceSize));

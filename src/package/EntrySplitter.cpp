@@ -89,7 +89,7 @@ void EntrySplitter::startData()
         return;
     }
     current_ = file.get();
-    sinceWriteback_ = 0;
+    writeback_ = {};
     entries_[position_] = Entry {static_cast<std::int64_t>(dataLeft_), std::move(file)};
 }
 
@@ -149,11 +149,7 @@ bool EntrySplitter::write(const std::uint8_t* data, std::size_t size)
                 innerEnd_ += static_cast<std::int64_t>(take);  // a hole in the inner package
                 // A large file goes to the disk as it comes: where it replaces an older one, the
                 // rename over it would otherwise wait while the file system writes out all of it.
-                sinceWriteback_ += take;
-                if (sinceWriteback_ >= platform::WritebackStep) {
-                    platform::startWriteback(current_->handle());
-                    sinceWriteback_ = 0;
-                }
+                writeback_.wrote(current_->handle(), take);
             } else if (discard_) {
                 innerEnd_ += static_cast<std::int64_t>(take);
             } else if (!toInner(data, take)) {

@@ -70,7 +70,7 @@ private:
     std::vector<std::uint8_t> buffer_;
     std::int64_t bufferStart_ = 0;
     platform::PrivateTemp* current_ = nullptr;
-    std::size_t sinceWriteback_ = 0;  // of the current entry's file
+    platform::WritebackPacer writeback_;  // of the current entry's file
     bool folderFailed_ = false;
     bool discard_ = false;
     Entries entries_;

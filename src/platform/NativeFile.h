@@ -61,8 +61,22 @@ bool syncFile(FileHandle handle);
 // Asks the kernel to start writing what is cached of the file to the disk, without waiting for
 // it. Only a hint: nothing is reported if it can't.
 void startWriteback(FileHandle handle);
-// How much of a large file is written between two such hints.
-constexpr std::size_t WritebackStep = 32u << 20;
+// Gives that hint for a file being written, every 32 MiB of what was written to it.
+class WritebackPacer {
+public:
+    void wrote(FileHandle handle, std::size_t size)
+    {
+        since_ += size;
+        if (since_ >= Step) {
+            startWriteback(handle);
+            since_ = 0;
+        }
+    }
+
+private:
+    static constexpr std::size_t Step = 32u << 20;
+    std::size_t since_ = 0;
+};
 // True if the path names a folder (links followed).
 bool isDirectory(const std::u16string& path);
 // What is at `path` (links followed): whether it is a folder, and which file it is. False if
